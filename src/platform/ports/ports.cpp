@@ -1,0 +1,10 @@
+// The interfaces that carry signals need one translation unit for their meta objects.
+#include "platform/ports/appearance.h"
+#include "platform/ports/defaults_store.h"
+#include "platform/ports/distributed_notification_center.h"
+#include "platform/ports/host_statistics.h"
+#include "platform/ports/processor_ticks.h"
+#include "platform/ports/purgeable_memory.h"
+#include "platform/ports/script_runner.h"
+#include "platform/ports/status_bar_item.h"
+#include "platform/ports/user_notification_center.h"
