@@ -19,18 +19,28 @@ void ScheduledCall::start(std::chrono::milliseconds delay, Clock::Action action)
   });
 }
 
-void ScheduledCall::cancel() { m_context.reset(); }
+void ScheduledCall::cancel() {
+  m_context.reset();
+}
 
-bool ScheduledCall::isPending() const { return m_context != nullptr; }
+bool ScheduledCall::isPending() const {
+  return m_context != nullptr;
+}
 
-Clock::Instant SystemClock::now() const { return std::chrono::system_clock::now(); }
+Clock::Instant SystemClock::now() const {
+  return std::chrono::system_clock::now();
+}
 
-std::chrono::steady_clock::time_point SystemClock::monotonicNow() const { return std::chrono::steady_clock::now(); }
+std::chrono::steady_clock::time_point SystemClock::monotonicNow() const {
+  return std::chrono::steady_clock::now();
+}
 
 void SystemClock::callAfter(std::chrono::milliseconds delay, QObject* context, Action action) {
   QTimer::singleShot(delay, Qt::CoarseTimer, context, std::move(action));
 }
 
-void SystemClock::sleepFor(std::chrono::milliseconds duration) { std::this_thread::sleep_for(duration); }
+void SystemClock::sleepFor(std::chrono::milliseconds duration) {
+  std::this_thread::sleep_for(duration);
+}
 
 }  // namespace halvard

@@ -12,7 +12,8 @@ namespace {
 QString trimmedDecimal(double value, int maximumDigits) {
   QString text = QString::asprintf("%.*f", maximumDigits, value);
   if (!text.contains(u'.')) return text;
-  while (text.endsWith(u'0')) text.chop(1);
+  while (text.endsWith(u'0'))
+    text.chop(1);
   if (text.endsWith(u'.')) text.chop(1);
   return text;
 }
@@ -36,7 +37,9 @@ QString unitOf(std::size_t divisions) {
   return divisions < units.size() ? QString::fromLatin1(units.at(divisions)) : QString();
 }
 
-QString plainBytes(ByteCount bytes) { return QString::number(bytes) + QStringLiteral(" B"); }
+QString plainBytes(ByteCount bytes) {
+  return QString::number(bytes) + QStringLiteral(" B");
+}
 
 }  // namespace
 
@@ -82,7 +85,9 @@ QString formatMemoryStringDot1With3DigitsExactly(ByteCount bytes) {
   return trimmedDecimal(scaled.value, decimals) + unitOf(scaled.divisions);
 }
 
-QString convertToStringFromFileSize(ByteCount bytes) { return formatMemoryStringDot1(bytes); }
+QString convertToStringFromFileSize(ByteCount bytes) {
+  return formatMemoryStringDot1(bytes);
+}
 
 QString convertToStringFromFileSizeSpecial(ByteCount bytes) {
   const QString text = formatMemoryStringDot1(bytes);
@@ -104,8 +109,12 @@ QString convertToStringFromFileSizeOnlyMB(ByteCount bytes) {
   return QString::asprintf("%.0f B", megabytes * 1e6);
 }
 
-QString formatMemoryStringDot0NSnum(const QVariant& number) { return formatMemoryStringDot0(number.toULongLong()); }
+QString formatMemoryStringDot0NSnum(const QVariant& number) {
+  return formatMemoryStringDot0(number.toULongLong());
+}
 
-QString formatMemoryStringDot1NSnum(const QVariant& number) { return formatMemoryStringDot1(number.toULongLong()); }
+QString formatMemoryStringDot1NSnum(const QVariant& number) {
+  return formatMemoryStringDot1(number.toULongLong());
+}
 
 }  // namespace halvard::size_format

@@ -107,11 +107,12 @@ class TestBasics : public QObject {
     QObject owner;
     std::vector<int> results;
     for (int number = 0; number < 5; ++number) {
-      queue.run(&owner, [number](std::stop_token) { return number; },
-                [&](int result) {
-                  QCOMPARE(QThread::currentThread(), owner.thread());
-                  results.push_back(result);
-                });
+      queue.run(
+          &owner, [number](std::stop_token) { return number; },
+          [&](int result) {
+            QCOMPARE(QThread::currentThread(), owner.thread());
+            results.push_back(result);
+          });
     }
     QTRY_COMPARE(results, (std::vector{0, 1, 2, 3, 4}));
   }
@@ -133,9 +134,11 @@ class TestBasics : public QObject {
     owner.reset();
     QVERIFY(!job.isPending());
     LatestJob latest;
-    latest.replace(queue->run(&other, [](std::stop_token) { return 1; }, [&](int) { delivered = true; }));
+    latest.replace(queue->run(
+        &other, [](std::stop_token) { return 1; }, [&](int) { delivered = true; }));
     int newest = 0;
-    latest.replace(queue->run(&other, [](std::stop_token) { return 2; }, [&](int result) { newest = result; }));
+    latest.replace(queue->run(
+        &other, [](std::stop_token) { return 2; }, [&](int result) { newest = result; }));
     go.release();
     QTRY_COMPARE(newest, 2);
     QVERIFY(sawStop);
@@ -148,13 +151,15 @@ class TestBasics : public QObject {
     {
       JobQueue queue(QStringLiteral("test"));
       QSemaphore started;
-      queue.run(&owner,
-                [&](std::stop_token token) {
-                  started.release();
-                  while (!token.stop_requested()) std::this_thread::yield();
-                  finished = true;
-                },
-                [] { QFAIL("delivered after the queue was gone"); });
+      queue.run(
+          &owner,
+          [&](std::stop_token token) {
+            started.release();
+            while (!token.stop_requested())
+              std::this_thread::yield();
+            finished = true;
+          },
+          [] { QFAIL("delivered after the queue was gone"); });
       started.acquire();
     }
     QVERIFY(finished);

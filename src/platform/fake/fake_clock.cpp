@@ -16,9 +16,13 @@ struct FakeClock::Sleeps {
 FakeClock::FakeClock()
     : m_start(sys_days(year(2024) / January / 15) + hours(12)), m_sleeps(std::make_shared<Sleeps>()) {}
 
-Clock::Instant FakeClock::now() const { return m_start + m_elapsed; }
+Clock::Instant FakeClock::now() const {
+  return m_start + m_elapsed;
+}
 
-steady_clock::time_point FakeClock::monotonicNow() const { return steady_clock::time_point(m_elapsed); }
+steady_clock::time_point FakeClock::monotonicNow() const {
+  return steady_clock::time_point(m_elapsed);
+}
 
 void FakeClock::callAfter(milliseconds delay, QObject* context, Action action) {
   m_calls.push_back({m_elapsed + std::max(delay, milliseconds(0)), m_nextNumber++, context, std::move(action)});
@@ -48,7 +52,9 @@ void FakeClock::advance(milliseconds duration) {
   m_elapsed = target;
 }
 
-void FakeClock::setNow(Instant instant) { m_start = instant - m_elapsed; }
+void FakeClock::setNow(Instant instant) {
+  m_start = instant - m_elapsed;
+}
 
 std::size_t FakeClock::pendingCalls() const {
   return static_cast<std::size_t>(

@@ -38,8 +38,8 @@ class StatusBarItem : public QObject {
   /// Several lines are allowed; the first is the heading.
   virtual void setToolTip(const QString& toolTip) = 0;
 
-  /// Where the item is, in global logical coordinates: exact (XEmbed), or around the last click (StatusNotifierItem tells
-  /// only that). Nothing before the first click, or when no host shows the item.
+  /// Where the item is, in global logical coordinates: exact (XEmbed), or around the last click (StatusNotifierItem
+  /// tells only that). Nothing before the first click, or when no host shows the item.
   virtual std::optional<QRect> geometry() const = 0;
 
   /// True while some host shows the item.

@@ -38,9 +38,17 @@ bool StoredValue::isNumber() const {
   return std::visit([](const auto& content) { return std::is_arithmetic_v<std::decay_t<decltype(content)>>; }, value);
 }
 
-std::optional<bool> StoredValue::toBool() const { return numberAs<bool>(*this); }
-std::optional<std::int64_t> StoredValue::toInteger() const { return numberAs<std::int64_t>(*this); }
-std::optional<std::uint64_t> StoredValue::toUnsigned() const { return numberAs<std::uint64_t>(*this); }
-std::optional<double> StoredValue::toReal() const { return numberAs<double>(*this); }
+std::optional<bool> StoredValue::toBool() const {
+  return numberAs<bool>(*this);
+}
+std::optional<std::int64_t> StoredValue::toInteger() const {
+  return numberAs<std::int64_t>(*this);
+}
+std::optional<std::uint64_t> StoredValue::toUnsigned() const {
+  return numberAs<std::uint64_t>(*this);
+}
+std::optional<double> StoredValue::toReal() const {
+  return numberAs<double>(*this);
+}
 
 }  // namespace halvard
