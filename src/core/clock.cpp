@@ -2,7 +2,8 @@
 
 #include <QObject>
 #include <QTimer>
-#include <thread>
+#include <condition_variable>
+#include <mutex>
 
 namespace halvard {
 
@@ -39,8 +40,11 @@ void SystemClock::callAfter(std::chrono::milliseconds delay, QObject* context, A
   QTimer::singleShot(delay, Qt::CoarseTimer, context, std::move(action));
 }
 
-void SystemClock::sleepFor(std::chrono::milliseconds duration) {
-  std::this_thread::sleep_for(duration);
+void SystemClock::sleepFor(std::chrono::milliseconds duration, std::stop_token stop) {
+  std::mutex mutex;
+  std::condition_variable_any never;
+  std::unique_lock lock(mutex);
+  never.wait_for(lock, std::move(stop), duration, [] { return false; });
 }
 
 }  // namespace halvard

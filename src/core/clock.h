@@ -4,6 +4,7 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <stop_token>
 
 class QObject;
 
@@ -27,8 +28,8 @@ class Clock {
   /// Dropped when `context` is destroyed before. Call it on the thread of `context`.
   virtual void callAfter(std::chrono::milliseconds delay, QObject* context, Action action) = 0;
 
-  /// Blocks the calling thread; never call it on the main thread.
-  virtual void sleepFor(std::chrono::milliseconds duration) = 0;
+  /// Blocks the calling thread, at most until `stop` is requested; never call it on the main thread.
+  virtual void sleepFor(std::chrono::milliseconds duration, std::stop_token stop = {}) = 0;
 };
 
 /// One delayed call that can be cancelled; destroying it cancels it too.
@@ -55,7 +56,7 @@ class SystemClock : public Clock {
   Instant now() const override;
   std::chrono::steady_clock::time_point monotonicNow() const override;
   void callAfter(std::chrono::milliseconds delay, QObject* context, Action action) override;
-  void sleepFor(std::chrono::milliseconds duration) override;
+  void sleepFor(std::chrono::milliseconds duration, std::stop_token stop = {}) override;
 };
 
 }  // namespace halvard

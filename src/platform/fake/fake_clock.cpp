@@ -28,7 +28,7 @@ void FakeClock::callAfter(milliseconds delay, QObject* context, Action action) {
   m_calls.push_back({m_elapsed + std::max(delay, milliseconds(0)), m_nextNumber++, context, std::move(action)});
 }
 
-void FakeClock::sleepFor(milliseconds duration) {
+void FakeClock::sleepFor(milliseconds duration, std::stop_token) {
   {
     const std::lock_guard lock(m_sleeps->mutex);
     m_sleeps->durations.push_back(duration);

@@ -17,7 +17,7 @@ class FakeClock : public Clock {
   std::chrono::steady_clock::time_point monotonicNow() const override;
   void callAfter(std::chrono::milliseconds delay, QObject* context, Action action) override;
   /// Thread safe, the only operation here that is.
-  void sleepFor(std::chrono::milliseconds duration) override;
+  void sleepFor(std::chrono::milliseconds duration, std::stop_token stop = {}) override;
 
   /// Moves time forward and runs what falls due, in order of its time, each at its own time; a call that a call
   /// schedules within the span runs too. advance(0) runs what is due now.
