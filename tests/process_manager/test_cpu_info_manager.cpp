@@ -1,19 +1,13 @@
 #include <QtTest>
 #include <cmath>
 
+#include "platform/fake/fake_processor_ticks.h"
 #include "platform/ports/process_information.h"
 #include "process_manager/cpu_info_manager.h"
 
 using namespace halvard;
 
 namespace {
-
-struct Ticks : ProcessorTicks {
-  std::optional<std::uint32_t> processorCount() const override { return count; }
-  std::optional<std::vector<ProcessorLoad>> processorLoad() override { return load; }
-  std::optional<std::uint32_t> count = 2;
-  std::optional<std::vector<ProcessorLoad>> load;
-};
 
 struct Processes : ProcessInformation {
   std::optional<QByteArray> processStatus(const QStringList& arguments) override {
@@ -34,20 +28,22 @@ using Loads = std::vector<ProcessorLoad>;
 class TestCPUInfoManager : public QObject {
   Q_OBJECT
 
-  Ticks m_ticks;
+  FakeProcessorTicks m_ticks;
   Processes m_processes;
 
  private Q_SLOTS:
   void init() {
     m_ticks = {};
+    m_ticks.setProcessorCount(2);
+    m_ticks.setProcessorLoad(std::nullopt);
     m_processes = {};
   }
 
   void firstCallMeasuresSinceStartLaterOnesSinceTheCallBefore() {
     CPUInfoManager manager(m_ticks, m_processes);
-    m_ticks.load = Loads{{10, 20, 60, 10}, {0, 0, 100, 0}};
+    m_ticks.setProcessorLoad(Loads{{10, 20, 60, 10}, {0, 0, 100, 0}});
     QCOMPARE(manager.getCPUUsage(), 0.2F);
-    m_ticks.load = Loads{{13, 21, 61, 11}, {0, 0, 104, 0}};
+    m_ticks.setProcessorLoad(Loads{{13, 21, 61, 11}, {0, 0, 104, 0}});
     QCOMPARE(manager.getCPUUsage(), 0.5F);
     QVERIFY(std::isnan(manager.getCPUUsage()));
     QVERIFY(!(manager.getCPUUsage() < 0.3F));
@@ -56,34 +52,34 @@ class TestCPUInfoManager : public QObject {
   void failedReadingIsZeroAndKeepsTheOneBefore() {
     CPUInfoManager manager(m_ticks, m_processes);
     QCOMPARE(manager.getCPUUsage(), 0.0F);
-    m_ticks.load = Loads{{50, 0, 50, 0}, {50, 0, 50, 0}};
+    m_ticks.setProcessorLoad(Loads{{50, 0, 50, 0}, {50, 0, 50, 0}});
     QCOMPARE(manager.getCPUUsage(), 0.5F);
-    m_ticks.load = std::nullopt;
+    m_ticks.setProcessorLoad(std::nullopt);
     QCOMPARE(manager.getCPUUsage(), 0.0F);
-    m_ticks.load = Loads{{51, 0, 51, 0}, {50, 0, 52, 0}};
+    m_ticks.setProcessorLoad(Loads{{51, 0, 51, 0}, {50, 0, 52, 0}});
     QCOMPARE(manager.getCPUUsage(), 0.25F);
   }
 
   void countersWrapAtThirtyTwoBits() {
-    m_ticks.count = 1;
+    m_ticks.setProcessorCount(1);
     CPUInfoManager manager(m_ticks, m_processes);
-    m_ticks.load = Loads{{0xfffffff0U, 0xffffffffU, 4000000000U, 0}};
+    m_ticks.setProcessorLoad(Loads{{0xfffffff0U, 0xffffffffU, 4000000000U, 0}});
     manager.getCPUUsage();
-    m_ticks.load = Loads{{0x10U, 0x0fU, 4000000048U, 0}};
+    m_ticks.setProcessorLoad(Loads{{0x10U, 0x0fU, 4000000048U, 0}});
     QCOMPARE(manager.getCPUUsage(), 0.5F);
-    m_ticks.load = Loads{{0x14U, 0x0fU, 4000000047U, 0}};
+    m_ticks.setProcessorLoad(Loads{{0x14U, 0x0fU, 4000000047U, 0}});
     QCOMPARE(manager.getCPUUsage(), 4.0F / 3.0F);
   }
 
   void countOfProcessorsIsThatOfCreation() {
-    m_ticks.count = std::nullopt;
+    m_ticks.setProcessorCount(std::nullopt);
     CPUInfoManager manager(m_ticks, m_processes);
-    m_ticks.count = 2;
-    m_ticks.load = Loads{{25, 0, 75, 0}, {100, 0, 0, 0}};
+    m_ticks.setProcessorCount(2);
+    m_ticks.setProcessorLoad(Loads{{25, 0, 75, 0}, {100, 0, 0, 0}});
     QCOMPARE(manager.getCPUUsage(), 0.25F);
-    m_ticks.load = Loads{};
+    m_ticks.setProcessorLoad(Loads{});
     QVERIFY(std::isnan(manager.getCPUUsage()));
-    m_ticks.load = Loads{{75, 0, 25, 0}};
+    m_ticks.setProcessorLoad(Loads{{75, 0, 25, 0}});
     QCOMPARE(manager.getCPUUsage(), 0.75F);
   }
 

@@ -1,0 +1,78 @@
+#include "process_manager/process_tracker.h"
+
+#include <algorithm>
+
+#include "core/notification_center.h"
+#include "process_manager/processes_manager.h"
+
+namespace halvard {
+
+ProcessTracker::ProcessTracker(ProcessesManager& processes, NotificationCenter& notifications, Clock& clock)
+    : m_processes(processes),
+      m_notifications(notifications),
+      m_clock(clock),
+      m_timerUpdateInfo(clock),
+      m_timerPurge(clock) {}
+
+QString ProcessTracker::HugeProcessTerminatedNotificationName() {
+  return QStringLiteral("HugeProcessTerminated");
+}
+
+void ProcessTracker::startTrackingHugeProcesses() {
+  if (!isTracking()) scheduleStep();
+}
+
+void ProcessTracker::stopTrackingHugeProcesses() {
+  m_timerUpdateInfo.cancel();
+}
+
+void ProcessTracker::scheduleStep() {
+  m_timerUpdateInfo.start(trackingInterval(), [this] {
+    scheduleStep();
+    updateInfo();
+  });
+}
+
+void ProcessTracker::updateInfo() {
+  processTerminatedApps();
+  m_processes.getTopProcessCompletion(&m_context, [this](const ApplicationList& list) { keepLargeOnes(*list); });
+}
+
+void ProcessTracker::keepLargeOnes(const ApplicationEntries& list) {
+  ApplicationEntries found;
+  std::ranges::copy_if(list, std::back_inserter(found), [](const ApplicationEntry& entry) {
+    return entry.size.value_or(0) > sizeOfAnAppToTerminateAfterDelay();
+  });
+  m_lastFoundProcesses = std::move(found);
+}
+
+void ProcessTracker::processTerminatedApps() {
+  if (!m_lastFoundProcesses) return;
+  ByteCount largest = 0;
+  for (const ApplicationEntry& entry : *m_lastFoundProcesses) {
+    if (!entry.app->isTerminated()) continue;
+    largest = std::max(largest, entry.size.value_or(0));
+    if (largest >= sizeOfAnAppToTerminateImmediatelly()) return startPurgeImmediately();
+  }
+  if (largest >= sizeOfAnAppToTerminateAfterDelay()) startPurgeWithDelay();
+}
+
+void ProcessTracker::startPurgeWithDelay() {
+  if (m_timerPurge.isPending()) return;
+  m_timerPurge.start(delayToPurgeAfterQuitingFromSmallApp(), [this] { performDelayedPurge(); });
+}
+
+void ProcessTracker::performDelayedPurge() {
+  m_clock.callAfter(std::chrono::milliseconds(0), &m_context, [this] { startPurgeImmediately(); });
+}
+
+void ProcessTracker::stopDelayedPurge() {
+  m_timerPurge.cancel();
+}
+
+void ProcessTracker::startPurgeImmediately() {
+  stopDelayedPurge();
+  m_notifications.post(HugeProcessTerminatedNotificationName());
+}
+
+}  // namespace halvard

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <QObject>
+#include <chrono>
+#include <vector>
+
+#include "core/clock.h"
+#include "core/units.h"
+#include "process_manager/application_entry.h"
+
+namespace halvard {
+
+class NotificationCenter;
+class ProcessesManager;
+
+/// Watches the applications that use much memory and posts HugeProcessTerminatedNotificationName() when one of them
+/// has quit: at once after a very large one, after a delay otherwise. Main thread.
+class ProcessTracker {
+ public:
+  /// The arguments must outlive this object.
+  ProcessTracker(ProcessesManager& processes, NotificationCenter& notifications, Clock& clock);
+
+  /// Posted without an object.
+  static QString HugeProcessTerminatedNotificationName();
+
+  static constexpr ByteCount sizeOfAnAppToTerminateImmediatelly() { return 250 * 1'048'576; }
+  static constexpr ByteCount sizeOfAnAppToTerminateAfterDelay() { return 50 * 1'048'576; }
+  static constexpr std::chrono::seconds delayToPurgeAfterQuitingFromSmallApp() { return std::chrono::seconds(60); }
+  static constexpr std::chrono::seconds trackingInterval() { return std::chrono::seconds(5); }
+
+  /// Takes the first step one interval from now. Does nothing while tracking.
+  void startTrackingHugeProcesses();
+  /// Ends the steps. What was found last and a pending delayed announcement stay.
+  void stopTrackingHugeProcesses();
+  bool isTracking() const { return m_timerUpdateInfo.isPending(); }
+
+  /// One step: looks which of the large applications have quit, then asks for a new list.
+  void updateInfo();
+  /// Announces, or schedules to, when the largest of those found last that have quit was large enough.
+  void processTerminatedApps();
+
+  /// Does nothing while a delayed announcement is pending.
+  void startPurgeWithDelay();
+  void stopDelayedPurge();
+  /// Cancels a pending delayed announcement and posts the notification.
+  void startPurgeImmediately();
+
+ private:
+  void scheduleStep();
+  void performDelayedPurge();
+  void keepLargeOnes(const ApplicationEntries& list);
+
+  ProcessesManager& m_processes;
+  NotificationCenter& m_notifications;
+  Clock& m_clock;
+  QObject m_context;
+  std::optional<ApplicationEntries> m_lastFoundProcesses;  // none before the first list
+  ScheduledCall m_timerUpdateInfo;
+  ScheduledCall m_timerPurge;
+};
+
+}  // namespace halvard
