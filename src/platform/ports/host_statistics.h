@@ -31,9 +31,9 @@ struct VmStatistics {
 
 /// How much has been paged out, and to where. Bytes of page contents, before compression.
 struct SwapUsage {
-  /// Contents held by zram devices, compressed in RAM.
+  /// Contents held compressed in RAM: by zram devices that are swap areas, and by zswap.
   ByteCount compressedBytes = 0;
-  /// Contents on swap partitions and files: moved, not freed.
+  /// Contents on swap partitions and files, without what zswap still holds: moved, not freed.
   ByteCount swappedToDiskBytes = 0;
 };
 

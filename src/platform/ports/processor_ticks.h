@@ -22,7 +22,9 @@ class ProcessorTicks {
   /// Configured processors, at least 1; nothing when the machine does not say.
   virtual std::optional<std::uint32_t> processorCount() const = 0;
 
-  /// One entry per configured processor, by number; an offline one reads as zeros. Nothing when the reading fails.
+  /// One entry per configured processor, by number. No counter goes back except by wrapping; an offline processor keeps
+  /// its last counters (zeros when there are none), so that it adds nothing to a difference. Nothing when the reading
+  /// fails.
   virtual std::optional<std::vector<ProcessorLoad>> processorLoad() = 0;
 };
 

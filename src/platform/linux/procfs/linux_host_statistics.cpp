@@ -1,0 +1,124 @@
+#include "platform/linux/procfs/linux_host_statistics.h"
+
+#include <sys/sysinfo.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+
+#include "platform/linux/procfs/swap_devices.h"
+
+namespace halvard {
+namespace {
+
+/// Four times what kernel 6.18 writes.
+constexpr std::size_t kMeminfoBuffer = 8192;
+
+ByteCount difference(ByteCount from, ByteCount take) {
+  return from > take ? from - take : 0;
+}
+
+std::optional<std::uint32_t> systemPageSize() {
+  const long size = ::sysconf(_SC_PAGESIZE);
+  return size > 0 ? std::optional(static_cast<std::uint32_t>(size)) : std::nullopt;
+}
+
+/// What the kernel says without a file; at least 1.
+ByteCount physicalMemoryFromSystemCall() {
+  struct sysinfo info {};
+  if (::sysinfo(&info) != 0) return 1;
+  return std::max<ByteCount>(1, ByteCount{info.totalram} * info.mem_unit);
+}
+
+}  // namespace
+
+VmStatistics64 toVmStatistics64(const MemoryInfo& info, ByteCount compressorBytes, std::uint32_t pageSize) {
+  const ByteCount onLists = info.activeAnonymous + info.inactiveAnonymous;
+  // The lists hold more than is mapped where the swap cache is large; then nothing counts as purgeable.
+  const ByteCount internal = std::max(info.anonymousMapped + info.shared, onLists);
+  ByteCount wired = info.total;
+  for (const ByteCount other : {info.free, info.active, info.inactive, info.reclaimableSlab, compressorBytes}) {
+    wired = difference(wired, other);
+  }
+  VmStatistics64 statistics;
+  statistics.active_count = info.active / pageSize;
+  statistics.inactive_count = info.inactive / pageSize;
+  statistics.internal_page_count = internal / pageSize;
+  statistics.purgeable_count = statistics.internal_page_count - onLists / pageSize;
+  statistics.compressor_page_count = compressorBytes / pageSize;
+  statistics.wire_count = wired / pageSize;
+  return statistics;
+}
+
+LinuxHostStatistics::LinuxHostStatistics(const std::string& procRoot, const std::string& sysRoot)
+    : m_procRoot(procRoot),
+      m_sysRoot(sysRoot),
+      m_meminfo(procRoot + "/meminfo"),
+      m_pools(sysRoot),
+      m_pageSize(systemPageSize()) {
+  MemoryInfo info;
+  if (readMemoryInfo(info) != kSuccess) m_physicalMemory = physicalMemoryFromSystemCall();
+}
+
+HostStatistics::KernelReturn LinuxHostStatistics::readMemoryInfo(MemoryInfo& info) {
+  std::array<char, kMeminfoBuffer> buffer;
+  const std::string_view text = m_meminfo.read(buffer);
+  if (text.empty()) return errno;
+  const std::optional<MemoryInfo> parsed = parseMemoryInfo(text);
+  if (!parsed) return EBADMSG;
+  info = *parsed;
+  m_physicalMemory = info.total;
+  return kSuccess;
+}
+
+ByteCount LinuxHostStatistics::compressorBytes(const MemoryInfo& info) {
+  if (m_swapTotal != info.swapTotal) m_pools.discover();
+  m_swapTotal = info.swapTotal;
+  std::optional<ByteCount> pools = m_pools.occupiedBytes();
+  if (!pools) {
+    m_pools.discover();
+    pools = m_pools.occupiedBytes();
+  }
+  return pools.value_or(0) + info.zswapPool;
+}
+
+HostStatistics::KernelReturn LinuxHostStatistics::hostStatistics64(VmStatistics64& statistics,
+                                                                   std::uint32_t& wordCount) {
+  MemoryInfo info;
+  const KernelReturn code = readMemoryInfo(info);
+  if (code != kSuccess) return code;
+  statistics = toVmStatistics64(info, compressorBytes(info), pageSizeOrDefault());
+  wordCount = kWords64;
+  return kSuccess;
+}
+
+HostStatistics::KernelReturn LinuxHostStatistics::hostStatistics(VmStatistics& statistics, std::uint32_t& wordCount) {
+  MemoryInfo info;
+  const KernelReturn code = readMemoryInfo(info);
+  if (code != kSuccess) return code;
+  const std::uint32_t size = pageSizeOrDefault();
+  const VmStatistics64 all = toVmStatistics64(info, 0, size);
+  statistics = {info.free / size, all.active_count, all.inactive_count, all.wire_count};
+  wordCount = kWordsLegacy;
+  return kSuccess;
+}
+
+std::optional<SwapUsage> LinuxHostStatistics::swapUsage() const {
+  std::array<char, kMeminfoBuffer> buffer;
+  const std::optional<MemoryInfo> info = parseMemoryInfo(readFile(m_procRoot + "/meminfo", buffer));
+  if (!info) return std::nullopt;
+  if (info->swapTotal == 0) return SwapUsage{};
+  const std::optional<SwapDevices> devices = parseSwapDevices(readFile(m_procRoot + "/swaps", buffer));
+  if (!devices) return std::nullopt;
+  // zswap's pages keep their places on the disk, but are still in RAM.
+  SwapUsage usage{info->zswapContents, difference(devices->usedElsewhere, info->zswapContents)};
+  for (const std::uint32_t number : devices->zram()) {
+    const std::optional<ByteCount> contents = zramContents(m_sysRoot, number);
+    if (!contents) return std::nullopt;
+    usage.compressedBytes += *contents;
+  }
+  return usage;
+}
+
+}  // namespace halvard

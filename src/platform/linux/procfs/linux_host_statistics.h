@@ -1,0 +1,56 @@
+#pragma once
+
+#include <string>
+
+#include "platform/linux/procfs/kept_file.h"
+#include "platform/linux/procfs/memory_info.h"
+#include "platform/linux/procfs/zram_pools.h"
+#include "platform/ports/host_statistics.h"
+
+namespace halvard {
+
+/// The counters that /proc/meminfo and zram's statistics come to. `compressorBytes` is zram's pools and zswap's.
+///
+/// Used memory is internal - purgeable + wire + compressor. internal - purgeable is the anonymous LRU lists exactly:
+/// anonymous and shared memory. Lazily freeable pages are on the file lists, so that purgeable is what AnonPages and
+/// Shmem count beyond those lists (locked pages, which wire counts, are in it as well: together they come out right).
+/// Differences stop at 0, for the lines of one reading are not taken at one instant.
+VmStatistics64 toVmStatistics64(const MemoryInfo& info, ByteCount compressorBytes, std::uint32_t pageSize);
+
+/// Memory counters from /proc/meminfo (one pread a reading) and from the zram pools (one pread a pool). One thread an
+/// instance.
+///
+/// Pools are listed at the first reading, when SwapTotal differs from the reading before, and when a pool cannot be
+/// read: a device joins or leaves the swap areas in no other way. A pool missed for another reason (a file system on
+/// zram) counts as wired meanwhile, so that the used figure is the same.
+class LinuxHostStatistics : public HostStatistics {
+ public:
+  explicit LinuxHostStatistics(const std::string& procRoot = "/proc", const std::string& sysRoot = "/sys");
+
+  /// The code of a failed reading is an errno; EBADMSG when the file does not say what it should.
+  KernelReturn hostStatistics64(VmStatistics64& statistics, std::uint32_t& wordCount) override;
+  KernelReturn hostStatistics(VmStatistics& statistics, std::uint32_t& wordCount) override;
+  std::optional<std::uint32_t> pageSize() const override { return m_pageSize; }
+  /// As of the latest good reading; one is made at construction.
+  ByteCount physicalMemory() const override { return m_physicalMemory; }
+  /// Opens its files each time: it is asked around a purge, not every second.
+  std::optional<SwapUsage> swapUsage() const override;
+
+  /// One reading of /proc/meminfo, or an errno and `info` untouched.
+  KernelReturn readMemoryInfo(MemoryInfo& info);
+
+ private:
+  /// 0 when the pools cannot be read even after listing them anew.
+  ByteCount compressorBytes(const MemoryInfo& info);
+  std::uint32_t pageSizeOrDefault() const { return m_pageSize.value_or(4096); }
+
+  std::string m_procRoot;
+  std::string m_sysRoot;
+  KeptFile m_meminfo;
+  ZramPools m_pools;
+  std::optional<std::uint32_t> m_pageSize;
+  ByteCount m_physicalMemory = 0;
+  std::optional<ByteCount> m_swapTotal;
+};
+
+}  // namespace halvard
