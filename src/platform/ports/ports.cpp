@@ -1,5 +1,6 @@
 // The interfaces that carry signals need one translation unit for their meta objects.
 #include "platform/ports/appearance.h"
+#include "platform/ports/control_channel.h"
 #include "platform/ports/defaults_store.h"
 #include "platform/ports/distributed_notification_center.h"
 #include "platform/ports/host_statistics.h"

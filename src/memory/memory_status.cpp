@@ -1,0 +1,45 @@
+#include "memory/memory_status.h"
+
+#include "memory/memory_snapshot.h"
+
+namespace halvard {
+namespace {
+
+QJsonValue integer(std::uint64_t value) {
+  return static_cast<qint64>(value);
+}
+
+}  // namespace
+
+QJsonObject memoryStatus(const MemorySnapshot& snapshot, const CleaningStatus& cleaning) {
+  const VmStatistics64& counters = snapshot.counters();
+  return {
+      {QStringLiteral("pageSize"), integer(snapshot.pageSize())},
+      {QStringLiteral("physicalBytes"), integer(snapshot.calculateTotalSize())},
+      {QStringLiteral("internalPages"), integer(counters.internal_page_count)},
+      {QStringLiteral("purgeablePages"), integer(counters.purgeable_count)},
+      {QStringLiteral("wiredPages"), integer(counters.wire_count)},
+      {QStringLiteral("compressorPages"), integer(counters.compressor_page_count)},
+      {QStringLiteral("usedPages"), integer(snapshot.calculateUsedPages())},
+      {QStringLiteral("totalPages"), integer(snapshot.calculateTotalPages())},
+      {QStringLiteral("usedFraction"), snapshot.usedFraction()},
+      {QStringLiteral("freeBytes"), integer(snapshot.calculateFreeSize())},
+      {QStringLiteral("cpuUsage"), cleaning.cpuUsage},
+      {QStringLiteral("purging"), cleaning.purging},
+      {QStringLiteral("lastPurgedBytes"), integer(cleaning.lastPurgedBytes)},
+      {QStringLiteral("cleanedBytes"), integer(cleaning.cleanedBytes)},
+  };
+}
+
+QJsonObject purgeRecord(const PurgeReport& report) {
+  return {
+      {QStringLiteral("freedBytes"), integer(report.freedBytes)},
+      {QStringLiteral("usedBefore"), integer(report.usedBefore)},
+      {QStringLiteral("usedAfter"), integer(report.usedAfter)},
+      {QStringLiteral("compressedBytes"), static_cast<qint64>(report.compressedBytes)},
+      {QStringLiteral("swappedToDiskBytes"), static_cast<qint64>(report.swappedToDiskBytes)},
+      {QStringLiteral("seconds"), std::chrono::duration<double>(report.duration).count()},
+  };
+}
+
+}  // namespace halvard

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <QJsonObject>
+#include <QObject>
+
+#include "core/result.h"
+
+namespace halvard {
+
+/// What the running program does for the command line. Main thread.
+class ControlHandler {
+ public:
+  virtual ~ControlHandler() = default;
+  /// The status record.
+  virtual QJsonObject status() = 0;
+  /// Starts a purge; false when one runs already.
+  virtual bool startCleaning() = 0;
+  /// Brings the panel forward.
+  virtual void showPanel() = 0;
+};
+
+/// The program's side. Main thread. No session bus: nobody asks.
+class ControlServer {
+ public:
+  virtual ~ControlServer() = default;
+  /// Answers from now on. False when another process answers already, or nobody can be reached.
+  virtual bool start(ControlHandler& handler) = 0;
+  /// 0 to 1; sent only while somebody may listen.
+  virtual void publishProgress(double progress) = 0;
+  /// The purge record.
+  virtual void publishFinished(const QJsonObject& record) = 0;
+};
+
+/// The command line's side. Main thread.
+class ControlClient : public QObject {
+  Q_OBJECT
+
+ public:
+  using QObject::QObject;
+  /// Whether a program answers now.
+  virtual bool isProgramRunning() const = 0;
+  virtual Result<QJsonObject> status() = 0;
+  /// False when a purge runs already. Its course follows as signals.
+  virtual Result<bool> startCleaning() = 0;
+  virtual Result<void> showPanel() = 0;
+
+ Q_SIGNALS:
+  void progressed(double progress);
+  void finished(const QJsonObject& record);
+  /// The program quit or died.
+  void programGone();
+};
+
+}  // namespace halvard
