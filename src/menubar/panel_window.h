@@ -1,0 +1,147 @@
+#pragma once
+
+#include <QPointer>
+#include <QVariantAnimation>
+#include <QWidget>
+#include <functional>
+#include <memory>
+#include <optional>
+
+#include "core/weak_ref.h"
+#include "widgets/draggable_window.h"
+
+class QAbstractButton;
+class QLabel;
+
+namespace halvard {
+
+class Clock;
+class HintWindow;
+class IconButton;
+class NotificationCenter;
+class PanelDiskUsage;
+class PanelParts;
+class PanelProcessList;
+class PanelView;
+class ShowcaseDefaults;
+class StatusBarItem;
+class SummaryView;
+
+/// Held weakly by the panel.
+class PanelWindowDelegate : public WeakTarget {
+ public:
+  virtual ~PanelWindowDelegate() = default;
+  virtual void panelWindowWantsToOpenPreferences() = 0;
+};
+
+/// The drop-down panel: attached ("locked") to the status item, with a triangle that points at it and closing when the
+/// program loses the focus, or detached where the user dragged it, staying open and remembering its place.
+/// Main thread.
+class PanelWindow : public DraggableWindow {
+  Q_OBJECT
+
+ public:
+  /// Flags of the state word.
+  enum WindowState : std::uint64_t { DetailedFlag = 2, AdFlag = 4, DetailedAdFlag = 8 };
+
+  /// "Close the panel unless it is in use."
+  inline static const QString kCloseMainWindowIfNotActive = QStringLiteral("CloseMainWindowIfNotActive");
+
+  /// All outlive the panel.
+  PanelWindow(Clock& clock, ShowcaseDefaults& defaults, NotificationCenter& notifications, StatusBarItem& statusItem,
+              PanelParts& parts);
+  ~PanelWindow() override;
+
+  /// First state and attachment, from the stored settings.
+  void awakeFromNib();
+  void setPanelWindowDelegate(PanelWindowDelegate* delegate) { m_panelWindowDelegate = delegate; }
+
+  bool isLocked() const;
+  void setLocked(bool locked);
+  /// Attaches or detaches: stores it, and shows or hides the triangle.
+  void showTriangle(bool show);
+  void closeAndMakeItLocked();
+  void closeButtonPressed();
+  /// The status item was clicked. `canBeClosed`: an attached panel that is open closes.
+  void processActionOfStatusItem(bool canBeClosed);
+  /// At start-up: a detached panel comes back to its place.
+  void showWindowIfNotLocked();
+  /// Shows the panel where it belongs and gives it the keyboard.
+  void bringToFront();
+
+  std::uint64_t windowState() const { return m_windowState; }
+  bool isWindowStateDetailed() const { return (m_windowState & DetailedFlag) != 0; }
+  bool isWindowStateWithAd() const { return (m_windowState & AdFlag) != 0; }
+  bool isWindowWithDetailedAd() const { return (m_windowState & DetailedAdFlag) != 0; }
+  bool isAnimating() const { return m_animating; }
+  void changeWindowStateTo(std::uint64_t state, bool animated);
+  void showDetailedMemoryUsageButtonPressed();
+  void showDetailedAdNotification();
+  void setIsAdEnabled(bool enabled);
+  void checkIsCanShowAds();
+
+  /// Refreshes the process list, if it is there.
+  void updateContentData();
+  /// After a purge that gained memory.
+  void onPurgedMemory();
+
+  SummaryView& summary() { return *m_summary; }
+  IconButton& settingsButton() { return *m_prefecencesButton; }
+
+  /// Puts the panel into the desktop's window list: for a desktop without a place for the status item.
+  void setInWindowList(bool inWindowList);
+
+ Q_SIGNALS:
+  void preferencesButtonPressed();
+  /// The panel was closed, by whatever way.
+  void willClose();
+
+ protected:
+  void moveEvent(QMoveEvent* event) override;
+  void resizeEvent(QResizeEvent* event) override;
+  void closeEvent(QCloseEvent* event) override;
+  bool event(QEvent* event) override;
+  void keyPressEvent(QKeyEvent* event) override;
+  void mouseReleaseEvent(QMouseEvent* event) override;
+  void draggedByUser() override;
+
+ private:
+  void buildControls();
+  void connectControls();
+  void windowDidResignKey();
+  void closeWindowIfNotActive();
+  void placeBesideStatusItem();
+  /// Every write is flushed, so a drag is saved once, at its end.
+  void savePosition();
+  void show_makeKey();
+  std::uint64_t initialState() const;
+  void updateDiskUsagePart();
+  float diskUsageHeight() const;
+  void modifyWindowToSize(QSize size, bool animated, std::function<void()> completion);
+  void stateChangeCompleted();
+  void layOut();
+
+  Clock& m_clock;
+  ShowcaseDefaults& m_defaults;
+  StatusBarItem& m_statusItem;
+  PanelParts& m_parts;
+  WeakRef<PanelWindowDelegate> m_panelWindowDelegate;
+  std::uint64_t m_windowState = 0;
+  bool m_animating = false;
+  bool m_savesPosition = false;
+  std::chrono::steady_clock::time_point m_closedByFocusLoss{};
+  std::unique_ptr<HintWindow> m_hint;
+  PanelView* m_panelView;
+  SummaryView* m_summary;
+  IconButton* m_closeButton;
+  IconButton* m_prefecencesButton;
+  QLabel* m_nameLabel;
+  IconButton* m_disclosureButton;
+  QAbstractButton* m_memoryUsageButton;
+  QWidget* m_lineView;
+  std::unique_ptr<PanelProcessList> m_procTableViewController;
+  std::unique_ptr<PanelDiskUsage> m_adBasedOnSpotlightVC;
+  QPointer<QVariantAnimation> m_frameAnimation;
+};
+
+}  // namespace halvard

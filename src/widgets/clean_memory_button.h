@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QAbstractButton>
+#include <QImage>
+
+namespace halvard {
+
+/// The button that frees memory. While a purge runs it is its own progress bar.
+class CleanMemoryButton : public QAbstractButton {
+  Q_OBJECT
+
+ public:
+  explicit CleanMemoryButton(QWidget* parent = nullptr);
+
+  /// Follows the mouse with the hover picture.
+  void setTracking(bool tracking);
+
+  /// Tracking off, disabled look on.
+  void beginProgressUpdate();
+  /// Tracking on, disabled look off, and the idle picture again.
+  void endProgressUpdate();
+  /// Draws the progress picture; `progress` is 0 to 1.
+  void setProgess(float progress);
+  /// Sets the text, in the title colour.
+  void setTitle(const QString& title);
+
+  QSize sizeHint() const override;
+
+  /// The picture of a running purge, `size` in device pixels: light ground, darker up to `progress`, the rim over it.
+  static QImage progressImage(QSize size, qreal devicePixelRatio, float progress);
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+  void enterEvent(QEnterEvent* event) override;
+  void leaveEvent(QEvent* event) override;
+
+ private:
+  bool m_tracking = true;
+  bool m_disabledLook = false;
+  bool m_hovered = false;
+  float m_progress = 0;
+};
+
+}  // namespace halvard

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QAbstractButton>
+
+namespace halvard {
+
+/// A flat button that is only its text, underlined under the mouse.
+class TextButton : public QAbstractButton {
+  Q_OBJECT
+
+ public:
+  explicit TextButton(const QString& text, QWidget* parent = nullptr);
+  QSize sizeHint() const override;
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+};
+
+}  // namespace halvard
