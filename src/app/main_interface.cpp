@@ -1,0 +1,195 @@
+#include "app/main_interface.h"
+
+#include <cmath>
+
+#include "app/about_window.h"
+#include "app/application_identity.h"
+#include "app/main_menu.h"
+#include "core/clock.h"
+#include "core/notification_center.h"
+#include "memory/memory_status.h"
+#include "menubar/status_item_text.h"
+#include "menubar/summary_view.h"
+#include "platform/ports/appearance.h"
+#include "platform/ports/status_bar_item.h"
+#include "preferences/showcase_defaults.h"
+#include "preferences/stored_keys.h"
+#include "widgets/clean_memory_button.h"
+#include "widgets/icon_button.h"
+
+namespace halvard {
+
+using namespace std::chrono_literals;
+
+MainInterface::MainInterface(const MainInterfaceServices& services)
+    : m_services(services),
+      m_statusItem(services.statusItem, services.appearance, services.purge.preferences, services.purge.displayName),
+      m_panel(services.purge.clock, services.purge.defaults, services.purge.notifications, services.statusItem,
+              services.panelParts),
+      m_theMenu(std::make_unique<MainMenu>()),
+      m_controller(services.purge, *this) {}
+
+MainInterface::~MainInterface() = default;
+
+void MainInterface::awakeFromNib() {
+  m_panel.awakeFromNib();
+  m_controller.initValues();
+  initShowInfo();
+  m_controller.startLargeApplicationRule();
+  addObservers();
+  connectCommands();
+  m_controller.startRefreshChain();
+  prepareCleanButton();
+  followStatusItemHost();
+  m_panel.showWindowIfNotLocked();
+}
+
+void MainInterface::initShowInfo() {
+  ShowcaseDefaults& defaults = m_services.purge.defaults;
+  if (defaults.getBoolValueForKey(stored_keys::initialized, false)) {
+    m_bShowInfo = defaults.getBoolValueForKey(stored_keys::showInfo, true);
+    return;
+  }
+  saveShowInfoState(true);
+  defaults.saveBoolValue(true, stored_keys::initialized);
+}
+
+void MainInterface::saveShowInfoState(bool shows) {
+  m_bShowInfo = shows;
+  m_services.purge.defaults.saveBoolValue(shows, stored_keys::showInfo);
+}
+
+void MainInterface::addObservers() {
+  NotificationCenter& notifications = m_services.purge.notifications;
+  for (const QString& name : {kShowWindowAfterStart, kShowMainWindowAndMakeActive}) {
+    notifications.addObserver(name, this, [this](const QVariant&) { showMainWindowAndMakeActive(); });
+  }
+  connect(&m_panel, &PanelWindow::willClose, this, [this] {
+    if (m_bShowInfo) saveShowInfoState(false);
+  });
+  connect(&m_services.appearance, &Appearance::changed, &m_controller, &ZPPurgeController::fillInfoPanel);
+}
+
+void MainInterface::connectCommands() {
+  connect(&m_statusItem, &StatusItemController::statusItemAction, &m_panel,
+          [this] { m_panel.processActionOfStatusItem(true); });
+  connect(&m_panel.summary().freeButton(), &QAbstractButton::clicked, &m_controller,
+          [this] { m_controller.onFreeMemory(ZPPurgeController::Sender::CleanButton); });
+  connect(&m_panel, &PanelWindow::preferencesButtonPressed, this, &MainInterface::preferencesButtonPressed);
+  connect(m_theMenu.get(), &MainMenu::onFreeMemory, &m_controller,
+          [this] { m_controller.onFreeMemory(ZPPurgeController::Sender::CleanButton); });
+  connect(m_theMenu.get(), &MainMenu::onTogglePanelInfo, this, &MainInterface::onTogglePanelInfo);
+  connect(m_theMenu.get(), &MainMenu::showAboutScreen, this, &MainInterface::showAboutScreen);
+  connect(m_theMenu.get(), &MainMenu::quitRequested, this, &MainInterface::quitRequested);
+}
+
+void MainInterface::prepareCleanButton() {
+  CleanMemoryButton& button = m_panel.summary().freeButton();
+  button.setTitle(ZPPurgeController::tr("Cleanup"));
+  button.setTracking(true);
+}
+
+/// A desktop without a place for the item still needs a way to the panel: its window list.
+void MainInterface::followStatusItemHost() {
+  connect(&m_services.statusItem, &StatusBarItem::shownChanged, this,
+          [this] { m_panel.setInWindowList(!m_services.statusItem.isShown()); });
+}
+
+void MainInterface::ShowMainWindowAndMakeActive(NotificationCenter& notifications) {
+  notifications.post(kShowMainWindowAndMakeActive);
+}
+
+void MainInterface::showMainWindowAndMakeActive() {
+  if (m_panel.isVisible()) {
+    m_panel.bringToFront();
+    return;
+  }
+  m_services.purge.clock.callAfter(1ms, this, [this] { m_panel.processActionOfStatusItem(false); });
+}
+
+void MainInterface::onTogglePanelInfo() {
+  const bool shows = !m_panel.isVisible();
+  shows ? m_panel.processActionOfStatusItem(false) : void(m_panel.close());
+  saveShowInfoState(shows);
+}
+
+void MainInterface::preferencesButtonPressed() {
+  m_theMenu->validate(m_controller.isPurging(), m_panel.isVisible());
+  const QPoint corner = m_panel.settingsButton().mapToGlobal(QPoint(0, m_panel.settingsButton().height()));
+  m_theMenu->popup(corner + QPoint(-2, 5));
+}
+
+void MainInterface::showAboutScreen() {
+  if (!m_aboutWindow) m_aboutWindow = std::make_unique<AboutWindow>();
+  m_aboutWindow->show();
+  m_aboutWindow->raise();
+  m_aboutWindow->activateWindow();
+}
+
+void MainInterface::resetUserDefaults() {
+  DefaultsStore& store = m_services.purge.defaults.store();
+  store.removePersistentDomain();
+  store.synchronize();
+}
+
+QJsonObject MainInterface::status() {
+  const auto cpuUsage = static_cast<double>(m_services.reportedCpuUsage.getCPUUsage());
+  return memoryStatus(m_controller.snapshot(),
+                      {std::isnan(cpuUsage) ? 0 : cpuUsage, m_controller.isPurging(), m_controller.lastPurgedSize(),
+                       m_services.purge.defaults.cleanedSize()});
+}
+
+bool MainInterface::startCleaning() {
+  if (m_controller.isPurging()) return false;
+  m_controller.onFreeMemory(ZPPurgeController::Sender::None);
+  return true;
+}
+
+void MainInterface::beginProgressUpdate() {
+  m_panel.summary().freeButton().beginProgressUpdate();
+}
+
+void MainInterface::endProgressUpdate() {
+  m_panel.summary().freeButton().endProgressUpdate();
+}
+
+void MainInterface::setProgess(float progress) {
+  m_panel.summary().freeButton().setProgess(progress);
+}
+
+void MainInterface::setCleanButtonEnabled(bool enabled) {
+  m_panel.summary().freeButton().setEnabled(enabled);
+}
+
+void MainInterface::setCleanButtonTitle(const QString& title) {
+  m_panel.summary().freeButton().setTitle(title);
+}
+
+void MainInterface::showCleaningIcon() {
+  m_statusItem.showCleaningIcon();
+}
+
+void MainInterface::updateStatusItem(const MemorySnapshot& snapshot) {
+  m_statusItem.updateStatusItem(snapshot);
+  m_theMenu->setInformation(status_item_text::information(snapshot));
+  if (m_panel.isVisible()) m_panel.updateContentData();
+}
+
+void MainInterface::fillInfoPanel(const MemorySnapshot& snapshot) {
+  SummaryView& summary = m_panel.summary();
+  const ByteCount used = snapshot.calculateUsedSize();
+  summary.fillInfoPanelWithUsedMemoryPercent(snapshot.usedFraction(), used, used + snapshot.calculateFreeSize());
+  const ByteCount wired = snapshot.counters().wire_count * snapshot.pageSize();
+  summary.fillChart(wired, used - wired, snapshot.calculateFreeSize());
+  m_statusItem.fillTitle(snapshot);
+}
+
+void MainInterface::fillLastCleanedLabelWithSize(std::int64_t size, const QString& timeDescription) {
+  m_panel.summary().fillLastCleanedLabelWithSize(size, timeDescription);
+}
+
+void MainInterface::onPurgedMemory() {
+  m_panel.onPurgedMemory();
+}
+
+}  // namespace halvard

@@ -1,0 +1,92 @@
+#pragma once
+
+#include <QObject>
+#include <memory>
+
+#include "memory/purge_controller_view.h"
+#include "memory/zp_purge_controller.h"
+#include "menubar/panel_window.h"
+#include "menubar/status_item_controller.h"
+#include "platform/ports/control_channel.h"
+
+namespace halvard {
+
+class AboutWindow;
+class Appearance;
+class MainMenu;
+class StatusBarItem;
+
+/// What the main interface joins. All of it outlives the interface.
+struct MainInterfaceServices {
+  PurgeControllerServices purge;
+  StatusBarItem& statusItem;
+  Appearance& appearance;
+  PanelParts& panelParts;
+  /// For status reports alone, so that asking for one does not shorten what the automatic rule measures.
+  CpuUsageSource& reportedCpuUsage;
+};
+
+/// Joins the memory controller with the status item, the panel and the menu, and carries out the commands of all three.
+/// Main thread.
+class MainInterface final : public QObject, public ControlHandler, private PurgeControllerView {
+  Q_OBJECT
+
+ public:
+  inline static const QString kShowMainWindowAndMakeActive = QStringLiteral("ShowMainWindowAndMakeActive");
+  inline static const QString kShowWindowAfterStart = QStringLiteral("ShowWindowAfterStart");
+
+  explicit MainInterface(const MainInterfaceServices& services);
+  ~MainInterface() override;
+
+  /// Everything that happens once when the interface is there: first figures, item, observers, first refresh.
+  void awakeFromNib();
+
+  /// Asks whoever shows the panel to bring it forward.
+  static void ShowMainWindowAndMakeActive(NotificationCenter& notifications);
+
+  void showMainWindowAndMakeActive();
+  void onTogglePanelInfo();
+  void preferencesButtonPressed();
+  void showAboutScreen();
+  /// Removes every stored setting.
+  void resetUserDefaults();
+
+  QJsonObject status() override;
+  bool startCleaning() override;
+  void showPanel() override { showMainWindowAndMakeActive(); }
+
+  ZPPurgeController& controller() { return m_controller; }
+  PanelWindow& panel() { return m_panel; }
+
+ Q_SIGNALS:
+  void quitRequested();
+
+ private:
+  void initShowInfo();
+  void saveShowInfoState(bool shows);
+  void addObservers();
+  void connectCommands();
+  void prepareCleanButton();
+  void followStatusItemHost();
+
+  void beginProgressUpdate() override;
+  void endProgressUpdate() override;
+  void setProgess(float progress) override;
+  void setCleanButtonEnabled(bool enabled) override;
+  void setCleanButtonTitle(const QString& title) override;
+  void showCleaningIcon() override;
+  void updateStatusItem(const MemorySnapshot& snapshot) override;
+  void fillInfoPanel(const MemorySnapshot& snapshot) override;
+  void fillLastCleanedLabelWithSize(std::int64_t size, const QString& timeDescription) override;
+  void onPurgedMemory() override;
+
+  MainInterfaceServices m_services;
+  StatusItemController m_statusItem;
+  PanelWindow m_panel;
+  std::unique_ptr<MainMenu> m_theMenu;
+  std::unique_ptr<AboutWindow> m_aboutWindow;
+  ZPPurgeController m_controller;
+  bool m_bShowInfo = true;
+};
+
+}  // namespace halvard

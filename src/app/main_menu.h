@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QMenu>
+
+namespace halvard {
+
+/// The menu of the settings button.
+class MainMenu : public QMenu {
+  Q_OBJECT
+
+ public:
+  explicit MainMenu(QWidget* parent = nullptr);
+
+  /// The line that tells how much memory is used.
+  void setInformation(const QString& text);
+  /// What the items may do now; called before the menu opens.
+  void validate(bool isPurging, bool isPanelVisible);
+
+ Q_SIGNALS:
+  void onFreeMemory();
+  void onTogglePanelInfo();
+  void showAboutScreen();
+  void quitRequested();
+
+ private:
+  QAction* m_miInfo;
+  QAction* m_freeMemory;
+  QAction* m_toggleInformation;
+};
+
+}  // namespace halvard
