@@ -1,0 +1,46 @@
+#pragma once
+
+#include <QByteArray>
+#include <cstdint>
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "platform/linux/procfs/file_descriptor.h"
+
+namespace halvard {
+
+/// The folder with one sub-folder a process ("/proc"), kept open. One thread.
+class ProcessDirectory {
+ public:
+  /// Opens nothing yet.
+  explicit ProcessDirectory(QByteArray root);
+
+  /// All pids, ascending, into `pids`. 0, or the error that stopped the listing.
+  int list(std::vector<std::int32_t>& pids);
+
+  /// Opens "PID/name". An empty descriptor on failure, and then errno says why.
+  FileDescriptor open(std::int32_t pid, std::string_view name);
+
+  /// The text of "PID/name", a view of `buffer`; what does not fit is left out. Empty on failure, and then errno says
+  /// why, or when the file is.
+  std::string_view read(std::int32_t pid, std::string_view name, std::span<char> buffer);
+
+  /// Where the link "PID/name" points; empty on failure, and then errno says why.
+  QByteArray readLink(std::int32_t pid, std::string_view name);
+
+  /// User that owns "PID": the effective one of the process, root when it may not be inspected. -1 on failure.
+  std::int64_t owner(std::int32_t pid);
+
+ private:
+  int descriptor();
+
+  QByteArray m_root;
+  FileDescriptor m_descriptor;
+  std::vector<char> m_entries;
+};
+
+/// One pread of a whole kernel file. Empty on failure, and then errno says why.
+std::string_view readFromStart(int descriptor, std::span<char> buffer);
+
+}  // namespace halvard
