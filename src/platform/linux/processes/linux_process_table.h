@@ -48,7 +48,7 @@ class LinuxProcessTable : public ProcessTable {
   const std::size_t m_budget;
   std::size_t m_kept = 0;  // while a pass runs
   std::vector<std::int32_t> m_pids;
-  std::vector<Slot> m_slots;     // by pid
+  std::vector<Slot> m_slots;      // by pid
   std::vector<Slot> m_nextSlots;  // the pass in the making
   std::vector<ProcessRecord> m_records;
   char m_buffer[1024];

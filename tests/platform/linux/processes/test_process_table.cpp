@@ -5,6 +5,7 @@
 
 #include <fcntl.h>
 #include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include "platform/linux/processes/executable_name.h"
@@ -158,9 +159,9 @@ class TestProcessTable : public QObject {
     table.read();
     table.read();
     QCOMPARE(table.keptDescriptors(), std::size_t(std::min(descriptors, 20)));
-    fixture.addProcess(12, 5, "p", 12, 77);                                // another parent, more memory
+    fixture.addProcess(12, 5, "p", 12, 77);                             // another parent, more memory
     fixture.addProcess(13, 1, "exec", 13, 13, 'S', 0x400000, 1, 9999);  // another program
-    fixture.addProcess(14, 1, "new", 500, 88);                             // another process
+    fixture.addProcess(14, 1, "new", 500, 88);                          // another process
     fixture.remove(15);
     fixture.addProcess(9, 1, "late", 600, 99);
     for (int pass = 0; pass < 2; ++pass) {
