@@ -25,7 +25,7 @@ class ControlServer {
   virtual ~ControlServer() = default;
   /// Answers from now on. False when another process answers already, or nobody can be reached.
   virtual bool start(ControlHandler& handler) = 0;
-  /// 0 to 1; sent only while somebody may listen.
+  /// 0 to 1.
   virtual void publishProgress(double progress) = 0;
   /// The purge record.
   virtual void publishFinished(const QJsonObject& record) = 0;

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <QObject>
+#include <QStringList>
+
+#include "cli/command.h"
+#include "cli/local_program.h"
+#include "core/result.h"
+
+namespace halvard {
+
+class ControlClient;
+
+/// `status`, `watch` and `clean`: asked of the running program where there is one, done here otherwise.
+/// Each runs an event loop of its own and returns an exit code.
+class MemoryCommands : public QObject {
+  Q_OBJECT
+
+ public:
+  /// All outlive this object. `showsProgress`: a person reads the error stream.
+  MemoryCommands(const CliServices& services, ControlClient& control, const CommandOutput& output, bool showsProgress);
+
+  int runStatus(const QStringList& arguments);
+  /// One line a second until interrupted.
+  int runWatch(const QStringList& arguments);
+  int runClean(const QStringList& arguments);
+
+ public Q_SLOTS:
+  /// Ends whatever runs, as an interrupt does.
+  void interrupt();
+
+ Q_SIGNALS:
+  void ended(int exitCode);
+
+ private:
+  bool wantsJson(const QString& command, const QStringList& arguments, int& exitCode) const;
+  Result<QJsonObject> readStatus(LocalProgram& local);
+  int waitForEnd();
+  int cleanHere(bool json);
+  int cleanInProgram(bool json);
+  void showProgress(double progress);
+  void printRecord(const QJsonObject& record, bool json);
+
+  CliServices m_services;
+  ControlClient& m_control;
+  const CommandOutput& m_output;
+  bool m_showsProgress;
+  QString m_shownBar;
+};
+
+}  // namespace halvard

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QJsonObject>
+#include <QString>
+
+/// The records of the program as text for people.
+namespace halvard::status_text {
+
+/// One screen for a status record: a bar, the used share, and where the memory is.
+QString screen(const QJsonObject& status);
+
+/// One line for `watch`.
+QString line(const QJsonObject& status);
+
+/// A few lines for the record of one purge.
+QString purge(const QJsonObject& record);
+
+/// "[######      ] 50%" for a progress of 0 to 1.
+QString bar(double progress, int width);
+
+}  // namespace halvard::status_text

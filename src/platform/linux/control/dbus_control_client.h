@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QDBusConnection>
+#include <QVariantMap>
+
+#include "platform/ports/control_channel.h"
+
+class QDBusMessage;
+
+namespace halvard {
+
+/// Asks the running program over the session bus. Each call waits at most five seconds.
+class DBusControlClient : public ControlClient {
+  Q_OBJECT
+
+ public:
+  explicit DBusControlClient(QDBusConnection bus);
+
+  bool isProgramRunning() const override;
+  Result<QJsonObject> status() override;
+  Result<bool> startCleaning() override;
+  Result<void> showPanel() override;
+
+ private Q_SLOTS:
+  void onPurgeFinished(const QVariantMap& record);
+
+ private:
+  QDBusMessage call(const QString& method);
+
+  QDBusConnection m_bus;
+};
+
+}  // namespace halvard

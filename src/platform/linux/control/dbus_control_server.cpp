@@ -1,0 +1,47 @@
+#include "platform/linux/control/dbus_control_server.h"
+
+#include <QDBusConnectionInterface>
+
+#include "platform/linux/control/control_names.h"
+
+namespace halvard {
+
+DBusControlServer::DBusControlServer(QDBusConnection bus) : m_bus(std::move(bus)) {}
+
+DBusControlServer::~DBusControlServer() {
+  if (m_handler) m_bus.unregisterService(control_names::kService);
+}
+
+bool DBusControlServer::start(ControlHandler& handler) {
+  if (!m_bus.isConnected()) return false;
+  constexpr auto exported = QDBusConnection::ExportScriptableInvokables | QDBusConnection::ExportScriptableSignals;
+  // The object first: whoever sees the name may call at once.
+  if (!m_bus.registerObject(control_names::kPath, this, exported)) return false;
+  m_handler = &handler;
+  if (m_bus.registerService(control_names::kService)) return true;
+  m_handler = nullptr;
+  m_bus.unregisterObject(control_names::kPath);
+  return false;
+}
+
+void DBusControlServer::publishProgress(double progress) {
+  Q_EMIT PurgeProgress(progress);
+}
+
+void DBusControlServer::publishFinished(const QJsonObject& record) {
+  Q_EMIT PurgeFinished(record.toVariantMap());
+}
+
+QVariantMap DBusControlServer::Status() {
+  return m_handler->status().toVariantMap();
+}
+
+bool DBusControlServer::Clean() {
+  return m_handler->startCleaning();
+}
+
+void DBusControlServer::Show() {
+  m_handler->showPanel();
+}
+
+}  // namespace halvard

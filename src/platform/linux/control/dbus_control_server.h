@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QDBusConnection>
+#include <QObject>
+#include <QVariantMap>
+
+#include "platform/ports/control_channel.h"
+
+namespace halvard {
+
+/// Answers the command line on the session bus, under the name "com.tessmar.Halvard".
+class DBusControlServer : public QObject, public ControlServer {
+  Q_OBJECT
+  Q_CLASSINFO("D-Bus Interface", "com.tessmar.Halvard")
+
+ public:
+  /// An unconnected `bus` makes the server quiet.
+  explicit DBusControlServer(QDBusConnection bus);
+  ~DBusControlServer() override;
+
+  bool start(ControlHandler& handler) override;
+  void publishProgress(double progress) override;
+  void publishFinished(const QJsonObject& record) override;
+
+  // The remote methods and signals, with the names of the bus.
+  Q_INVOKABLE Q_SCRIPTABLE QVariantMap Status();
+  Q_INVOKABLE Q_SCRIPTABLE bool Clean();
+  Q_INVOKABLE Q_SCRIPTABLE void Show();
+
+ Q_SIGNALS:
+  Q_SCRIPTABLE void PurgeProgress(double progress);
+  Q_SCRIPTABLE void PurgeFinished(const QVariantMap& record);
+
+ private:
+  QDBusConnection m_bus;
+  ControlHandler* m_handler = nullptr;
+};
+
+}  // namespace halvard
