@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cmath>
+
 namespace halvard {
 
 /// A share of the ring on its way from what is drawn to what was read, in ten equal steps.
@@ -20,7 +22,9 @@ class EasedShare {
     const bool falls = m_step < 0 && m_current > m_target;
     if (!rises && !falls) return false;
     m_current += m_step;
-    if ((rises && m_current > m_target) || (falls && m_current < m_target)) m_current = m_target;
+    // Passed, or short of it by no more than the rounding of ten additions.
+    const double rest = rises ? m_target - m_current : m_current - m_target;
+    if (rest < std::abs(m_step) / 2) m_current = m_target;
     return true;
   }
 

@@ -15,9 +15,10 @@ int gaugeStep(float usedFraction) {
   } else if (fraction >= 0.5) {
     step = 2;
   }
-  const double percent = std::round(fraction * 100 / step) * step;
+  // In single precision, as the fraction is: 0.77 is then 77 and no hair less.
+  const float percent = std::round(usedFraction * 100.0F / static_cast<float>(step)) * static_cast<float>(step);
   if (!(percent > 5)) return 5;
-  return static_cast<int>(std::min(percent, 100.0));
+  return static_cast<int>(std::min(percent, 100.0F));
 }
 
 QString gaugeIconName(int step) {

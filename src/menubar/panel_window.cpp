@@ -134,7 +134,8 @@ void PanelWindow::processActionOfStatusItem(bool canBeClosed) {
       return;
     }
     closeAndMakeItLocked();
-  } else if (canBeClosed && m_clock.monotonicNow() - m_closedByFocusLoss < kClickAfterFocusLoss) {
+  } else if (canBeClosed && m_closedByFocusLoss &&
+             m_clock.monotonicNow() - *m_closedByFocusLoss < kClickAfterFocusLoss) {
     return;
   }
   if (isLocked()) placeBesideStatusItem();

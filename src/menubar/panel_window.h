@@ -129,7 +129,7 @@ class PanelWindow : public DraggableWindow {
   std::uint64_t m_windowState = 0;
   bool m_animating = false;
   bool m_savesPosition = false;
-  std::chrono::steady_clock::time_point m_closedByFocusLoss{};
+  std::optional<std::chrono::steady_clock::time_point> m_closedByFocusLoss;
   std::unique_ptr<HintWindow> m_hint;
   PanelView* m_panelView;
   SummaryView* m_summary;
