@@ -40,20 +40,19 @@ std::size_t LinuxProcessTable::affordableDescriptors() {
 std::size_t LinuxProcessTable::keptDescriptors() const {
   std::size_t count = 0;
   for (const Slot& slot : m_slots)
-    count += std::size_t(bool(slot.stat)) + std::size_t(bool(slot.statm));
+    count += slot.stat ? 1 : 0;
   return count;
 }
 
 void LinuxProcessTable::releaseDescriptors() {
-  for (Slot& slot : m_slots) {
+  for (Slot& slot : m_slots)
     slot.stat.reset();
-    slot.statm.reset();
-  }
 }
 
 ProcessTable::Reading LinuxProcessTable::read() {
   if (const int error = m_directory.list(m_pids)) return {error, nullptr};
   m_kept = keptDescriptors();
+  ++m_pass;
   int error = readAll();
   if (error == EMFILE) {
     // Whoever needs the descriptors, needs them more than the next pass does: give them back, and keep none this time.
@@ -91,34 +90,34 @@ LinuxProcessTable::Outcome LinuxProcessTable::readSlot(Slot& slot) {
   return outcome == Outcome::Read ? readMemory(slot) : outcome;
 }
 
+// Threads of the kernel, half of a quiet machine, come last.
 bool LinuxProcessTable::mayKeep(const Slot& slot) const {
-  return m_kept < m_budget && !slot.record.kernelThread;
+  const bool roomForAll = m_budget >= m_pids.size();
+  const bool isUsers = slot.record.startTime != 0 && !slot.record.kernelThread;
+  return m_kept < m_budget && (roomForAll || isUsers);
 }
 
-// The text of a file of the process, through the kept descriptor if there is one. A descriptor opened for it is kept
-// when asked. Empty when the process has gone, or with errno set.
-std::string_view LinuxProcessTable::contents(FileDescriptor& kept, std::int32_t pid, std::string_view name, bool keep) {
-  if (kept) {
-    const std::string_view text = readFromStart(kept.get(), m_buffer);
+// Empty when the process has gone, or with errno set.
+std::string_view LinuxProcessTable::statOf(Slot& slot) {
+  if (slot.stat) {
+    const std::string_view text = readFromStart(slot.stat.get(), m_buffer);
     if (!text.empty()) return text;
-    kept.reset();
+    slot.stat.reset();
     --m_kept;
   }
-  FileDescriptor file = m_directory.open(pid, name);
+  FileDescriptor file = m_directory.open(slot.record.pid, "stat");
   if (!file) return {};
   errno = 0;
   const std::string_view text = readFromStart(file.get(), m_buffer);
-  if (keep && !text.empty()) {
-    kept = std::move(file);
+  if (!text.empty() && mayKeep(slot)) {
+    slot.stat = std::move(file);
     ++m_kept;
   }
   return text;
 }
 
 LinuxProcessTable::Outcome LinuxProcessTable::readStat(Slot& slot) {
-  // On the first reading it is not known yet whether this is a thread of the kernel, which is not worth a descriptor.
-  const bool keep = slot.record.startTime != 0 && mayKeep(slot);
-  const std::string_view text = contents(slot.stat, slot.record.pid, "stat", keep);
+  const std::string_view text = statOf(slot);
   if (text.empty() && ranOut()) return Outcome::OutOfDescriptors;
   const auto line = parseStatLine(text);
   if (!line || line->pid != slot.record.pid) return Outcome::Gone;
@@ -128,26 +127,22 @@ LinuxProcessTable::Outcome LinuxProcessTable::readStat(Slot& slot) {
 
 void LinuxProcessTable::apply(const StatLine& line, Slot& slot) {
   ProcessRecord& record = slot.record;
-  if (record.startTime != line.startTime) {
-    if (slot.statm) --m_kept;
-    slot.statm.reset();
-    slot.commandLength = 0;
-    record.name.clear();
-  }
   const std::string_view command = line.command.substr(0, sizeof slot.command);
-  const bool sameName = record.programMark == line.programMark && record.startTime == line.startTime &&
-                        command == std::string_view(slot.command, slot.commandLength);
-  if (!sameName) {
-    std::ranges::copy(command, slot.command);
-    slot.commandLength = command.size();
-  }
+  const bool sameProgram = record.startTime == line.startTime && record.programMark == line.programMark &&
+                           command == std::string_view(slot.command, slot.commandLength);
+  slot.memoryIsOld = !sameProgram || slot.activity != line.activity || !record.residentBytes ||
+                     (m_pass + static_cast<std::uint32_t>(record.pid)) % kMemoryPasses == 0;
+  slot.activity = line.activity;
   record.parentPid = line.parentPid;
   record.startTime = line.startTime;
   record.programMark = line.programMark;
   record.kernelThread = line.kernelThread;
   record.exited = line.exited;
-  // The line lies in the buffer that finding the name fills anew.
-  if (!sameName) record.name = fullName(record.pid, {slot.command, slot.commandLength});
+  if (sameProgram) return;
+  std::ranges::copy(command, slot.command);
+  slot.commandLength = command.size();
+  // From here on the line is gone: it lies in the buffer that finding the name fills anew.
+  record.name = fullName(record.pid, {slot.command, slot.commandLength});
 }
 
 QString LinuxProcessTable::fullName(std::int32_t pid, std::string_view command) {
@@ -165,7 +160,8 @@ LinuxProcessTable::Outcome LinuxProcessTable::readMemory(Slot& slot) {
     slot.record.residentBytes = 0;
     return Outcome::Read;
   }
-  const std::string_view text = contents(slot.statm, slot.record.pid, "statm", mayKeep(slot));
+  if (!slot.memoryIsOld) return Outcome::Read;
+  const std::string_view text = m_directory.read(slot.record.pid, "statm", m_buffer);
   if (text.empty() && ranOut()) return Outcome::OutOfDescriptors;
   if (text.empty() && !forbidden()) return Outcome::Gone;
   const auto pages = parseResidentPages(text);

@@ -6,11 +6,18 @@
 
 namespace halvard {
 
-/// The process table out of /proc: one listing of the folder a pass, and for each process one read of "stat" and one
-/// of "statm". Both files stay open for as many processes as the budget allows; a kept descriptor belongs to its
-/// process for ever, so that a reused pid shows as a failed read.
+/// The process table out of /proc: one listing of the folder a pass, and one read of "stat" for each process. That file
+/// stays open for as many processes as the budget allows; a kept descriptor belongs to its process for ever, so that a
+/// reused pid shows as a failed read.
+///
+/// Resident sizes are the exact ones of "statm". It is read again when "stat" shows that the process has run, faulted
+/// or changed in size, and every kMemoryPasses passes in any case: of a process that stands still only the kernel takes
+/// pages, and of those at most the few hidden in its per-processor counters escape "stat".
 class LinuxProcessTable : public ProcessTable {
  public:
+  /// Passes between two readings of the memory of a process that stands still.
+  static constexpr std::uint32_t kMemoryPasses = 16;
+
   /// Keeps at most `descriptors` files open between two passes; 0 keeps none.
   explicit LinuxProcessTable(std::size_t descriptors = affordableDescriptors(), QByteArray root = "/proc");
 
@@ -27,7 +34,8 @@ class LinuxProcessTable : public ProcessTable {
   struct Slot {
     ProcessRecord record;
     FileDescriptor stat;
-    FileDescriptor statm;
+    ProcessActivity activity;
+    bool memoryIsOld = true;
     char command[64] = {};
     std::size_t commandLength = 0;
   };
@@ -38,7 +46,7 @@ class LinuxProcessTable : public ProcessTable {
   Outcome readSlot(Slot& slot);
   Outcome readStat(Slot& slot);
   Outcome readMemory(Slot& slot);
-  std::string_view contents(FileDescriptor& kept, std::int32_t pid, std::string_view name, bool keep);
+  std::string_view statOf(Slot& slot);
   bool mayKeep(const Slot& slot) const;
   void apply(const StatLine& line, Slot& slot);
   QString fullName(std::int32_t pid, std::string_view command);
@@ -47,6 +55,7 @@ class LinuxProcessTable : public ProcessTable {
   ProcessDirectory m_directory;
   const std::size_t m_budget;
   std::size_t m_kept = 0;  // while a pass runs
+  std::uint32_t m_pass = 0;
   std::vector<std::int32_t> m_pids;
   std::vector<Slot> m_slots;      // by pid
   std::vector<Slot> m_nextSlots;  // the pass in the making

@@ -78,6 +78,7 @@ std::string_view ProcessDirectory::read(std::int32_t pid, std::string_view name,
   if (!file) return {};
   // Unlike the short files, the environment and the arguments come in pieces of a page.
   std::size_t length = 0;
+  errno = 0;
   while (length < buffer.size()) {
     const ssize_t size = ::read(file.get(), buffer.data() + length, buffer.size() - length);
     if (size < 0 && errno == EINTR) continue;

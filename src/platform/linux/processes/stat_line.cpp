@@ -1,5 +1,6 @@
 #include "platform/linux/processes/stat_line.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 
@@ -14,27 +15,66 @@ enum Field : std::size_t {
   State = 3,
   ParentPid = 4,
   Flags = 9,
+  MinorFaults = 10,
+  MajorFaults = 12,
   UserTicks = 14,
   SystemTicks = 15,
   Threads = 20,
   StartTime = 22,
+  VirtualBytes = 23,
+  ResidentPages = 24,
   StartCode = 26,
   StartStack = 28,
 };
 
+bool isBlank(char character) {
+  return character == ' ' || character == '\n';
+}
+
+// Words are a few characters long: searching them with memchr costs more than walking.
 std::string_view nextWord(std::string_view& text) {
-  const std::size_t begin = text.find_first_not_of(" \n");
-  if (begin == text.npos) return {};
-  const std::size_t end = std::min(text.find_first_of(" \n", begin), text.size());
-  const std::string_view word = text.substr(begin, end - begin);
-  text.remove_prefix(end);
-  return word;
+  const char* begin = text.data();
+  const char* const end = begin + text.size();
+  while (begin != end && isBlank(*begin))
+    ++begin;
+  const char* behind = begin;
+  while (behind != end && !isBlank(*behind))
+    ++behind;
+  text = {behind, static_cast<std::size_t>(end - behind)};
+  return {begin, static_cast<std::size_t>(behind - begin)};
 }
 
 template <class Number>
 bool parseNumber(std::string_view word, Number& number) {
   const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), number);
   return error == std::errc() && end == word.data() + word.size();
+}
+
+bool parseActivity(const std::array<std::string_view, StartStack + 1>& fields, ProcessActivity& activity) {
+  return parseNumber(fields[UserTicks], activity.userTicks) && parseNumber(fields[SystemTicks], activity.systemTicks) &&
+         parseNumber(fields[MinorFaults], activity.minorFaults) &&
+         parseNumber(fields[MajorFaults], activity.majorFaults) &&
+         parseNumber(fields[VirtualBytes], activity.virtualBytes) &&
+         parseNumber(fields[ResidentPages], activity.residentPages);
+}
+
+// `text` begins behind the command name.
+bool parseFields(std::string_view text, StatLine& line) {
+  std::array<std::string_view, StartStack + 1> fields;
+  for (std::size_t number = State; number <= StartStack; ++number)
+    fields[number] = nextWord(text);
+  std::uint64_t flags = 0, startCode = 0, startStack = 0;
+  std::int64_t threads = 0;
+  const bool whole = fields[State].size() == 1 && parseNumber(fields[ParentPid], line.parentPid) &&
+                     parseNumber(fields[Flags], flags) && parseNumber(fields[Threads], threads) &&
+                     parseNumber(fields[StartTime], line.startTime) && parseNumber(fields[StartCode], startCode) &&
+                     parseNumber(fields[StartStack], startStack) && parseActivity(fields, line.activity);
+  if (!whole) return false;
+  line.state = fields[State].front();
+  line.kernelThread = flags & kKernelThreadFlag;
+  line.exited = line.state == 'X' || (line.state == 'Z' && threads <= 1);
+  line.programMark = startCode * 31 + startStack;
+  return true;
 }
 
 }  // namespace
@@ -47,24 +87,7 @@ std::optional<StatLine> parseStatLine(std::string_view text) {
   if (open == text.npos || close == text.npos || close < open + 2) return std::nullopt;
   if (!parseNumber(text.substr(0, open), line.pid)) return std::nullopt;
   line.command = text.substr(open + 2, close - open - 2);
-
-  std::array<std::string_view, StartStack + 1> fields;
-  std::string_view rest = text.substr(close + 1);
-  for (std::size_t number = State; number <= StartStack; ++number)
-    fields[number] = nextWord(rest);
-  std::uint64_t flags = 0, startCode = 0, startStack = 0;
-  std::int64_t threads = 0;
-  const bool whole = fields[State].size() == 1 && parseNumber(fields[ParentPid], line.parentPid) &&
-                     parseNumber(fields[Flags], flags) && parseNumber(fields[UserTicks], line.userTicks) &&
-                     parseNumber(fields[SystemTicks], line.systemTicks) && parseNumber(fields[Threads], threads) &&
-                     parseNumber(fields[StartTime], line.startTime) && parseNumber(fields[StartCode], startCode) &&
-                     parseNumber(fields[StartStack], startStack);
-  if (!whole) return std::nullopt;
-  line.state = fields[State].front();
-  line.kernelThread = flags & kKernelThreadFlag;
-  line.exited = line.state == 'X' || (line.state == 'Z' && threads <= 1);
-  line.programMark = startCode * 31 + startStack;
-  return line;
+  return parseFields(text.substr(close + 1), line) ? std::optional(line) : std::nullopt;
 }
 
 std::optional<PageCount> parseResidentPages(std::string_view text) {

@@ -8,6 +8,17 @@
 
 namespace halvard {
 
+/// What changes when a process uses its memory. Ticks and faults grow; the sizes are the kernel's quick estimates.
+struct ProcessActivity {
+  std::uint64_t userTicks = 0;
+  std::uint64_t systemTicks = 0;
+  std::uint64_t minorFaults = 0;
+  std::uint64_t majorFaults = 0;
+  ByteCount virtualBytes = 0;
+  PageCount residentPages = 0;
+  bool operator==(const ProcessActivity&) const = default;
+};
+
 /// What one line of /proc/PID/stat says, as far as it is used here.
 struct StatLine {
   std::int32_t pid = 0;
@@ -18,9 +29,7 @@ struct StatLine {
   bool kernelThread = false;
   /// A process whose first thread has ended is no zombie as long as others run.
   bool exited = false;
-  /// Clock ticks spent.
-  std::uint64_t userTicks = 0;
-  std::uint64_t systemTicks = 0;
+  ProcessActivity activity;
   /// Clock ticks between boot and start.
   std::uint64_t startTime = 0;
   /// Made of addresses that each start of a program chooses anew; the same constant for all foreign processes.

@@ -29,8 +29,8 @@ class ProcessFixture {
     const QByteArray number = QByteArray::number(pid);
     const QByteArray rest = QByteArray(") ") + state + ' ' + QByteArray::number(parent) + " 1 1 0 -1 " +
                             QByteArray::number(flags) + " 11 0 0 0 70 30 0 0 20 0 " + QByteArray::number(threads) +
-                            " 0 " + QByteArray::number(start) + " 4096 1 18446744073709551615 5000 0 " +
-                            QByteArray::number(stack) + " 0 0\n";
+                            " 0 " + QByteArray::number(start) + " 4096 " + QByteArray::number(pages) +
+                            " 18446744073709551615 5000 0 " + QByteArray::number(stack) + " 0 0\n";
     write(pid, "stat", number + " (" + command + rest);
     write(pid, "statm", "900 " + QByteArray::number(pages) + " 1 1 0 1 0\n");
   }
