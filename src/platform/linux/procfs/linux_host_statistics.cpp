@@ -14,6 +14,9 @@ namespace {
 
 /// Four times what kernel 6.18 writes.
 constexpr std::size_t kMeminfoBuffer = 8192;
+/// Enough for 128 processors. Of a longer file, and of one with several memory nodes, which the kernel may hand out in
+/// pieces, the lists that come with one read count.
+constexpr std::size_t kZoneinfoBuffer = std::size_t{64} << 10;
 
 ByteCount difference(ByteCount from, ByteCount take) {
   return from > take ? from - take : 0;
@@ -33,12 +36,13 @@ ByteCount physicalMemoryFromSystemCall() {
 
 }  // namespace
 
-VmStatistics64 toVmStatistics64(const MemoryInfo& info, ByteCount compressorBytes, std::uint32_t pageSize) {
+VmStatistics64 toVmStatistics64(const MemoryInfo& info, const MemoryBeside& beside, std::uint32_t pageSize) {
   const ByteCount onLists = info.activeAnonymous + info.inactiveAnonymous;
   // The lists hold more than is mapped where the swap cache is large; then nothing counts as purgeable.
   const ByteCount internal = std::max(info.anonymousMapped + info.shared, onLists);
   ByteCount wired = info.total;
-  for (const ByteCount other : {info.free, info.active, info.inactive, info.reclaimableSlab, compressorBytes}) {
+  for (const ByteCount other :
+       {info.free, beside.processorFree, info.active, info.inactive, info.reclaimableSlab, beside.compressor}) {
     wired = difference(wired, other);
   }
   VmStatistics64 statistics;
@@ -46,7 +50,7 @@ VmStatistics64 toVmStatistics64(const MemoryInfo& info, ByteCount compressorByte
   statistics.inactive_count = info.inactive / pageSize;
   statistics.internal_page_count = internal / pageSize;
   statistics.purgeable_count = statistics.internal_page_count - onLists / pageSize;
-  statistics.compressor_page_count = compressorBytes / pageSize;
+  statistics.compressor_page_count = beside.compressor / pageSize;
   statistics.wire_count = wired / pageSize;
   return statistics;
 }
@@ -55,6 +59,8 @@ LinuxHostStatistics::LinuxHostStatistics(const std::string& procRoot, const std:
     : m_procRoot(procRoot),
       m_sysRoot(sysRoot),
       m_meminfo(procRoot + "/meminfo"),
+      m_zoneinfo(procRoot + "/zoneinfo"),
+      m_zoneBuffer(kZoneinfoBuffer),
       m_pools(sysRoot),
       m_pageSize(systemPageSize()) {
   MemoryInfo info;
@@ -72,7 +78,7 @@ HostStatistics::KernelReturn LinuxHostStatistics::readMemoryInfo(MemoryInfo& inf
   return kSuccess;
 }
 
-ByteCount LinuxHostStatistics::compressorBytes(const MemoryInfo& info) {
+ByteCount LinuxHostStatistics::poolBytes(const MemoryInfo& info) {
   if (m_swapTotal != info.swapTotal) m_pools.discover();
   m_swapTotal = info.swapTotal;
   std::optional<ByteCount> pools = m_pools.occupiedBytes();
@@ -80,7 +86,11 @@ ByteCount LinuxHostStatistics::compressorBytes(const MemoryInfo& info) {
     m_pools.discover();
     pools = m_pools.occupiedBytes();
   }
-  return pools.value_or(0) + info.zswapPool;
+  return pools.value_or(0);
+}
+
+ByteCount LinuxHostStatistics::processorFreeBytes() {
+  return parseProcessorFreePages(m_zoneinfo.read(m_zoneBuffer)) * pageSizeOrDefault();
 }
 
 HostStatistics::KernelReturn LinuxHostStatistics::hostStatistics64(VmStatistics64& statistics,
@@ -88,7 +98,8 @@ HostStatistics::KernelReturn LinuxHostStatistics::hostStatistics64(VmStatistics6
   MemoryInfo info;
   const KernelReturn code = readMemoryInfo(info);
   if (code != kSuccess) return code;
-  statistics = toVmStatistics64(info, compressorBytes(info), pageSizeOrDefault());
+  const MemoryBeside beside{poolBytes(info) + info.zswapPool, processorFreeBytes()};
+  statistics = toVmStatistics64(info, beside, pageSizeOrDefault());
   wordCount = kWords64;
   return kSuccess;
 }
@@ -98,8 +109,9 @@ HostStatistics::KernelReturn LinuxHostStatistics::hostStatistics(VmStatistics& s
   const KernelReturn code = readMemoryInfo(info);
   if (code != kSuccess) return code;
   const std::uint32_t size = pageSizeOrDefault();
-  const VmStatistics64 all = toVmStatistics64(info, 0, size);
-  statistics = {info.free / size, all.active_count, all.inactive_count, all.wire_count};
+  const MemoryBeside beside{0, processorFreeBytes()};
+  const VmStatistics64 all = toVmStatistics64(info, beside, size);
+  statistics = {(info.free + beside.processorFree) / size, all.active_count, all.inactive_count, all.wire_count};
   wordCount = kWordsLegacy;
   return kSuccess;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "platform/linux/procfs/kept_file.h"
 #include "platform/linux/procfs/memory_info.h"
@@ -9,15 +10,21 @@
 
 namespace halvard {
 
-/// The counters that /proc/meminfo and zram's statistics come to. `compressorBytes` is zram's pools and zswap's.
+/// What /proc/meminfo does not say. Bytes.
+struct MemoryBeside {
+  ByteCount compressor = 0;     ///< RAM of zram's pools and of zswap's
+  ByteCount processorFree = 0;  ///< free memory on the processors' own lists, which MemFree leaves out
+};
+
+/// The counters that one reading comes to.
 ///
 /// Used memory is internal - purgeable + wire + compressor. internal - purgeable is the anonymous LRU lists exactly:
 /// anonymous and shared memory. Lazily freeable pages are on the file lists, so that purgeable is what AnonPages and
 /// Shmem count beyond those lists (locked pages, which wire counts, are in it as well: together they come out right).
 /// Differences stop at 0, for the lines of one reading are not taken at one instant.
-VmStatistics64 toVmStatistics64(const MemoryInfo& info, ByteCount compressorBytes, std::uint32_t pageSize);
+VmStatistics64 toVmStatistics64(const MemoryInfo& info, const MemoryBeside& beside, std::uint32_t pageSize);
 
-/// Memory counters from /proc/meminfo (one pread a reading) and from the zram pools (one pread a pool). One thread an
+/// Memory counters from /proc/meminfo, /proc/zoneinfo and the zram pools: one pread of each a reading. One thread an
 /// instance.
 ///
 /// Pools are listed at the first reading, when SwapTotal differs from the reading before, and when a pool cannot be
@@ -36,17 +43,19 @@ class LinuxHostStatistics : public HostStatistics {
   /// Opens its files each time: it is asked around a purge, not every second.
   std::optional<SwapUsage> swapUsage() const override;
 
-  /// One reading of /proc/meminfo, or an errno and `info` untouched.
-  KernelReturn readMemoryInfo(MemoryInfo& info);
-
  private:
+  /// An errno leaves `info` untouched.
+  KernelReturn readMemoryInfo(MemoryInfo& info);
   /// 0 when the pools cannot be read even after listing them anew.
-  ByteCount compressorBytes(const MemoryInfo& info);
+  ByteCount poolBytes(const MemoryInfo& info);
+  ByteCount processorFreeBytes();
   std::uint32_t pageSizeOrDefault() const { return m_pageSize.value_or(4096); }
 
   std::string m_procRoot;
   std::string m_sysRoot;
   KeptFile m_meminfo;
+  KeptFile m_zoneinfo;
+  std::vector<char> m_zoneBuffer;
   ZramPools m_pools;
   std::optional<std::uint32_t> m_pageSize;
   ByteCount m_physicalMemory = 0;

@@ -61,4 +61,18 @@ std::optional<MemoryInfo> parseMemoryInfo(std::string_view text) {
   return info;
 }
 
+PageCount parseProcessorFreePages(std::string_view text) {
+  constexpr std::string_view kLabel = " count:";
+  constexpr PageCount kMost = kLargestAmount >> 12;
+  PageCount sum = 0;
+  for (std::size_t at = text.find(kLabel); at != std::string_view::npos; at = text.find(kLabel, at + 1)) {
+    TextScanner scanner(text.substr(at + kLabel.size()));
+    const std::optional<std::uint64_t> pages = scanner.takeNumber();
+    if (!pages || !scanner.skip("\n")) continue;
+    if (*pages > kMost - sum) return 0;
+    sum += *pages;
+  }
+  return sum;
+}
+
 }  // namespace halvard

@@ -29,4 +29,9 @@ struct MemoryInfo {
 /// have. Of a line that comes twice the first counts. Allocates nothing.
 std::optional<MemoryInfo> parseMemoryInfo(std::string_view text);
 
+/// Free pages that /proc/zoneinfo shows on the processors' own lists ("count:"). MemFree leaves them out, although they
+/// are a percent of RAM and more on a busy machine. Of a text that was cut off, the lists in it; 0 when there is none,
+/// or when the sum is more than a machine can have. Allocates nothing.
+PageCount parseProcessorFreePages(std::string_view text);
+
 }  // namespace halvard

@@ -32,6 +32,7 @@ std::optional<std::vector<ProcessorCounters>> processorStat(const QByteArray& te
 void parseEverything(std::string_view text) {
   std::array<ProcessorCounters, 4> counters{};
   (void)parseMemoryInfo(text);
+  (void)parseProcessorFreePages(text);
   (void)parseZramStatistics(text);
   (void)parseSwapDevices(text);
   (void)parseMemoryPressure(text);
@@ -93,6 +94,16 @@ class TestProcfsParsers : public QObject {
     QFETCH(QByteArray, text);
     QFETCH(bool, valid);
     QCOMPARE(parseMemoryInfo(view(text)).has_value(), valid);
+  }
+
+  void processorFreePagesAreSummed() {
+    const QByteArray real = fixture("zoneinfo");
+    QCOMPARE(parseProcessorFreePages(view(real)), 38822u + 36998u);
+    QCOMPARE(parseProcessorFreePages(view(real.left(real.lastIndexOf("36998") + 4))), 38822u);
+    QCOMPARE(parseProcessorFreePages(" count: 5\n count: -1\n count: x\n count: 7 \n count: 2\nrecount: 9\n count:"),
+             7u);
+    QCOMPARE(parseProcessorFreePages(" count: 281474976710656\n count: 1\n"), 0u);
+    QCOMPARE(parseProcessorFreePages(""), 0u);
   }
 
   void zramStatistics_data() {
@@ -215,7 +226,7 @@ class TestProcfsParsers : public QObject {
 
   void mutatedFilesNeverCrash() {
     std::mt19937 random(20240115);
-    for (const char* name : {"meminfo_swap", "stat", "swaps", "mm_stat", "pressure_memory"}) {
+    for (const char* name : {"meminfo_swap", "zoneinfo", "stat", "swaps", "mm_stat", "pressure_memory"}) {
       const QByteArray original = fixture(name);
       QVERIFY(!original.isEmpty());
       for (int round = 0; round < 2000; ++round) {

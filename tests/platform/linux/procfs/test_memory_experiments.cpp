@@ -1,0 +1,238 @@
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/swap.h>
+#include <sys/vfs.h>
+
+#include <QProcess>
+#include <QTemporaryFile>
+#include <QtTest>
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <functional>
+
+#include "platform/linux/procfs/linux_host_statistics.h"
+#include "platform/linux/procfs/swap_devices.h"
+
+using namespace halvard;
+
+namespace {
+
+constexpr std::size_t kSize = std::size_t{64} << 20;
+constexpr double kMebibytes = 64;
+/// What an experiment may miss its 64 MiB by. The kernel keeps freed pages and pages on their way to a list in batches
+/// of its own for each processor (some MiB, which count as wired), and other programs go on living.
+constexpr double kTolerance = 12;
+/// Every experiment is repeated, and its median counts: a neighbour's burst spoils single rounds only.
+constexpr int kRounds = 15;
+
+/// Differences between two readings, in MiB.
+struct Change {
+  double used = 0;
+  double wired = 0;
+  double compressor = 0;
+};
+
+/// Anonymous memory whose every page is different and compresses well.
+class Block {
+ public:
+  explicit Block(int descriptor = -1) {
+    const int flags = descriptor < 0 ? MAP_PRIVATE | MAP_ANONYMOUS : MAP_SHARED;
+    void* const address = ::mmap(nullptr, kSize, PROT_READ | PROT_WRITE, flags, descriptor, 0);
+    m_bytes = address == MAP_FAILED ? nullptr : static_cast<char*>(address);
+  }
+  ~Block() {
+    if (m_bytes) ::munmap(m_bytes, kSize);
+  }
+  Block(const Block&) = delete;
+  Block& operator=(const Block&) = delete;
+
+  bool isValid() const { return m_bytes; }
+  void touch() {
+    for (std::size_t offset = 0; offset < kSize; offset += 4096)
+      std::memcpy(m_bytes + offset, &offset, sizeof offset);
+  }
+  bool advise(int advice) { return ::madvise(m_bytes, kSize, advice) == 0; }
+  bool lock() { return ::mlock(m_bytes, kSize) == 0; }
+
+ private:
+  char* m_bytes;
+};
+
+class Meter {
+ public:
+  /// Medians over kRounds rounds; `prepare` runs before the first reading of a round, `act` between the two, `restore`
+  /// behind them.
+  Change measure(const std::function<void()>& prepare, const std::function<void()>& act,
+                 const std::function<void()>& restore) {
+    std::vector<Change> changes;
+    for (int round = 0; round < kRounds; ++round) {
+      prepare();
+      const Change before = now();
+      act();
+      const Change after = now();
+      changes.push_back({after.used - before.used, after.wired - before.wired, after.compressor - before.compressor});
+      restore();
+    }
+    return {median(changes, &Change::used), median(changes, &Change::wired), median(changes, &Change::compressor)};
+  }
+
+ private:
+  Change now() {
+    VmStatistics64 record;
+    std::uint32_t words = HostStatistics::kWords64;
+    if (m_host.hostStatistics64(record, words) != HostStatistics::kSuccess) qFatal("no counters");
+    const double perPage = static_cast<double>(*m_host.pageSize()) / (1 << 20);
+    const PageCount app = record.internal_page_count - record.purgeable_count;
+    return {static_cast<double>(app + record.wire_count + record.compressor_page_count) * perPage,
+            static_cast<double>(record.wire_count) * perPage,
+            static_cast<double>(record.compressor_page_count) * perPage};
+  }
+
+  static double median(std::vector<Change> changes, double Change::*member) {
+    std::sort(changes.begin(), changes.end(),
+              [member](const Change& left, const Change& right) { return left.*member < right.*member; });
+    return changes[changes.size() / 2].*member;
+  }
+
+  LinuxHostStatistics m_host;
+};
+
+bool isNear(double value, double expected) {
+  if (std::abs(value - expected) <= kTolerance) return true;
+  qWarning("measured %.1f MiB instead of %.1f", value, expected);
+  return false;
+}
+
+bool writeText(const char* path, const char* text) {
+  QFile file(QString::fromLatin1(path));
+  return file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && file.write(text) > 0;
+}
+
+QByteArray readText(const char* path) {
+  QFile file(QString::fromLatin1(path));
+  return file.open(QIODevice::ReadOnly) ? file.readAll().trimmed() : QByteArray();
+}
+
+/// A zram swap device for the length of a test, when none is active and one is idle.
+class ZramSwap {
+ public:
+  /// Empty on success, otherwise the reason for skipping.
+  QString prepare() {
+    const QByteArray swaps = readText("/proc/swaps");
+    if (swaps.contains("/dev/zram")) return {};
+    if (swaps.contains("/")) return QStringLiteral("swap is on something else than zram");
+    if (::geteuid() != 0) return QStringLiteral("no zram swap is active, and only root may set one up");
+    if (readText("/sys/block/zram0/disksize") != "0") return QStringLiteral("there is no idle /dev/zram0");
+    m_ours = writeText("/sys/block/zram0/disksize", "268435456") &&
+             QProcess::execute(QStringLiteral("mkswap"), {QStringLiteral("-q"), QStringLiteral("/dev/zram0")}) == 0 &&
+             ::swapon("/dev/zram0", 0) == 0;
+    return m_ours ? QString() : QStringLiteral("zram swap cannot be set up");
+  }
+  ~ZramSwap() {
+    if (!m_ours) return;
+    ::swapoff("/dev/zram0");
+    writeText("/sys/block/zram0/reset", "1");
+  }
+
+ private:
+  bool m_ours = false;
+};
+
+}  // namespace
+
+/// What the counters must do when the memory of the whole machine changes in a known way.
+class TestMemoryExperiments : public QObject {
+  Q_OBJECT
+
+ private Q_SLOTS:
+  void touchedAnonymousMemoryIsUsed() {
+    std::unique_ptr<Block> block;
+    const Change change =
+        Meter().measure([&] { block = std::make_unique<Block>(); }, [&] { block->touch(); }, [&] { block.reset(); });
+    QVERIFY(isNear(change.used, kMebibytes));
+    QVERIFY(isNear(change.wired, 0));
+  }
+
+  void lazilyFreeableMemoryIsNot() {
+    // A new block each round: pages that are touched again return to their list only when the kernel looks for victims.
+    std::unique_ptr<Block> block;
+    bool advised = true;
+    const Change change = Meter().measure(
+        [&] {
+          block = std::make_unique<Block>();
+          block->touch();
+        },
+        [&] { advised = block->advise(MADV_FREE) && advised; }, [&] { block.reset(); });
+    QVERIFY(advised);
+    QVERIFY(isNear(change.used, -kMebibytes));
+    QVERIFY(isNear(change.wired, 0));
+  }
+
+  void sharedMemoryIsUsed() {
+    int file = -1;
+    std::unique_ptr<Block> block;
+    const Change change = Meter().measure(
+        [&] {
+          file = ::memfd_create("halvard-test", MFD_CLOEXEC);
+          if (::ftruncate(file, kSize) != 0) qFatal("memfd");
+          block = std::make_unique<Block>(file);
+        },
+        [&] { block->touch(); },
+        [&] {
+          block.reset();
+          ::close(file);
+        });
+    QVERIFY(isNear(change.used, kMebibytes));
+  }
+
+  void lockedMemoryIsWired() {
+    Block probe;
+    probe.touch();
+    if (!probe.lock()) QSKIP("locking 64 MiB needs CAP_IPC_LOCK or a larger RLIMIT_MEMLOCK");
+    std::unique_ptr<Block> block;
+    const Change change = Meter().measure(
+        [&] {
+          block = std::make_unique<Block>();
+          block->touch();
+        },
+        [&] { block->lock(); }, [&] { block.reset(); });
+    QVERIFY(isNear(change.wired, kMebibytes));
+    QVERIFY(isNear(change.used, 0));
+  }
+
+  void writtenFilesAreNotUsed() {
+    struct statfs fileSystem {};
+    constexpr auto kTmpfs = 0x01021994;
+    if (::statfs(".", &fileSystem) != 0 || fileSystem.f_type == kTmpfs) QSKIP("the working folder is in memory itself");
+    const QByteArray content(static_cast<qsizetype>(kSize), 'x');
+    std::unique_ptr<QTemporaryFile> file;
+    qint64 written = 0;
+    const Change change = Meter().measure(
+        [&] {
+          file = std::make_unique<QTemporaryFile>(QStringLiteral("experiment"));
+          if (!file->open()) qFatal("no file in the working folder");
+        },
+        [&] {
+          written = file->write(content);
+          file->flush();
+        },
+        [&] { file.reset(); });
+    QCOMPARE(written, content.size());
+    QVERIFY(isNear(change.used, 0));
+  }
+
+  void memoryPagedOutToZramIsUsedOnlyByItsPool() {
+    ZramSwap swap;
+    if (const QString reason = swap.prepare(); !reason.isEmpty()) QSKIP(qPrintable(reason));
+    Block block;
+    QVERIFY(block.isValid());
+    const Change change = Meter().measure([&] { block.touch(); }, [&] { block.advise(MADV_PAGEOUT); }, [] {});
+    QVERIFY2(change.compressor > 0.25 && change.compressor < kMebibytes / 4,
+             qPrintable(QString::number(change.compressor)));
+    QVERIFY(isNear(change.used, change.compressor - kMebibytes));
+  }
+};
+
+QTEST_GUILESS_MAIN(TestMemoryExperiments)
+#include "test_memory_experiments.moc"
