@@ -1,0 +1,65 @@
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <string>
+
+#include "core/clock.h"
+#include "core/units.h"
+#include "platform/linux/procfs/kept_file.h"
+#include "platform/linux/procfs/memory_pressure.h"
+
+namespace halvard {
+
+/// What the guard of a fill looks at.
+struct GuardReadings {
+  ByteCount physical = 0;
+  ByteCount available = 0;  ///< MemAvailable
+  ByteCount swapFree = 0;
+  /// Nothing where the kernel does not measure it: then only room counts.
+  std::optional<MemoryPressure> pressure;
+  std::chrono::steady_clock::time_point time;
+};
+
+enum class GuardVerdict {
+  Pin,
+  /// The machine is short of breath: ask again in a moment.
+  Wait,
+  Refuse,
+};
+
+/// Bytes that stay free of a fill: the larger of 512 MiB and 5 % of physical memory.
+ByteCount guardReserve(ByteCount physicalMemory);
+
+/// Whether `step` more bytes may be filled.
+///
+/// - Refuse when there is no free swap. A fill gains by paging out what idle programs hold; without swap it can only
+///   push out the page cache, which counts as free already.
+/// - Refuse unless MemAvailable and half of the free swap (what is paged out to zram stays in RAM, compressed), less
+///   `step`, stay above the reserve.
+/// - Refuse when everything stood still for memory during a fifth of the last ten seconds (`full` avg10 of 20 %).
+/// - Wait when it did during a quarter or more of the time since `before`, and for 20 ms at least: avg10 is slow to
+///   notice. `before` is the reading before the latest step or wait; nothing at the first.
+GuardVerdict judgeStep(const GuardReadings& now, const std::optional<GuardReadings>& before, ByteCount step);
+
+/// Where the readings come from; an interface so that a test can write them.
+class GuardReadingsSource {
+ public:
+  virtual ~GuardReadingsSource() = default;
+  /// Nothing when the machine does not say how much memory there is. One thread at a time.
+  virtual std::optional<GuardReadings> read() = 0;
+};
+
+/// /proc/meminfo and /proc/pressure/memory, one pread each.
+class ProcfsGuardReadings : public GuardReadingsSource {
+ public:
+  explicit ProcfsGuardReadings(Clock& clock, const std::string& procRoot = "/proc");
+  std::optional<GuardReadings> read() override;
+
+ private:
+  Clock& m_clock;
+  KeptFile m_meminfo;
+  MemoryPressureReader m_pressure;
+};
+
+}  // namespace halvard
