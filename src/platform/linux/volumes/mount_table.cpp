@@ -1,0 +1,70 @@
+#include "platform/linux/volumes/mount_table.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QSet>
+#include <memory>
+
+#include <libmount.h>
+
+namespace halvard {
+namespace {
+
+struct FreeTable {
+  void operator()(libmnt_table* table) const { mnt_unref_table(table); }
+};
+struct FreeIterator {
+  void operator()(libmnt_iter* iterator) const { mnt_free_iter(iterator); }
+};
+
+bool isBelow(const QString& path, const QString& folder) {
+  return path == folder || path.startsWith(folder + QLatin1Char('/'));
+}
+
+bool isVolumeOfTheUser(libmnt_fs* entry, const QString& path) {
+  if (path == QLatin1String("/")) return true;
+  if (isBelow(path, QStringLiteral("/boot")) || isBelow(path, QStringLiteral("/efi"))) return false;
+  return !mnt_fs_is_pseudofs(entry) && !mnt_fs_is_netfs(entry) && !mnt_fs_is_swaparea(entry);
+}
+
+/// Two mounts with the same answer are one file system.
+QString deviceOf(libmnt_fs* entry) {
+  const char* source = mnt_fs_get_source(entry);
+  if (source && source[0] == '/') return QFile::decodeName(source);
+  return QString::number(mnt_fs_get_devno(entry));
+}
+
+bool isWritable(libmnt_fs* entry) {
+  // A read-only mount of a writable file system, or the other way round.
+  return !(mnt_fs_match_options(entry, "ro") ||
+           mnt_optstr_get_option(mnt_fs_get_fs_options(entry), "ro", nullptr, nullptr) == 0);
+}
+
+MountedVolume describe(libmnt_fs* entry, const QString& path) {
+  const bool root = path == QLatin1String("/");
+  return {.path = path,
+          .name = root ? QStringLiteral("Startup disk") : QFileInfo(path).fileName(),
+          .fileSystemType = QString::fromUtf8(mnt_fs_get_fstype(entry)),
+          .writable = isWritable(entry)};
+}
+
+}  // namespace
+
+std::optional<std::vector<MountedVolume>> readMountTable(const QString& path) {
+  const std::unique_ptr<libmnt_table, FreeTable> table(mnt_new_table_from_file(QFile::encodeName(path).constData()));
+  const std::unique_ptr<libmnt_iter, FreeIterator> iterator(mnt_new_iter(MNT_ITER_FORWARD));
+  if (!table || !iterator) return std::nullopt;
+
+  std::vector<MountedVolume> volumes;
+  QSet<QString> devices;
+  libmnt_fs* entry = nullptr;
+  while (mnt_table_next_fs(table.get(), iterator.get(), &entry) == 0) {
+    const QString target = QFile::decodeName(mnt_fs_get_target(entry));
+    if (!isVolumeOfTheUser(entry, target) || devices.contains(deviceOf(entry))) continue;
+    devices.insert(deviceOf(entry));
+    volumes.push_back(describe(entry, target));
+  }
+  return volumes;
+}
+
+}  // namespace halvard
