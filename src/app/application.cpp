@@ -1,0 +1,90 @@
+#include "app/application.h"
+
+#include <QCoreApplication>
+
+#include "app/application_identity.h"
+#include "memory/memory_status.h"
+
+namespace halvard {
+
+/// The process tracker as the memory controller knows it.
+class Application::TrackerWatch : public LargeApplicationWatch {
+ public:
+  explicit TrackerWatch(ProcessTracker& tracker) : m_tracker(tracker) {}
+  void startTrackingHugeProcesses() override { m_tracker.startTrackingHugeProcesses(); }
+  void stopTrackingHugeProcesses() override { m_tracker.stopTrackingHugeProcesses(); }
+
+ private:
+  ProcessTracker& m_tracker;
+};
+
+/// The processor figures as the memory controller knows them.
+class Application::CpuUsage : public CpuUsageSource {
+ public:
+  explicit CpuUsage(CPUInfoManager& manager) : m_manager(manager) {}
+  float getCPUUsage() override { return m_manager.getCPUUsage(); }
+
+ private:
+  CPUInfoManager& m_manager;
+};
+
+/// What other subsystems draw in the panel.
+class Application::Parts : public PanelParts {
+ public:
+  std::unique_ptr<PanelProcessList> makeProcessList(QWidget*) override { return nullptr; }
+  std::unique_ptr<PanelDiskUsage> makeDiskUsage(QWidget*) override { return nullptr; }
+  bool isCanShowAds() const override { return false; }
+  bool startsWithDiskUsage() const override { return false; }
+};
+
+/// Start at login cannot be switched on yet.
+class Application::StartAtLogin : public StartAtLoginSwitch {
+ public:
+  void setIsEnabledForHelperApp(bool, const std::function<void()>& failedBlock) override {
+    if (failedBlock) failedBlock();
+  }
+};
+
+Application::Application(const Platform& platform)
+    : m_platform(platform),
+      m_defaults(platform.defaultsStore, platform.clock, QCoreApplication::applicationVersion()),
+      m_startAtLogin(std::make_unique<StartAtLogin>()),
+      m_preferences(platform.defaultsStore, *m_startAtLogin),
+      m_cpuInfo(platform.processorTicks, platform.processInformation),
+      m_reportedCpuInfo(platform.processorTicks, platform.processInformation),
+      m_cpuUsage(std::make_unique<CpuUsage>(m_cpuInfo)),
+      m_reportedCpuUsage(std::make_unique<CpuUsage>(m_reportedCpuInfo)),
+      m_processes(platform.processTable, platform.runningApplications, platform.clock),
+      m_tracker(m_processes, m_notifications, platform.clock),
+      m_largeApplications(std::make_unique<TrackerWatch>(m_tracker)),
+      m_purgeManager(platform.purgeHostStatistics, platform.purgeableMemory, platform.clock),
+      m_parts(std::make_unique<Parts>()),
+      m_interface(std::make_unique<MainInterface>(MainInterfaceServices{
+          PurgeControllerServices{platform.hostStatistics, m_purgeManager, m_preferences, m_defaults, platform.clock,
+                                  m_notifications, platform.userNotifications, *m_cpuUsage, *m_largeApplications,
+                                  platform.scripts, m_version, application_identity::kDisplayName,
+                                  QStringLiteral(":/purge.sh")},
+          platform.statusItem, platform.appearance, *m_parts, *m_reportedCpuUsage})),
+      m_delegate(m_notifications) {
+  m_reportedCpuInfo.getCPUUsage();  // the first report measures from here, not from the start of the machine
+  connectControlServer();
+}
+
+Application::~Application() = default;
+
+void Application::start(const QStringList& arguments) {
+  m_interface->awakeFromNib();
+  m_platform.controlServer.start(*m_interface);
+  m_delegate.applicationDidFinishLaunching(arguments);
+}
+
+void Application::connectControlServer() {
+  ControlServer& server = m_platform.controlServer;
+  ZPPurgeController& controller = m_interface->controller();
+  connect(&controller, &ZPPurgeController::purgeProgressed, this,
+          [&server](double progress) { server.publishProgress(progress); });
+  connect(&controller, &ZPPurgeController::purgeFinished, this,
+          [&server](const PurgeReport& report) { server.publishFinished(purgeRecord(report)); });
+}
+
+}  // namespace halvard

@@ -1,0 +1,82 @@
+#pragma once
+
+#include <memory>
+
+#include "app/main_interface.h"
+#include "app/zp_app_delegate.h"
+#include "core/macos_version.h"
+#include "core/notification_center.h"
+#include "menubar/panel_parts.h"
+#include "preferences/preferences_model.h"
+#include "preferences/showcase_defaults.h"
+#include "process_manager/cpu_info_manager.h"
+#include "process_manager/process_tracker.h"
+#include "process_manager/processes_manager.h"
+
+namespace halvard {
+
+class DistributedNotificationCenter;
+
+/// The machine and the desktop, as adapters. All of it outlives the application.
+struct Platform {
+  Clock& clock;
+  HostStatistics& hostStatistics;
+  /// For the purge alone: its background threads read it.
+  HostStatistics& purgeHostStatistics;
+  ProcessorTicks& processorTicks;
+  ProcessInformation& processInformation;
+  PurgeableMemory& purgeableMemory;
+  ProcessTable& processTable;
+  RunningApplications& runningApplications;
+  DefaultsStore& defaultsStore;
+  StatusBarItem& statusItem;
+  Appearance& appearance;
+  UserNotificationCenter& userNotifications;
+  DistributedNotificationCenter& distributedNotifications;
+  ControlServer& controlServer;
+  ScriptRunner& scripts;
+};
+
+/// The composition root: makes every service once, in the order of the members, and hands it on by reference.
+/// Main thread.
+class Application : public QObject {
+  Q_OBJECT
+
+ public:
+  explicit Application(const Platform& platform);
+  ~Application() override;
+
+  /// Wakes the interface, then does what follows a launch. `arguments` without the program's path.
+  void start(const QStringList& arguments);
+
+  MainInterface& interface() { return *m_interface; }
+  NotificationCenter& notifications() { return m_notifications; }
+
+ private:
+  class TrackerWatch;
+  class CpuUsage;
+  class Parts;
+  class StartAtLogin;
+
+  void connectControlServer();
+
+  Platform m_platform;
+  MacOSVersion m_version;
+  NotificationCenter m_notifications;
+  ShowcaseDefaults m_defaults;
+  std::unique_ptr<StartAtLogin> m_startAtLogin;
+  PreferencesModel m_preferences;
+  CPUInfoManager m_cpuInfo;
+  CPUInfoManager m_reportedCpuInfo;
+  std::unique_ptr<CpuUsage> m_cpuUsage;
+  std::unique_ptr<CpuUsage> m_reportedCpuUsage;
+  ProcessesManager m_processes;
+  ProcessTracker m_tracker;
+  std::unique_ptr<TrackerWatch> m_largeApplications;
+  PurgeManager m_purgeManager;
+  std::unique_ptr<Parts> m_parts;
+  std::unique_ptr<MainInterface> m_interface;
+  ZPAppDelegate m_delegate;
+};
+
+}  // namespace halvard

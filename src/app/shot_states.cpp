@@ -1,0 +1,60 @@
+#include "app/shot_states.h"
+
+#include <QMap>
+#include <functional>
+
+#include "app/main_interface.h"
+#include "menubar/summary_view.h"
+
+namespace halvard::shot_states {
+namespace {
+
+using Opener = std::function<void(MainInterface&)>;
+
+void openPanel(MainInterface& interface) {
+  interface.panel().processActionOfStatusItem(false);
+}
+
+void openDetailed(MainInterface& interface) {
+  openPanel(interface);
+  interface.panel().changeWindowStateTo(interface.panel().windowState() | PanelWindow::DetailedFlag, false);
+}
+
+const QMap<QString, Opener>& openers() {
+  static const QMap<QString, Opener> known{
+      {QStringLiteral("panel"), openPanel},
+      {QStringLiteral("detailed"), openDetailed},
+      {QStringLiteral("detached"),
+       [](MainInterface& interface) {
+         openPanel(interface);
+         interface.panel().showTriangle(false);
+       }},
+      {QStringLiteral("cleaning"),
+       [](MainInterface& interface) {
+         openPanel(interface);
+         interface.startCleaning();
+       }},
+      {QStringLiteral("menu"),
+       [](MainInterface& interface) {
+         openPanel(interface);
+         interface.preferencesButtonPressed();
+       }},
+      {QStringLiteral("about"), [](MainInterface& interface) { interface.showAboutScreen(); }},
+  };
+  return known;
+}
+
+}  // namespace
+
+bool open(const QString& name, MainInterface& interface) {
+  const auto opener = openers().find(name);
+  if (opener == openers().end()) return false;
+  (*opener)(interface);
+  return true;
+}
+
+QString names() {
+  return openers().keys().join(QStringLiteral(", "));
+}
+
+}  // namespace halvard::shot_states

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QString>
+
+namespace halvard {
+
+class MainInterface;
+
+/// Window states by name, for screenshots: what the user would have clicked to get there.
+namespace shot_states {
+
+/// False for a name that is not known.
+bool open(const QString& name, MainInterface& interface);
+
+/// The known names, for an error message.
+QString names();
+
+}  // namespace shot_states
+}  // namespace halvard
