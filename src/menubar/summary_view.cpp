@@ -18,7 +18,7 @@ namespace {
 
 constexpr int kMargin = 16;
 constexpr int kContentWidth = panel_layout::kPanelWidth - 2 * kMargin;
-constexpr int kChartSide = 62;
+constexpr int kChartSide = 46;
 constexpr double kDangerThreshold = 0.945;
 
 QString sizeText(ByteCount bytes) {
@@ -53,7 +53,7 @@ SummaryView::SummaryView(Clock& clock, HintWindow& hint, QWidget* parent)
   m_cleanedSizeLabel->setAlignment(Qt::AlignCenter);
   m_cleanedSizeLabel->setGeometry(kMargin, 134, kContentWidth, 16);
   setTextColor(*m_cleanedSizeLabel, ui_style::cleanedTextColor());
-  m_chart->setGeometry(panel_layout::kPanelWidth - kMargin - kChartSide, 48, kChartSide, kChartSide);
+  m_chart->setGeometry(panel_layout::kPanelWidth - kMargin - kChartSide, 43, kChartSide, kChartSide);
   setSubtitleLabel();
 }
 
@@ -137,12 +137,12 @@ void SummaryView::switchToCompactModeAnimated(bool animated) {
 
 void SummaryView::switchToDetailedModeAnimated(bool animated) {
   constexpr auto places = panel_layout::kDetailed;
-  constexpr int textWidth = kContentWidth - kChartSide - 8;
+  constexpr int titleWidth = kContentWidth - kChartSide - 8;
   m_pInfoTitleLabel->setFont(ui_style::font(38, QFont::Light));
   m_pInfoTitleLabel->setAlignment(Qt::AlignLeft | Qt::AlignBottom);
   m_pInfoSubtitleLastUsedMemorySize->setAlignment(Qt::AlignLeft | Qt::AlignVCenter);
-  place(m_pInfoTitleLabel, kMargin, places.title, textWidth, 46, animated);
-  place(m_pInfoSubtitleLastUsedMemorySize, kMargin, places.subtitle, textWidth, 18, animated);
+  place(m_pInfoTitleLabel, kMargin, places.title, titleWidth, 46, animated);
+  place(m_pInfoSubtitleLastUsedMemorySize, kMargin, places.subtitle, kContentWidth, 18, animated);
   place(m_pBtnFree, kMargin, places.freeButton, kContentWidth, m_pBtnFree->sizeHint().height(), animated);
   m_chart->show();
   m_cleanedSizeLabel->hide();

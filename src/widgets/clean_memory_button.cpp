@@ -53,9 +53,8 @@ void drawMask(QPainter& painter, const QRectF& bounds) {
 
 }  // namespace
 
-CleanMemoryButton::CleanMemoryButton(QWidget* parent) : QAbstractButton(parent) {
+CleanMemoryButton::CleanMemoryButton(QWidget* parent) : FocusRingButton(parent) {
   setFont(ui_style::font(13, QFont::Medium));
-  setFocusPolicy(Qt::StrongFocus);
   setAttribute(Qt::WA_Hover, false);
 }
 
@@ -110,7 +109,7 @@ void CleanMemoryButton::paintEvent(QPaintEvent*) {
   } else {
     drawBackground(painter, rect(), isDown() ? kPressed : m_hovered ? kHovered : kIdle);
   }
-  if (hasFocus()) {
+  if (showsFocus()) {
     painter.setBrush(Qt::NoBrush);
     painter.setPen(QPen(ui_style::focusColor(), 2));
     painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), kCornerRadius - 0.5, kCornerRadius - 0.5);
@@ -124,13 +123,13 @@ void CleanMemoryButton::paintEvent(QPaintEvent*) {
 void CleanMemoryButton::enterEvent(QEnterEvent* event) {
   m_hovered = m_tracking;
   update();
-  QAbstractButton::enterEvent(event);
+  FocusRingButton::enterEvent(event);
 }
 
 void CleanMemoryButton::leaveEvent(QEvent* event) {
   m_hovered = false;
   update();
-  QAbstractButton::leaveEvent(event);
+  FocusRingButton::leaveEvent(event);
 }
 
 }  // namespace halvard

@@ -1,12 +1,13 @@
 #pragma once
 
-#include <QAbstractButton>
 #include <QImage>
+
+#include "widgets/focus_ring_button.h"
 
 namespace halvard {
 
 /// The button that frees memory. While a purge runs it is its own progress bar.
-class CleanMemoryButton : public QAbstractButton {
+class CleanMemoryButton : public FocusRingButton {
   Q_OBJECT
 
  public:

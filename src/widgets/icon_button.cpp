@@ -49,10 +49,9 @@ void drawChevron(QPainter& painter, const QColor& color, bool open) {
 }  // namespace
 
 IconButton::IconButton(Picture picture, const QString& accessibleName, QWidget* parent)
-    : QAbstractButton(parent), m_picture(picture) {
+    : FocusRingButton(parent), m_picture(picture) {
   setAccessibleName(accessibleName);
   setToolTip(accessibleName);
-  setFocusPolicy(Qt::StrongFocus);
   setAttribute(Qt::WA_Hover);
 }
 
@@ -71,7 +70,7 @@ void IconButton::paintEvent(QPaintEvent*) {
     painter.setBrush(isDown() ? QColor(204, 218, 227) : QColor(224, 233, 239));
     painter.drawRoundedRect(bounds, 5, 5);
   }
-  if (hasFocus()) {
+  if (showsFocus()) {
     painter.setBrush(Qt::NoBrush);
     painter.setPen(QPen(ui_style::focusColor(), 1.5));
     painter.drawRoundedRect(bounds.adjusted(0.5, 0.5, -0.5, -0.5), 5, 5);

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <QAbstractButton>
+#include "widgets/focus_ring_button.h"
 
 namespace halvard {
 
 /// A small flat button with a drawn picture, tinted under the mouse and ringed by the keyboard.
-class IconButton : public QAbstractButton {
+class IconButton : public FocusRingButton {
   Q_OBJECT
 
  public:

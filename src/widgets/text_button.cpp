@@ -6,11 +6,10 @@
 
 namespace halvard {
 
-TextButton::TextButton(const QString& text, QWidget* parent) : QAbstractButton(parent) {
+TextButton::TextButton(const QString& text, QWidget* parent) : FocusRingButton(parent) {
   setText(text);
   setAccessibleName(text);
   setFont(ui_style::font(12));
-  setFocusPolicy(Qt::StrongFocus);
   setAttribute(Qt::WA_Hover);
   setCursor(Qt::PointingHandCursor);
 }
@@ -28,7 +27,7 @@ void TextButton::paintEvent(QPaintEvent*) {
   painter.setFont(face);
   painter.setPen(isDown() ? ui_style::calmColor() : ui_style::secondaryTextColor());
   painter.drawText(textRect, Qt::AlignLeft | Qt::AlignVCenter, text());
-  if (!hasFocus()) return;
+  if (!showsFocus()) return;
   const int width = fontMetrics().horizontalAdvance(text());
   painter.setPen(QPen(ui_style::focusColor(), 1.5));
   painter.drawRoundedRect(QRectF(textRect.left() - 3, 2.5, width + 6, height() - 5), 4, 4);

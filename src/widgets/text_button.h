@@ -1,11 +1,11 @@
 #pragma once
 
-#include <QAbstractButton>
+#include "widgets/focus_ring_button.h"
 
 namespace halvard {
 
 /// A flat button that is only its text, underlined under the mouse.
-class TextButton : public QAbstractButton {
+class TextButton : public FocusRingButton {
   Q_OBJECT
 
  public:

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <QObject>
+#include <QTimer>
+#include <atomic>
+
+#include "app/application.h"
+#include "core/clock.h"
+#include "platform/fake/fake_defaults_store.h"
+#include "platform/fake/fake_distributed_notification_center.h"
+#include "platform/fake/fake_host_statistics.h"
+#include "platform/fake/fake_process_table.h"
+#include "platform/fake/fake_processor_ticks.h"
+#include "platform/fake/fake_purgeable_memory.h"
+#include "platform/fake/fake_running_applications.h"
+
+namespace halvard {
+
+/// A made-up machine for `halvard --demo`: 16 GiB, memory that comes and goes, a few applications. It reads nothing of
+/// the real one and stores nothing.
+class DemoDesktop : public QObject {
+  Q_OBJECT
+
+ public:
+  /// The machine, shown by the given real parts of the desktop.
+  DemoDesktop(StatusBarItem& statusItem, Appearance& appearance, UserNotificationCenter& userNotifications,
+              ControlServer& controlServer, ScriptRunner& scripts, ProcessInformation& processInformation);
+
+  Platform platform();
+
+ private:
+  void breathe();
+  void addApplications();
+
+  StatusBarItem& m_statusItem;
+  Appearance& m_appearance;
+  UserNotificationCenter& m_userNotifications;
+  ControlServer& m_controlServer;
+  ScriptRunner& m_scripts;
+  ProcessInformation& m_processInformation;
+  SystemClock m_clock;
+  FakeHostStatistics m_hostStatistics;
+  FakeHostStatistics m_purgeHostStatistics;
+  FakeProcessorTicks m_processorTicks;
+  FakePurgeableMemory m_purgeableMemory;
+  FakeProcessTable m_processTable;
+  FakeRunningApplications m_runningApplications;
+  FakeDefaultsStore m_defaultsStore;
+  FakeDistributedNotificationCenter m_distributedNotifications;
+  QTimer m_breath;
+  int m_breaths = 0;
+  /// Bytes of application memory that a purge may still page out.
+  std::atomic<std::int64_t> m_idleBytes;
+};
+
+}  // namespace halvard
