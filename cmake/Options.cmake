@@ -25,6 +25,7 @@ endif()
 # Debug information for stacks and lines; the full kind doubles build and link time and serves nobody here.
 string(REPLACE "-g" "-g1" CMAKE_CXX_FLAGS_DEBUG "${CMAKE_CXX_FLAGS_DEBUG}")
 
+add_compile_definitions(HALVARD_VERSION="${PROJECT_VERSION}")
 add_compile_options(-Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror -fno-omit-frame-pointer)
 add_compile_definitions(QT_NO_KEYWORDS QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_FOREACH
                         QT_DISABLE_DEPRECATED_BEFORE=0x060400)

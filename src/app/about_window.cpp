@@ -6,7 +6,7 @@
 #include <QPainter>
 #include <QVBoxLayout>
 
-#include "app/application_identity.h"
+#include "core/application_identity.h"
 #include "widgets/gauge_icon.h"
 #include "widgets/ui_style.h"
 

@@ -2,7 +2,7 @@
 
 #include <QCoreApplication>
 
-#include "app/application_identity.h"
+#include "core/application_identity.h"
 #include "memory/memory_status.h"
 
 namespace halvard {

@@ -3,8 +3,8 @@
 #include <cmath>
 
 #include "app/about_window.h"
-#include "app/application_identity.h"
 #include "app/main_menu.h"
+#include "core/application_identity.h"
 #include "core/clock.h"
 #include "core/notification_center.h"
 #include "memory/memory_status.h"

@@ -1,6 +1,6 @@
 #include "app/main_menu.h"
 
-#include "app/application_identity.h"
+#include "core/application_identity.h"
 #include "widgets/menu_style.h"
 
 namespace halvard {

@@ -76,17 +76,16 @@ QString purge(const QJsonObject& record) {
   const qint64 freed = integer(record, QLatin1String("freedBytes"));
   const qint64 compressed = integer(record, QLatin1String("compressedBytes"));
   const qint64 swapped = integer(record, QLatin1String("swappedToDiskBytes"));
-  QStringList lines{
-      freed > 0 ? QStringLiteral("Freed %1 in %2 s: used memory went from %3 to %4.")
-                      .arg(bytesText(freed))
-                      .arg(record.value(QLatin1String("seconds")).toDouble(), 0, 'f', 1)
-                      .arg(bytesText(integer(record, QLatin1String("usedBefore"))),
-                           bytesText(integer(record, QLatin1String("usedAfter"))))
-                : QStringLiteral("Nothing could be freed (%1 of memory in use before, %2 after).")
-                      .arg(bytesText(integer(record, QLatin1String("usedBefore"))),
-                           bytesText(integer(record, QLatin1String("usedAfter"))))};
-  if (compressed > 0) lines << QStringLiteral("%1 of it now lies compressed in memory.").arg(bytesText(compressed));
-  if (swapped > 0) lines << QStringLiteral("%1 was moved to the disk, not given back.").arg(bytesText(swapped));
+  QStringList lines{freed > 0 ? QStringLiteral("Freed %1 in %2 s: used memory went from %3 to %4.")
+                                    .arg(bytesText(freed))
+                                    .arg(record.value(QLatin1String("seconds")).toDouble(), 0, 'f', 1)
+                                    .arg(bytesText(integer(record, QLatin1String("usedBefore"))),
+                                         bytesText(integer(record, QLatin1String("usedAfter"))))
+                              : QStringLiteral("Nothing could be freed (%1 of memory in use before, %2 after).")
+                                    .arg(bytesText(integer(record, QLatin1String("usedBefore"))),
+                                         bytesText(integer(record, QLatin1String("usedAfter"))))};
+  if (compressed > 0) lines << QStringLiteral("%1 more now lies compressed in memory.").arg(bytesText(compressed));
+  if (swapped > 0) lines << QStringLiteral("%1 was moved to the disk: not given back.").arg(bytesText(swapped));
   return lines.join(u'\n');
 }
 

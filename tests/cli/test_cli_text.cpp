@@ -58,8 +58,8 @@ class TestCliText : public QObject {
         {QStringLiteral("swappedToDiskBytes"), qint64{1} << 20}, {QStringLiteral("seconds"), 2.25}};
     QCOMPARE(status_text::purge(gained),
              QStringLiteral("Freed 1.00 GB in 2.3 s: used memory went from 4.00 GB to 3.00 GB.\n"
-                            "2.00 GB of it now lies compressed in memory.\n"
-                            "1.00 MB was moved to the disk, not given back."));
+                            "2.00 GB more now lies compressed in memory.\n"
+                            "1.00 MB was moved to the disk: not given back."));
     const QJsonObject nothing{{QStringLiteral("freedBytes"), 0},
                               {QStringLiteral("usedBefore"), qint64{3} << 30},
                               {QStringLiteral("usedAfter"), qint64{3} << 30}};

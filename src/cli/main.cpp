@@ -1,0 +1,118 @@
+#include <QCoreApplication>
+#include <QDBusConnection>
+#include <QDir>
+#include <QLockFile>
+#include <QStandardPaths>
+
+#include "cli/defaults_command.h"
+#include "cli/format_command.h"
+#include "cli/memory_commands.h"
+#include "core/application_identity.h"
+#include "platform/linux/control/dbus_control_client.h"
+#include "platform/linux/processes/linux_process_information.h"
+#include "platform/linux/procfs/linux_host_statistics.h"
+#include "platform/linux/procfs/linux_processor_ticks.h"
+#include "platform/linux/purge/worker_purgeable_memory.h"
+#include "platform/linux/session/shell_script_runner.h"
+#include "platform/linux/session/terminal.h"
+#include "platform/linux/session/termination_signals.h"
+#include "platform/linux/sqlite/sqlite_defaults_store.h"
+
+using namespace halvard;
+
+namespace {
+
+const char* const kUsage =
+    R"(usage: halvardctl COMMAND
+
+  status [--json]        how full the memory is
+  watch                  one line a second, until interrupted
+  clean [--json]         free memory now
+  defaults read [KEY]    the stored settings, or one of them
+  defaults write KEY (-bool|-int|-float|-string|-date) VALUE
+  defaults delete KEY
+  defaults keys          every key the program knows
+  format NAME BYTES      a byte count in one of the program's notations
+  --version, --help)";
+
+/// The adapters, made by the first command that needs them.
+struct Machine {
+  CliServices services() {
+    return {hostStatistics,
+            purgeHostStatistics,
+            processorTicks,
+            processInformation,
+            purgeMemory,
+            store,
+            scripts,
+            clock,
+            QCoreApplication::applicationVersion()};
+  }
+  SystemClock clock;
+  LinuxHostStatistics hostStatistics;
+  LinuxHostStatistics purgeHostStatistics;
+  LinuxProcessorTicks processorTicks;
+  LinuxProcessInformation processInformation;
+  ProcfsGuardReadings guardReadings{clock};
+  WorkerPurgeableMemory purgeMemory{guardReadings, clock};
+  SqliteDefaultsStore store{defaultsFilePath(application_identity::kBundleIdentifier),
+                            application_identity::kBundleIdentifier};
+  ShellScriptRunner scripts;
+};
+
+/// Without a program two commands could fill memory at once: the second is sent away.
+int cleanAlone(MemoryCommands& commands, const QStringList& words, const CommandOutput& output) {
+  const QString folder = QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation);
+  QDir().mkpath(folder);
+  QLockFile lock(folder + QStringLiteral("/halvard-clean.lock"));
+  lock.setStaleLockTime(0);
+  if (!lock.tryLock() && lock.error() == QLockFile::LockFailedError) {
+    return output.fail(QStringLiteral("a cleaning is running already"), kExitFailure);
+  }
+  return commands.runClean(words);
+}
+
+int runMemoryCommand(const QString& command, const QStringList& words, const CommandOutput& output) {
+  const TerminationSignals signals_;
+  Machine machine;
+  DBusControlClient control(QDBusConnection::sessionBus());
+  MemoryCommands commands(machine.services(), control, output, isTerminal(stderr));
+  QObject::connect(&signals_, &TerminationSignals::terminationRequested, &commands, &MemoryCommands::interrupt);
+  if (command == QStringLiteral("status")) return commands.runStatus(words);
+  if (command == QStringLiteral("watch")) return commands.runWatch(words);
+  return cleanAlone(commands, words, output);
+}
+
+int run(const QStringList& arguments, const CommandOutput& output) {
+  const QString command = arguments.value(0);
+  const QStringList words = arguments.mid(1);
+  if (command == QStringLiteral("status") || command == QStringLiteral("watch") || command == QStringLiteral("clean")) {
+    return runMemoryCommand(command, words, output);
+  }
+  if (command == QStringLiteral("defaults")) {
+    SqliteDefaultsStore store(defaultsFilePath(application_identity::kBundleIdentifier),
+                              application_identity::kBundleIdentifier);
+    return runDefaultsCommand(words, store, output);
+  }
+  if (command == QStringLiteral("format")) return runFormatCommand(words, output);
+  if (command == QStringLiteral("--help") || command == QStringLiteral("help")) {
+    output.print(QString::fromUtf8(kUsage));
+    return kExitSuccess;
+  }
+  if (command == QStringLiteral("--version")) {
+    output.print(QStringLiteral("halvardctl ") + QCoreApplication::applicationVersion());
+    return kExitSuccess;
+  }
+  const QString reason =
+      command.isEmpty() ? QStringLiteral("no command") : QStringLiteral("unknown command '%1'").arg(command);
+  return output.fail(reason + QStringLiteral(": status, watch, clean, defaults or format; --help explains"),
+                     kExitUsage);
+}
+
+}  // namespace
+
+int main(int argc, char* argv[]) {
+  const QCoreApplication application(argc, argv);
+  QCoreApplication::setApplicationVersion(QStringLiteral(HALVARD_VERSION));
+  return run(QCoreApplication::arguments().mid(1), {});
+}
