@@ -30,6 +30,7 @@ struct Platform {
   RunningApplications& runningApplications;
   DefaultsStore& defaultsStore;
   StatusBarItem& statusItem;
+  WindowHints& windowHints;
   Appearance& appearance;
   UserNotificationCenter& userNotifications;
   DistributedNotificationCenter& distributedNotifications;

@@ -18,9 +18,11 @@ PageCount pages(std::int64_t bytes) {
 
 }  // namespace
 
-DemoDesktop::DemoDesktop(StatusBarItem& statusItem, Appearance& appearance, UserNotificationCenter& userNotifications,
-                         ControlServer& controlServer, ScriptRunner& scripts, ProcessInformation& processInformation)
+DemoDesktop::DemoDesktop(StatusBarItem& statusItem, WindowHints& windowHints, Appearance& appearance,
+                         UserNotificationCenter& userNotifications, ControlServer& controlServer, ScriptRunner& scripts,
+                         ProcessInformation& processInformation)
     : m_statusItem(statusItem),
+      m_windowHints(windowHints),
       m_appearance(appearance),
       m_userNotifications(userNotifications),
       m_controlServer(controlServer),
@@ -71,9 +73,22 @@ void DemoDesktop::breathe() {
 }
 
 Platform DemoDesktop::platform() {
-  return {m_clock,           m_hostStatistics,    m_purgeHostStatistics,      m_processorTicks, m_processInformation,
-          m_purgeableMemory, m_processTable,      m_runningApplications,      m_defaultsStore,  m_statusItem,
-          m_appearance,      m_userNotifications, m_distributedNotifications, m_controlServer,  m_scripts};
+  return {m_clock,
+          m_hostStatistics,
+          m_purgeHostStatistics,
+          m_processorTicks,
+          m_processInformation,
+          m_purgeableMemory,
+          m_processTable,
+          m_runningApplications,
+          m_defaultsStore,
+          m_statusItem,
+          m_windowHints,
+          m_appearance,
+          m_userNotifications,
+          m_distributedNotifications,
+          m_controlServer,
+          m_scripts};
 }
 
 }  // namespace halvard

@@ -23,8 +23,9 @@ class DemoDesktop : public QObject {
 
  public:
   /// The machine, shown by the given real parts of the desktop.
-  DemoDesktop(StatusBarItem& statusItem, Appearance& appearance, UserNotificationCenter& userNotifications,
-              ControlServer& controlServer, ScriptRunner& scripts, ProcessInformation& processInformation);
+  DemoDesktop(StatusBarItem& statusItem, WindowHints& windowHints, Appearance& appearance,
+              UserNotificationCenter& userNotifications, ControlServer& controlServer, ScriptRunner& scripts,
+              ProcessInformation& processInformation);
 
   Platform platform();
 
@@ -33,6 +34,7 @@ class DemoDesktop : public QObject {
   void addApplications();
 
   StatusBarItem& m_statusItem;
+  WindowHints& m_windowHints;
   Appearance& m_appearance;
   UserNotificationCenter& m_userNotifications;
   ControlServer& m_controlServer;

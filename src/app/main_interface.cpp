@@ -25,7 +25,7 @@ MainInterface::MainInterface(const MainInterfaceServices& services)
     : m_services(services),
       m_statusItem(services.statusItem, services.appearance, services.purge.preferences, services.purge.displayName),
       m_panel(services.purge.clock, services.purge.defaults, services.purge.notifications, services.statusItem,
-              services.panelParts),
+              services.panelParts, services.windowHints),
       m_theMenu(std::make_unique<MainMenu>()),
       m_controller(services.purge, *this) {}
 

@@ -15,6 +15,7 @@ class AboutWindow;
 class Appearance;
 class MainMenu;
 class StatusBarItem;
+class WindowHints;
 
 /// What the main interface joins. All of it outlives the interface.
 struct MainInterfaceServices {
@@ -22,6 +23,7 @@ struct MainInterfaceServices {
   StatusBarItem& statusItem;
   Appearance& appearance;
   PanelParts& panelParts;
+  WindowHints& windowHints;
   /// For status reports alone, so that asking for one does not shorten what the automatic rule measures.
   CpuUsageSource& reportedCpuUsage;
 };

@@ -46,11 +46,12 @@ const QMap<QString, Opener>& openers() {
 
 }  // namespace
 
-bool open(const QString& name, MainInterface& interface) {
-  const auto opener = openers().find(name);
-  if (opener == openers().end()) return false;
-  (*opener)(interface);
-  return true;
+bool isKnown(const QString& name) {
+  return openers().contains(name);
+}
+
+void open(const QString& name, MainInterface& interface) {
+  openers().value(name)(interface);
 }
 
 QString names() {

@@ -9,8 +9,10 @@ class MainInterface;
 /// Window states by name, for screenshots: what the user would have clicked to get there.
 namespace shot_states {
 
-/// False for a name that is not known.
-bool open(const QString& name, MainInterface& interface);
+bool isKnown(const QString& name);
+
+/// `name` is known.
+void open(const QString& name, MainInterface& interface);
 
 /// The known names, for an error message.
 QString names();

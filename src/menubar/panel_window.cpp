@@ -14,6 +14,7 @@
 #include "menubar/panel_view.h"
 #include "menubar/summary_view.h"
 #include "platform/ports/status_bar_item.h"
+#include "platform/ports/window_hints.h"
 #include "preferences/showcase_defaults.h"
 #include "widgets/hint_window.h"
 #include "widgets/icon_button.h"
@@ -35,12 +36,13 @@ constexpr Qt::WindowFlags kFlags = Qt::Tool | Qt::FramelessWindowHint | Qt::Wind
 }  // namespace
 
 PanelWindow::PanelWindow(Clock& clock, ShowcaseDefaults& defaults, NotificationCenter& notifications,
-                         StatusBarItem& statusItem, PanelParts& parts)
+                         StatusBarItem& statusItem, PanelParts& parts, WindowHints& hints)
     : DraggableWindow(kFlags),
       m_clock(clock),
       m_defaults(defaults),
       m_statusItem(statusItem),
       m_parts(parts),
+      m_hints(hints),
       m_hint(std::make_unique<HintWindow>()),
       m_panelView(new PanelView(this)) {
   setWindowTitle(QGuiApplication::applicationDisplayName());
@@ -206,6 +208,11 @@ void PanelWindow::mouseReleaseEvent(QMouseEvent* event) {
 void PanelWindow::resizeEvent(QResizeEvent* event) {
   DraggableWindow::resizeEvent(event);
   m_panelView->resize(size());
+}
+
+void PanelWindow::showEvent(QShowEvent* event) {
+  if (windowType() != Qt::Window) m_hints.hideFromWindowList(winId());
+  DraggableWindow::showEvent(event);
 }
 
 void PanelWindow::closeEvent(QCloseEvent* event) {

@@ -26,6 +26,7 @@ class PanelView;
 class ShowcaseDefaults;
 class StatusBarItem;
 class SummaryView;
+class WindowHints;
 
 /// Held weakly by the panel.
 class PanelWindowDelegate : public WeakTarget {
@@ -49,7 +50,7 @@ class PanelWindow : public DraggableWindow {
 
   /// All outlive the panel.
   PanelWindow(Clock& clock, ShowcaseDefaults& defaults, NotificationCenter& notifications, StatusBarItem& statusItem,
-              PanelParts& parts);
+              PanelParts& parts, WindowHints& hints);
   ~PanelWindow() override;
 
   /// First state and attachment, from the stored settings.
@@ -99,6 +100,7 @@ class PanelWindow : public DraggableWindow {
  protected:
   void moveEvent(QMoveEvent* event) override;
   void resizeEvent(QResizeEvent* event) override;
+  void showEvent(QShowEvent* event) override;
   void closeEvent(QCloseEvent* event) override;
   bool event(QEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
@@ -125,6 +127,7 @@ class PanelWindow : public DraggableWindow {
   ShowcaseDefaults& m_defaults;
   StatusBarItem& m_statusItem;
   PanelParts& m_parts;
+  WindowHints& m_hints;
   WeakRef<PanelWindowDelegate> m_panelWindowDelegate;
   std::uint64_t m_windowState = 0;
   bool m_animating = false;

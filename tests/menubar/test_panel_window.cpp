@@ -11,6 +11,7 @@
 #include "platform/fake/fake_clock.h"
 #include "platform/fake/fake_defaults_store.h"
 #include "platform/fake/fake_status_bar_item.h"
+#include "platform/ports/window_hints.h"
 #include "preferences/showcase_defaults.h"
 #include "preferences/stored_keys.h"
 #include "widgets/clean_memory_button.h"
@@ -58,6 +59,11 @@ struct Parts : PanelParts {
   int updates = 0;
 };
 
+struct Hints : WindowHints {
+  void hideFromWindowList(std::uint64_t) override { ++hidden; }
+  int hidden = 0;
+};
+
 struct Panel {
   explicit Panel(bool withDisk = false) {
     parts.hasDisk = withDisk;
@@ -69,7 +75,8 @@ struct Panel {
   NotificationCenter notifications;
   FakeStatusBarItem item;
   Parts parts;
-  PanelWindow window{clock, defaults, notifications, item, parts};
+  Hints hints;
+  PanelWindow window{clock, defaults, notifications, item, parts, hints};
 };
 
 }  // namespace
@@ -141,6 +148,17 @@ class TestPanelWindow : public QObject {
     panel.window.closeButtonPressed();
     QVERIFY(!panel.window.isVisible() && panel.window.isLocked());
     QCOMPARE(closed.size(), 1);
+  }
+
+  void onlyAPanelWithoutATrayStandsInTheWindowList() {
+    Panel panel;
+    panel.window.bringToFront();
+    QCOMPARE(panel.hints.hidden, 1);
+    panel.window.setInWindowList(true);
+    QVERIFY(panel.window.isVisible());
+    QCOMPARE(panel.hints.hidden, 1);
+    panel.window.setInWindowList(false);
+    QCOMPARE(panel.hints.hidden, 2);
   }
 
   void keysCloseAndOpenThePreferences() {

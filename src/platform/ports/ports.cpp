@@ -12,3 +12,4 @@
 #include "platform/ports/script_runner.h"
 #include "platform/ports/status_bar_item.h"
 #include "platform/ports/user_notification_center.h"
+#include "platform/ports/window_hints.h"

@@ -1,0 +1,149 @@
+#include <QApplication>
+#include <QDBusConnection>
+#include <cstdio>
+#include <optional>
+
+#include "app/application.h"
+#include "app/demo_desktop.h"
+#include "app/shot_states.h"
+#include "core/application_identity.h"
+#include "platform/desktop/desktop_status_bar_item.h"
+#include "platform/desktop/x11_window_hints.h"
+#include "platform/desktop/xembed_status_bar_item.h"
+#include "platform/fake/fake_running_applications.h"
+#include "platform/linux/control/dbus_control_server.h"
+#include "platform/linux/dbus/dbus_distributed_notification_center.h"
+#include "platform/linux/dbus/dbus_user_notification_center.h"
+#include "platform/linux/dbus/portal_appearance.h"
+#include "platform/linux/dbus/status_notifier_item.h"
+#include "platform/linux/processes/linux_process_information.h"
+#include "platform/linux/processes/linux_process_table.h"
+#include "platform/linux/procfs/linux_host_statistics.h"
+#include "platform/linux/procfs/linux_processor_ticks.h"
+#include "platform/linux/purge/worker_purgeable_memory.h"
+#include "platform/linux/session/shell_script_runner.h"
+#include "platform/linux/session/termination_signals.h"
+#include "platform/linux/sqlite/sqlite_defaults_store.h"
+#include "widgets/status_image.h"
+#include "widgets/ui_style.h"
+
+using namespace halvard;
+
+namespace {
+
+/// On Wayland a client cannot place its windows, so the panel could not open at its item: XWayland can.
+void preferXWayland() {
+  const bool isWayland = qEnvironmentVariableIsSet("WAYLAND_DISPLAY");
+  const bool hasX = !qEnvironmentVariableIsEmpty("DISPLAY");
+  if (isWayland && hasX && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "xcb");
+}
+
+/// Every adapter of a real Linux desktop, in the order in which they need one another.
+struct LinuxDesktop {
+  explicit LinuxDesktop(const QDBusConnection& bus)
+      : notifierItem(bus, {QStringLiteral("halvard"), application_identity::kDisplayName}, statusImage,
+                     titlePlacement(qEnvironmentVariable("XDG_CURRENT_DESKTOP"))),
+        statusItem(
+            notifierItem, [] { return std::make_unique<XEmbedStatusBarItem>(statusImage); }, clock),
+        appearance(bus),
+        userNotifications(bus, {application_identity::kDisplayName, application_identity::kBundleIdentifier,
+                                application_identity::kBundleIdentifier}),
+        distributedNotifications(bus),
+        controlServer(bus) {}
+
+  Platform platform() {
+    return {clock,
+            hostStatistics,
+            purgeHostStatistics,
+            processorTicks,
+            processInformation,
+            purgeMemory,
+            processTable,
+            runningApplications,
+            defaultsStore,
+            statusItem,
+            windowHints,
+            appearance,
+            userNotifications,
+            distributedNotifications,
+            controlServer,
+            scripts};
+  }
+
+  SystemClock clock;
+  LinuxHostStatistics hostStatistics;
+  LinuxHostStatistics purgeHostStatistics;
+  LinuxProcessorTicks processorTicks;
+  LinuxProcessInformation processInformation;
+  ProcfsGuardReadings guardReadings{clock};
+  WorkerPurgeableMemory purgeMemory{guardReadings, clock};
+  LinuxProcessTable processTable;
+  FakeRunningApplications runningApplications;
+  SqliteDefaultsStore defaultsStore{defaultsFilePath(application_identity::kBundleIdentifier),
+                                    application_identity::kBundleIdentifier};
+  StatusNotifierItem notifierItem;
+  DesktopStatusBarItem statusItem;
+  X11WindowHints windowHints;
+  PortalAppearance appearance;
+  DBusUserNotificationCenter userNotifications;
+  DBusDistributedNotificationCenter distributedNotifications;
+  DBusControlServer controlServer;
+  ShellScriptRunner scripts;
+};
+
+/// Where no tray shows the item, the panel is the only way to the program.
+void followTray(Clock& clock, StatusBarItem& item, Application& program) {
+  clock.callAfter(std::chrono::seconds(3), &program, [&item, &program] {
+    if (item.isShown()) return;
+    std::fputs("halvard: no tray shows the icon; the panel stays reachable from the window list\n", stderr);
+    PanelWindow& panel = program.interface().panel();
+    panel.setInWindowList(true);
+    panel.showTriangle(false);
+    panel.bringToFront();
+  });
+}
+
+/// HALVARD_SHOT names a window state to open, for screenshots.
+bool openShotState(Clock& clock, Application& program) {
+  const QString state = qEnvironmentVariable("HALVARD_SHOT");
+  if (state.isEmpty()) return true;
+  if (!shot_states::isKnown(state)) {
+    std::fprintf(stderr, "halvard: unknown window state '%s': %s\n", qPrintable(state),
+                 qPrintable(shot_states::names()));
+    return false;
+  }
+  clock.callAfter(std::chrono::seconds(2), &program,
+                  [state, &program] { shot_states::open(state, program.interface()); });
+  return true;
+}
+
+int run(QApplication& application, const QStringList& arguments) {
+  LinuxDesktop desktop(QDBusConnection::sessionBus());
+  std::optional<DemoDesktop> demo;
+  if (arguments.contains(QStringLiteral("--demo"))) {
+    demo.emplace(desktop.statusItem, desktop.windowHints, desktop.appearance, desktop.userNotifications,
+                 desktop.controlServer, desktop.scripts, desktop.processInformation);
+  }
+  Application program(demo ? demo->platform() : desktop.platform());
+  QObject::connect(&program.interface(), &MainInterface::quitRequested, &application, &QApplication::quit);
+  if (!openShotState(desktop.clock, program)) return 2;
+  program.start(arguments);
+  followTray(desktop.clock, desktop.statusItem, program);
+  return QApplication::exec();
+}
+
+}  // namespace
+
+int main(int argc, char* argv[]) {
+  preferXWayland();
+  QApplication application(argc, argv);
+  QApplication::setApplicationName(QStringLiteral("halvard"));
+  QApplication::setApplicationDisplayName(application_identity::kDisplayName);
+  QApplication::setApplicationVersion(QStringLiteral(HALVARD_VERSION));
+  QApplication::setDesktopFileName(application_identity::kBundleIdentifier);
+  QApplication::setQuitOnLastWindowClosed(false);
+  QApplication::setFont(ui_style::font(12));
+  const TerminationSignals terminationSignals;
+  QObject::connect(&terminationSignals, &TerminationSignals::terminationRequested, &application, &QApplication::quit);
+  return run(application, QApplication::arguments().mid(1));
+}

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "platform/ports/window_hints.h"
+
+namespace halvard {
+
+/// The extended window manager hints, through the toolkit's own X connection. Without X nothing happens.
+class X11WindowHints : public WindowHints {
+ public:
+  void hideFromWindowList(std::uint64_t windowId) override;
+};
+
+}  // namespace halvard
