@@ -4,6 +4,7 @@
 #include "platform/ports/defaults_store.h"
 #include "platform/ports/distributed_notification_center.h"
 #include "platform/ports/host_statistics.h"
+#include "platform/ports/login_item_service.h"
 #include "platform/ports/process_information.h"
 #include "platform/ports/process_table.h"
 #include "platform/ports/processor_ticks.h"

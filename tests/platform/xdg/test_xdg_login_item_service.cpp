@@ -1,0 +1,229 @@
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include "platform/linux/xdg/running_programs.h"
+#include "platform/linux/xdg/xdg_login_item_service.h"
+
+using namespace halvard;
+
+namespace {
+
+const QString identifier = QStringLiteral("com.example.Main.launcher");
+const QString entryName = identifier + QStringLiteral(".desktop");
+
+// A session of its own: folders, one installed program and a service that may start it at login.
+struct Session {
+  QTemporaryDir root;
+  AutostartDirectories directories{path("user/autostart"), {path("first"), path("second")}};
+  QString program = install("bin/helper");
+  XdgLoginItemService service{
+      directories, {QStringLiteral("XFCE")}, {{identifier, QStringLiteral("Main"), {program, QStringLiteral("a b")}}}};
+
+  QString path(const char* name) const { return root.filePath(QString::fromLatin1(name)); }
+
+  QString install(const char* name, const QByteArray& content = "#!/bin/sh\n") {
+    put(name, content);
+    QFile::setPermissions(path(name), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    return QFileInfo(path(name)).canonicalFilePath();
+  }
+
+  void put(const char* name, const QByteArray& content) {
+    QDir().mkpath(QFileInfo(path(name)).path());
+    QFile file(path(name));
+    if (file.open(QIODevice::WriteOnly | QIODevice::Truncate)) file.write(content);
+  }
+
+  QByteArray entry(const QString& run) const {
+    return "[Desktop Entry]\nType=Application\nName=A\nExec=" + run.toUtf8();
+  }
+
+  QStringList labels() const {
+    QStringList result;
+    for (const JobDescription& job : service.copyAllJobDictionaries())
+      result << *job.at(QStringLiteral("Label")).as<QString>();
+    return result;
+  }
+};
+
+}  // namespace
+
+class TestXdgLoginItemService : public QObject {
+  Q_OBJECT
+
+ private Q_SLOTS:
+  void enabledJobIsAnEntryThatTheListShows() {
+    Session session;
+    QVERIFY(session.labels().isEmpty());
+    QVERIFY(session.service.setEnabled(identifier, true));
+    QVERIFY(session.service.setEnabled(identifier, true));
+    const std::vector<JobDescription> jobs = session.service.copyAllJobDictionaries();
+    QCOMPARE(jobs.size(), 1u);
+    const JobDescription expected{
+        {QStringLiteral("Label"), {identifier}},
+        {QStringLiteral("Program"), {session.program}},
+        {QStringLiteral("ProgramArguments"), {StoredValue::Array{{session.program}, {QStringLiteral("a b")}}}},
+        {QStringLiteral("OnDemand"), {std::int64_t{0}}}};
+    QCOMPARE(jobs.front(), expected);
+    QCOMPARE(QDir(session.directories.user).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+             QStringList{entryName});
+    QVERIFY(session.service.setEnabled(identifier, false));
+    QVERIFY(session.service.setEnabled(identifier, false));
+    QVERIFY(session.labels().isEmpty());
+    QVERIFY(!QFile::exists(session.directories.user + QLatin1Char('/') + entryName));
+  }
+
+  void unknownJobAndMissingProgramAreRefused() {
+    Session session;
+    QVERIFY(!session.service.setEnabled(QStringLiteral("other"), true));
+    QVERIFY(!session.service.setEnabled(QStringLiteral("other"), false));
+    QFile::remove(session.program);
+    QVERIFY(!session.service.setEnabled(identifier, true));
+    QVERIFY(!QFile::exists(session.directories.user));
+    XdgLoginItemService odd(session.directories, {},
+                            {{QStringLiteral("../odd"), QString(), {QStringLiteral("/bin/sh")}}});
+    QVERIFY(!odd.setEnabled(QStringLiteral("../odd"), true));
+  }
+
+  void folderThatCannotBeWrittenIsAFailure() {
+    Session session;
+    session.put("user", "a file where the folder should be");
+    QVERIFY(!session.service.setEnabled(identifier, true));
+    QVERIFY(session.service.setEnabled(identifier, false));
+    session.put("second/com.example.Main.launcher.desktop", session.entry(session.program));
+    QVERIFY(!session.service.setEnabled(identifier, false));
+    QCOMPARE(session.labels(), QStringList{identifier});
+  }
+
+  void systemEntryIsMaskedAndUnmasked() {
+    Session session;
+    session.put("second/com.example.Main.launcher.desktop", session.entry(session.program));
+    QCOMPARE(session.labels(), QStringList{identifier});
+    QVERIFY(session.service.setEnabled(identifier, false));
+    QVERIFY(session.labels().isEmpty());
+    QVERIFY(QFile::exists(session.directories.user + QLatin1Char('/') + entryName));
+    QVERIFY(session.service.setEnabled(identifier, true));
+    QCOMPARE(session.labels(), QStringList{identifier});
+  }
+
+  void changesMadeOutsideAreSeenAtOnce() {
+    Session session;
+    QVERIFY(session.service.setEnabled(identifier, true));
+    const QString path = session.directories.user + QLatin1Char('/') + entryName;
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::Append));
+    file.write("X-GNOME-Autostart-enabled=false\n");
+    file.close();
+    QVERIFY(session.labels().isEmpty());
+    QVERIFY(session.service.setEnabled(identifier, true));
+    QCOMPARE(session.labels(), QStringList{identifier});
+    QVERIFY(QFile::remove(path));
+    QVERIFY(session.labels().isEmpty());
+  }
+
+  void listTakesTheFirstEntryOfANameAndOnlyWhatStarts() {
+    Session session;
+    const QByteArray good = session.entry(session.program);
+    session.put("user/autostart/masked.desktop", "[Desktop Entry]\nHidden=true\n");
+    session.put("first/masked.desktop", good);
+    session.put("first/b.desktop", good);
+    session.put("second/b.desktop", session.entry(QStringLiteral("/nowhere/at/all")));
+    session.put("second/a.desktop", good);
+    session.put("second/gone.desktop", session.entry(QStringLiteral("/nowhere/at/all")));
+    session.put("second/not-installed.desktop", good + "\nTryExec=/nowhere/at/all\n");
+    session.put("second/other-desktop.desktop", good + "\nOnlyShowIn=KDE;\n");
+    session.put("second/broken.desktop", "no entry");
+    session.put("second/no-entry.txt", good);
+    session.put("second/by-name.desktop", session.entry(QStringLiteral("sh -c x")));
+    QVERIFY(QFile::link(QStringLiteral("/dev/null"), session.path("user/autostart/null.desktop")));
+    session.put("first/null.desktop", good);
+    QCOMPARE(session.labels(), (QStringList{QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("by-name")}));
+  }
+
+  void runningProgramsAreFoundByTheirFile() {
+    QFile sleep(QStandardPaths::findExecutable(QStringLiteral("sleep")));
+    QVERIFY(sleep.open(QIODevice::ReadOnly));
+    Session session;
+    session.install("bin/helper", sleep.readAll());
+    QVERIFY(session.service.setEnabled(identifier, true));
+    QVERIFY(!session.service.isJobRunning(identifier));
+    QProcess helper;
+    helper.start(session.program, {QStringLiteral("60")});
+    QVERIFY(helper.waitForStarted());
+    QTRY_VERIFY(session.service.isJobRunning(identifier));
+    QVERIFY(!session.service.isJobRunning(QStringLiteral("other")));
+    QCOMPARE(session.service.copyAllJobDictionaries().front().at(QStringLiteral("PID")),
+             StoredValue{std::int64_t{helper.processId()}});
+    // Replaced by an update while it runs.
+    QVERIFY(QFile::remove(session.program));
+    session.install("bin/helper");
+    QVERIFY(session.service.isJobRunning(identifier));
+    QVERIFY(session.service.setEnabled(identifier, false));
+    QVERIFY(session.service.isJobRunning(identifier));
+    helper.kill();
+    QVERIFY(helper.waitForFinished());
+    QVERIFY(!session.service.isJobRunning(identifier));
+    QVERIFY(runningPrograms(session.path("nowhere")).isEmpty());
+  }
+
+  void appDirIsTheBundleOfItsMainProgramOnly() {
+    Session session;
+    const QString folder = session.path("Main.AppDir");
+    const auto bundle = [&](const char* program) {
+      return session.service.bundleAt(folder, QString::fromLatin1(program));
+    };
+    session.put("Main.AppDir/com.example.Main.desktop", session.entry(QStringLiteral("main %U")));
+    QVERIFY(!bundle("/x/usr/bin/main"));
+    session.install("Main.AppDir/AppRun");
+    QCOMPARE(bundle("/x/usr/bin/main")->identifier, QStringLiteral("com.example.Main"));
+    QCOMPARE(bundle("/x/usr/bin/main")->name, QStringLiteral("A"));
+    QVERIFY(!bundle("/x/usr/bin/helper"));
+    session.put("Main.AppDir/other.desktop", session.entry(QStringLiteral("main")));
+    QVERIFY(!bundle("/x/usr/bin/main"));
+  }
+
+  void plainEntriesAreListedAddedAndRemoved() {
+    Session session;
+    const QString main = session.install("bin/main program");
+    session.put("second/other.desktop", session.entry(session.program));
+    QVERIFY(session.service.appendSessionLoginItem(main, false));
+    std::vector<SessionLoginItem> items = session.service.sessionLoginItems();
+    QCOMPARE(items.size(), 2u);
+    QCOMPARE(items[0].location, main);
+    QCOMPARE(items[1].reference, QStringLiteral("other"));
+    QVERIFY(session.service.removeSessionLoginItem(items[0].reference));
+    QVERIFY(session.service.removeSessionLoginItem(items[1].reference));
+    QVERIFY(!session.service.removeSessionLoginItem(QStringLiteral("../x")));
+    QVERIFY(session.service.sessionLoginItems().empty());
+    QVERIFY(!session.service.appendSessionLoginItem(session.path("nothing"), false));
+    QVERIFY(session.service.appendSessionLoginItem(session.program, false));
+    QCOMPARE(session.service.sessionLoginItems().front().reference, identifier);
+  }
+
+  void foldersFollowTheEnvironment() {
+    const auto restore = [](const char* name, const QByteArray& value) {
+      value.isNull() ? qunsetenv(name) : qputenv(name, value);
+    };
+    const QByteArray home = qgetenv("XDG_CONFIG_HOME"), system = qgetenv("XDG_CONFIG_DIRS");
+    const QByteArray desktop = qgetenv("XDG_CURRENT_DESKTOP");
+    const auto guard = qScopeGuard([&] {
+      restore("XDG_CONFIG_HOME", home);
+      restore("XDG_CONFIG_DIRS", system);
+      restore("XDG_CURRENT_DESKTOP", desktop);
+    });
+    qputenv("XDG_CONFIG_HOME", "/h");
+    qputenv("XDG_CONFIG_DIRS", "/a:/b");
+    qputenv("XDG_CURRENT_DESKTOP", "ubuntu:GNOME");
+    const AutostartDirectories directories = AutostartDirectories::standard();
+    QCOMPARE(directories.user, QStringLiteral("/h/autostart"));
+    QCOMPARE(directories.system, (QStringList{QStringLiteral("/a/autostart"), QStringLiteral("/b/autostart")}));
+    QCOMPARE(currentDesktops(), (QStringList{QStringLiteral("ubuntu"), QStringLiteral("GNOME")}));
+    qunsetenv("XDG_CONFIG_DIRS");
+    QCOMPARE(AutostartDirectories::standard().system, QStringList{QStringLiteral("/etc/xdg/autostart")});
+  }
+};
+
+QTEST_GUILESS_MAIN(TestXdgLoginItemService)
+#include "test_xdg_login_item_service.moc"
