@@ -4,7 +4,7 @@
 #include <QDBusConnection>
 #include <cstdio>
 
-#include "app/application_identity.h"
+#include "core/application_identity.h"
 #include "core/clock.h"
 #include "launcher/launcher.h"
 #include "platform/linux/dbus/dbus_distributed_notification_center.h"
