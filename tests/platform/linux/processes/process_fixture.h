@@ -41,7 +41,12 @@ class ProcessFixture {
   QString path(int pid, const char* name) const {
     return m_folder.filePath(QString::number(pid) + QLatin1Char('/') + QString::fromLatin1(name));
   }
-  QTemporaryDir m_folder;
+  // In memory where that is possible: thousands of small files.
+  static QString place() {
+    const QString memory = QStringLiteral("/dev/shm");
+    return QDir(memory).exists() ? memory : QDir::tempPath();
+  }
+  QTemporaryDir m_folder{place() + QStringLiteral("/halvard-processes-XXXXXX")};
 };
 
 }  // namespace halvard::test

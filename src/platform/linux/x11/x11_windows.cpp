@@ -1,0 +1,72 @@
+#include "platform/linux/x11/x11_windows.h"
+
+#include <QtGlobal>
+#include <algorithm>
+
+#include "platform/linux/x11/x11_connection.h"
+
+namespace halvard {
+
+namespace {
+
+bool contains(std::span<const std::int32_t> pids, std::int32_t pid) {
+  return std::ranges::find(pids, pid) != pids.end();
+}
+
+}  // namespace
+
+X11Windows::X11Windows(QByteArray display) : m_display(std::move(display)) {}
+
+X11Windows::~X11Windows() = default;
+
+X11Windows::Connection* X11Windows::connection() {
+  if (m_connection && !m_connection->isAlive()) m_connection.reset();
+  const bool hasDisplay = !m_display.isEmpty() || !qEnvironmentVariableIsEmpty("DISPLAY");
+  if (!m_connection && hasDisplay) m_connection = Connection::open(m_display);
+  return m_connection.get();
+}
+
+std::vector<ApplicationWindow> X11Windows::windows() {
+  const std::lock_guard lock(m_mutex);
+  Connection* server = connection();
+  if (!server) return {};
+  auto result = server->windows();
+  server->flush();
+  return result;
+}
+
+bool X11Windows::activate(std::span<const std::int32_t> pids) {
+  const std::lock_guard lock(m_mutex);
+  Connection* server = connection();
+  if (!server) return false;
+  const auto candidates = server->windows();
+  const auto order = server->stackingOrder();
+  const ApplicationWindow* top = nullptr;
+  std::ptrdiff_t topPlace = -2;
+  for (const ApplicationWindow& window : candidates) {
+    const auto found = std::ranges::find(order, window.id);
+    const std::ptrdiff_t place = found == order.end() ? -1 : found - order.begin();
+    if (contains(pids, window.pid) && place > topPlace) {
+      top = &window;
+      topPlace = place;
+    }
+  }
+  if (!top) return false;
+  server->activate(top->id);
+  server->flush();
+  return server->isAlive();
+}
+
+bool X11Windows::close(std::span<const std::int32_t> pids) {
+  const std::lock_guard lock(m_mutex);
+  Connection* server = connection();
+  if (!server) return false;
+  bool asked = false;
+  for (const ApplicationWindow& window : server->windows()) {
+    if (contains(pids, window.pid)) asked = server->close(window.id) || asked;
+  }
+  server->flush();
+  return asked && server->isAlive();
+}
+
+}  // namespace halvard

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <QString>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <span>
+#include <vector>
+
+namespace halvard {
+
+/// A window that stands for an application: no panel, desktop, notification, nor one that keeps out of task bars.
+struct ApplicationWindow {
+  std::uint32_t id = 0;
+  /// The process at the other end of the window's connection, as the X server knows it.
+  std::int32_t pid = 0;
+  /// The two halves of WM_CLASS; "xterm" and "XTerm".
+  QString instance;
+  QString className;
+  /// Id of the desktop entry where the toolkit tells, without ".desktop".
+  QString applicationId;
+  bool operator==(const ApplicationWindow&) const = default;
+};
+
+/// The windows of an X11 display. Without a display, or once it is gone, there are none; a display that comes back is
+/// used again. Any thread.
+class X11Windows {
+ public:
+  /// Connects when first asked. Empty: the display of the environment, or none.
+  explicit X11Windows(QByteArray display = {});
+  ~X11Windows();
+
+  /// The windows in the order in which they were opened. Asks the server.
+  std::vector<ApplicationWindow> windows();
+
+  /// Brings the topmost window of these processes to the front. False when they have none.
+  bool activate(std::span<const std::int32_t> pids);
+
+  /// Asks every window of these processes to close; the application may ask about unsaved work. False when they have
+  /// none, or none that can be asked.
+  bool close(std::span<const std::int32_t> pids);
+
+ private:
+  class Connection;
+  Connection* connection();
+
+  const QByteArray m_display;
+  std::mutex m_mutex;
+  std::unique_ptr<Connection> m_connection;  // guarded by m_mutex
+};
+
+}  // namespace halvard
