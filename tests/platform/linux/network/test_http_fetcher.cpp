@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "platform/linux/network/qt_http_fetcher.h"
+#include "platform/linux/network/ssl_beacon.h"
 #include "support/test_web_server.h"
 
 using namespace halvard;
@@ -41,8 +42,9 @@ class TlsRedirector : public QSslServer {
     setSslConfiguration(configuration);
     connect(this, &QTcpServer::pendingConnectionAvailable, this, [this, target] {
       QTcpSocket* socket = nextPendingConnection();
-      connect(socket, &QTcpSocket::readyRead, socket, [socket, target] {
-        if (!socket->readAll().contains("\r\n\r\n")) return;
+      connect(socket, &QTcpSocket::readyRead, socket, [this, socket, target] {
+        if (!socket->peek(65536).contains("\r\n\r\n")) return;
+        request = socket->readAll();
         socket->write("HTTP/1.1 302 Found\r\nContent-Length: 0\r\nConnection: close\r\nLocation: " + target +
                       "\r\n\r\n");
         socket->disconnectFromHost();
@@ -51,6 +53,7 @@ class TlsRedirector : public QSslServer {
     listen(QHostAddress::LocalHost);
   }
   QList<QSslCertificate> certificates;
+  QByteArray request;
 };
 
 }  // namespace
@@ -62,13 +65,13 @@ class TestHttpFetcher : public QObject {
   TestWebServer m_server;
   QtHttpFetcher m_fetcher{"Halvard/1"};
 
-  /// Fetches on a thread of its own while this one serves its events.
-  Result<QByteArray> fetchAside(const QUrl& url) {
-    std::optional<Result<QByteArray>> result;
-    std::unique_ptr<QThread> thread(QThread::create([&] { result = m_fetcher.fetch(url, kLimits, {}); }));
+  /// Runs `request` on a thread of its own while this one serves its events.
+  template <class Request>
+  static auto aside(Request request) {
+    std::optional<std::invoke_result_t<Request>> result;
+    std::unique_ptr<QThread> thread(QThread::create([&] { result = request(); }));
     thread->start();
-    while (!thread->wait(1))
-      QCoreApplication::processEvents();
+    while (!thread->wait(1)) QCoreApplication::processEvents();
     return *result;
   }
 
@@ -125,6 +128,10 @@ class TestHttpFetcher : public QObject {
     }
     const QUrl unreachable(QStringLiteral("http://127.0.0.1:1/"));
     QVERIFY(!m_fetcher.fetch(unreachable, kLimits, {}));
+    SslBeacon beacon("Halvard/1");
+    for (const char* address : {"http://127.0.0.1/collect", "https://127.0.0.1:1/collect", "https:///collect", ""}) {
+      QVERIFY2(!beacon.get(QUrl(QString::fromLatin1(address)), "a=b", 3s, {}), address);
+    }
   }
 
   void cancellingEndsAFetchEarly() {
@@ -150,15 +157,26 @@ class TestHttpFetcher : public QObject {
     if (!redirector.isListening()) QSKIP("needs the openssl command");
     const QUrl url(QStringLiteral("https://127.0.0.1:%1/").arg(redirector.serverPort()));
     const auto asked = m_server.requests().size();
-    QVERIFY2(!fetchAside(url), "nobody vouches for the certificate");
+    const auto fetch = [&] { return m_fetcher.fetch(url, kLimits, {}); };
+    const QByteArray query("ul=en%2DUS&a=%20%7e");
+    const auto get = [&] {
+      return SslBeacon("Halvard/1").get(url.resolved(QUrl(QStringLiteral("/collect"))), query, 3s, {});
+    };
+    QVERIFY2(!aside(fetch) && !aside(get), "nobody vouches for the certificate");
+    QVERIFY(redirector.request.isEmpty());
+
     const QSslConfiguration before = QSslConfiguration::defaultConfiguration();
     QSslConfiguration trusting = before;
     trusting.addCaCertificates(redirector.certificates);
     QSslConfiguration::setDefaultConfiguration(trusting);
-    const auto body = fetchAside(url);
+    const auto body = aside(fetch);
+    const auto sent = aside(get);
     QSslConfiguration::setDefaultConfiguration(before);
     QVERIFY(!body);
     QVERIFY2(body.error().message.contains(QLatin1String("nsecure")), qPrintable(body.error().message));
+    QVERIFY2(sent, sent ? "" : qPrintable(sent.error().message));
+    QVERIFY2(redirector.request.startsWith("GET /collect?ul=en%2DUS&a=%20%7e HTTP/1.1\r\nHost: 127.0.0.1:"),
+             redirector.request.constData());
     QCOMPARE(m_server.requests().size(), asked);
   }
 };

@@ -1,0 +1,150 @@
+#include <QUuid>
+#include <QtTest>
+#include <csignal>
+
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "analytics/zp_google_analytics.h"
+#include "analytics/zp_google_payload.h"
+#include "platform/fake/fake_clock.h"
+#include "platform/fake/fake_defaults_store.h"
+#include "platform/fake/fake_http_beacon.h"
+#include "preferences/showcase_defaults.h"
+#include "preferences/stored_keys.h"
+
+using namespace halvard;
+
+namespace {
+
+struct Fixture {
+  FakeDefaultsStore store;
+  FakeClock clock;
+  ShowcaseDefaults defaults{store, clock, QStringLiteral("4.2.1")};
+  FakeHttpBeacon beacon;
+  Branding branding = Branding::load({});
+  AnalyticsFacts facts{.applicationName = QStringLiteral("Halvard"),
+                       .applicationVersion = QStringLiteral("4.2 (7)"),
+                       .language = QStringLiteral("en-US")};
+
+  Fixture() {
+    branding.analyticsEndpoint = QUrl(QStringLiteral("https://events.example/collect"));
+    branding.analyticsTrackingId = QStringLiteral("UA-10000000-1");
+    store.setObject(stored_keys::analyticsUserId, {QStringLiteral("0f8f-AB")});
+  }
+  std::unique_ptr<ZPGoogleAnalytics> analytics() {
+    return std::make_unique<ZPGoogleAnalytics>(branding, defaults, beacon, facts, [] { return 4294967295u; });
+  }
+};
+
+}  // namespace
+
+class TestUsageEvents : public QObject {
+  Q_OBJECT
+
+ private Q_SLOTS:
+  void init() { qunsetenv("DO_NOT_TRACK"); }
+
+  void onlyLettersAndDigitsStayAsTheyAre() {
+    ZPGooglePayload payload;
+    payload.add("a", QStringLiteral("aZ09 &=-._~/+%"));
+    payload.add("b", QString::fromUtf8("ü\n"));
+    payload.add("c", QString(QChar(0xD800)));
+    payload.add("d", QString());
+    QCOMPARE(payload.data(), QByteArray("a=aZ09%20%26%3D%2D%2E%5F%7E%2F%2B%25&b=%C3%BC%0A&d="));
+  }
+
+  void everyEventHasItsBytes_data() {
+    QTest::addColumn<ZPGAEvent>("event");
+    QTest::addColumn<QByteArray>("names");
+    QTest::newRow("unknown") << ZPGAEvent::Unknown << QByteArray("ec=unknown&ea=unknoen");
+    QTest::newRow("cleaner") << ZPGAEvent::JunkCleanerClicked << QByteArray("ec=Halvard&ea=Brimwell");
+    QTest::newRow("analyzer") << ZPGAEvent::DiskAnalyzerClicked << QByteArray("ec=Halvard&ea=Disk%5FTool");
+    QTest::newRow("uninstaller") << ZPGAEvent::UninstallerClicked << QByteArray("ec=Halvard&ea=Tarnby");
+    QTest::newRow("duplicates") << ZPGAEvent::DuplicatesToolClicked << QByteArray("ec=Halvard&ea=Pellmore");
+    QTest::newRow("closed") << ZPGAEvent::ShowcaseClosedByUser << QByteArray("ec=Halvard&ea=Close%5Fuser");
+  }
+
+  void everyEventHasItsBytes() {
+    QFETCH(ZPGAEvent, event);
+    QFETCH(QByteArray, names);
+    Fixture f;
+    f.branding.siblings[SiblingApp::DiskAnalyzer].own.name = QStringLiteral("Disk Tool");
+    const auto analytics = f.analytics();
+    analytics->send(event);
+    QTRY_COMPARE(f.beacon.requests().size(), 1);
+    QCOMPARE(
+        f.beacon.requests().constFirst(),
+        "https://events.example/collect?v=1&tid=UA%2D10000000%2D1&cid=0f8f%2DAB&ds=app&an=Halvard&av=4%2E2%20%287%29"
+        "&ul=en%2DUS&t=event&" +
+            names + "&z=4294967295");
+  }
+
+  void missingNamesHaveSubstitutesAndTheIdentifierIsMadeOnce() {
+    Fixture f;
+    f.facts.applicationName.clear();
+    f.facts.applicationVersion.clear();
+    f.store.setObject(stored_keys::analyticsUserId, {std::int64_t{7}});
+    const auto analytics = f.analytics();
+    analytics->send(ZPGAEvent::Unknown);
+    QTRY_COMPARE(f.beacon.requests().size(), 1);
+    analytics->send(ZPGAEvent::Unknown);
+    QTRY_COMPARE(f.beacon.requests().size(), 2);
+    const QByteArray first = f.beacon.requests().at(0);
+    QVERIFY(first.contains("&an=App%20Name&av=App%20Version&"));
+    QCOMPARE(f.beacon.requests().at(1), first);
+    const auto stored = f.store.objectForKey(stored_keys::analyticsUserId);
+    QVERIFY(stored && stored->as<QString>() && !QUuid(*stored->as<QString>()).isNull());
+  }
+
+  void nothingIsSentOrStoredWithoutAnEndpointAnIdentifierOrConsent_data() {
+    QTest::addColumn<std::function<void(Fixture&)>>("refuse");
+    using Refuse = std::function<void(Fixture&)>;
+    QTest::newRow("endpoint") << Refuse([](Fixture& f) { f.branding.analyticsEndpoint.clear(); });
+    QTest::newRow("tracking id") << Refuse([](Fixture& f) { f.branding.analyticsTrackingId.clear(); });
+    QTest::newRow("do not track") << Refuse([](Fixture&) { qputenv("DO_NOT_TRACK", "1"); });
+  }
+
+  void nothingIsSentOrStoredWithoutAnEndpointAnIdentifierOrConsent() {
+    QFETCH(std::function<void(Fixture&)>, refuse);
+    Fixture f;
+    f.store.removePersistentDomain();
+    refuse(f);
+    {
+      const auto analytics = f.analytics();
+      for (int event = 0; event <= 5; ++event)
+        analytics->send(static_cast<ZPGAEvent>(event));
+    }
+    QVERIFY(f.beacon.requests().isEmpty());
+    QVERIFY(f.store.keys().isEmpty());
+  }
+
+  void theNumbersOfClicksAreNotThoseOfTheTools() {
+    QCOMPARE(clickEvent(SiblingApp::Uninstaller), ZPGAEvent{3});
+    QCOMPARE(clickEvent(SiblingApp::DiskAnalyzer), ZPGAEvent{2});
+    QVERIFY(!clickEvent(SiblingApp::None) && !clickEvent(SiblingApp{5}));
+  }
+
+  void aNumberThatIsNoEventStopsTheProcess() {
+    Fixture f;
+    const pid_t child = fork();
+    if (child == 0) {
+      const rlimit noCore{0, 0};
+      setrlimit(RLIMIT_CORE, &noCore);
+      signal(SIGABRT, SIG_DFL);
+      qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
+      (void)eventData(ZPGAEvent{6}, f.branding);
+      _exit(0);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    QVERIFY(WIFSIGNALED(status));
+    QCOMPARE(WTERMSIG(status), SIGABRT);
+  }
+};
+
+Q_DECLARE_METATYPE(halvard::ZPGAEvent)
+
+QTEST_GUILESS_MAIN(TestUsageEvents)
+#include "test_usage_events.moc"
