@@ -1,0 +1,73 @@
+#pragma once
+
+#include <QObject>
+#include <QStringList>
+#include <functional>
+#include <optional>
+
+#include "core/clock.h"
+#include "crash/cache_manager.h"
+#include "crash/email_generator.h"
+
+namespace halvard {
+
+/// What the crash alert shows.
+struct CrashAlertContent {
+  QString message;
+  QString informativeText;
+  /// The first is the default one.
+  QStringList buttons;
+  /// The title of the check box; nothing: there is none.
+  std::optional<QString> suppression;
+};
+
+struct CrashAlertAnswer {
+  /// Index of the chosen button; closing the alert counts as the last.
+  int button = 0;
+  bool suppressionIsOn = false;
+};
+
+/// Shows the alert and waits for the answer.
+class CrashAlert {
+ public:
+  virtual ~CrashAlert() = default;
+
+  /// Nothing when there is no display to show it on.
+  virtual std::optional<CrashAlertAnswer> runModal(const CrashAlertContent& content) = 0;
+};
+
+/// What the alert sets going. All of it outlives the generator.
+struct AlertServices {
+  CacheManager& cache;
+  EmailGenerator& email;
+  CrashAlert& alert;
+  Clock& clock;
+  /// After the crash is counted, before the alert.
+  std::function<void()> counted;
+  /// Starts the program again as a new instance.
+  std::function<void()> relaunch;
+  /// Ends the crashed process with status 0. The last thing that happens.
+  std::function<void()> exit;
+};
+
+/// Counts the crash, asks the user what to do about it and does it.
+class AlertGenerator : public QObject {
+  Q_OBJECT
+
+ public:
+  /// `bundleName` is the name of the program in the message.
+  AlertGenerator(AlertServices services, QString bundleName);
+
+  /// Once; a second call does nothing. Returns when the alert is closed; the exit follows 0.2 seconds later, or at once
+  /// when there was no alert.
+  void showAlertWith(const std::optional<CrashException>& exception, const std::optional<SignalInformation>& signal);
+
+ private:
+  CrashAlertContent content() const;
+
+  AlertServices m_services;
+  const QString m_bundleName;
+  bool m_shown = false;
+};
+
+}  // namespace halvard
