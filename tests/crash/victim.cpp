@@ -1,0 +1,113 @@
+#include <QCoreApplication>
+#include <QFile>
+#include <QTimer>
+#include <cstdio>
+#include <exception>
+#include <latch>
+
+#include <signal.h>
+#include <sqlite3.h>
+#include <unistd.h>
+
+#include "core/application_identity.h"
+#include "crash/crash_on_purpose.h"
+#include "crash/crash_report_files.h"
+#include "crash/tessmar_fall_manager.h"
+#include "memory/purge_manager.h"
+#include "platform/linux/procfs/linux_host_statistics.h"
+#include "platform/linux/purge/worker_purgeable_memory.h"
+#include "platform/linux/sqlite/sqlite_defaults_store.h"
+
+// A program that crashes as its tests ask: crash_victim KIND [REPORTER [SILENCE]]. Without arguments it leaves a mark
+// that it was started, as a relaunch does.
+
+using namespace halvard;
+
+namespace {
+
+/// Leaves the settings file as a crash in the middle of a transaction does: locked and half written.
+[[gnu::noinline]] void crashWhileSettingsAreWritten() {
+  sqlite3* database = nullptr;
+  sqlite3_open(defaultsFilePath(application_identity::kBundleIdentifier).toUtf8().constData(), &database);
+  sqlite3_exec(database, "BEGIN IMMEDIATE; DELETE FROM defaults;", nullptr, nullptr, nullptr);
+  crashOnPurpose(CrashKind::nullDereference);
+}
+
+/// Lets a purge fill a few buffers and then keeps it waiting.
+class HeldUpReadings : public GuardReadingsSource {
+ public:
+  std::optional<GuardReadings> read() override {
+    constexpr int buffers = 5;
+    if (++m_reads > buffers) {
+      reached.count_down();
+      for (;;)
+        pause();
+    }
+    constexpr ByteCount gibibyte = ByteCount{1} << 30;
+    return GuardReadings{16 * gibibyte, 8 * gibibyte, gibibyte, std::nullopt, std::chrono::steady_clock::now()};
+  }
+
+  std::latch reached{1};
+
+ private:
+  int m_reads = 0;
+};
+
+[[gnu::noinline]] void crashDuringPurge() {
+  SystemClock clock;
+  LinuxHostStatistics host;
+  HeldUpReadings readings;
+  WorkerPurgeableMemory memory(readings, clock, HALVARD_BIN_DIR "/halvard-purge-worker");
+  PurgeManager purge(host, memory, clock);
+  purge.purgeWithCompletion([] {});
+  readings.reached.wait();
+  crashOnPurpose(CrashKind::nullDereference);
+}
+
+[[noreturn]] void abortAsAnEarlierHandler() {
+  std::fputs("earlier handler of exceptions\n", stderr);
+  std::abort();
+}
+
+void earlierActionOfQuit(int) {
+  std::fputs("earlier action of signal 3\n", stderr);
+}
+
+void crash(const QString& kind) {
+  if (kind == QLatin1String("settings")) return crashWhileSettingsAreWritten();
+  if (kind == QLatin1String("purge")) return crashDuringPurge();
+  if (kind == QLatin1String("quiet")) return;
+  if (const auto known = crashKindNamed(kind)) crashOnPurpose(*known);
+}
+
+}  // namespace
+
+int main(int argc, char* argv[]) {
+  QCoreApplication application(argc, argv);
+  const QStringList arguments = QCoreApplication::arguments();
+  if (arguments.size() < 2) {
+    QFile mark(crashReportFolder() + QStringLiteral("/relaunched"));
+    return mark.open(QIODevice::WriteOnly) ? 0 : 1;
+  }
+  if (qEnvironmentVariableIsSet("EARLIER_HANDLERS")) {
+    std::set_terminate(abortAsAnEarlierHandler);
+    signal(SIGQUIT, earlierActionOfQuit);
+  }
+  SqliteDefaultsStore store(defaultsFilePath(application_identity::kBundleIdentifier),
+                            application_identity::kBundleIdentifier);
+  CacheManager cache(store);
+  const QString version = QStringLiteral("4.2");
+  auto settings = FallManagerSettings::standard(
+      {application_identity::kBundleIdentifier, application_identity::kDisplayName, version, version});
+  settings.reporterPath = arguments.value(2, QStringLiteral(HALVARD_BIN_DIR "/halvard-crash-reporter"));
+  settings.silenceLimit = std::chrono::milliseconds(arguments.value(3, QStringLiteral("20000")).toInt());
+  TessmarFallManager manager(cache, settings);
+  if (qEnvironmentVariableIsSet("HANDLER_LOGS")) manager.turnOnLogs();
+  manager.start();
+  store.setObject(QStringLiteral("KEY_cleanedSize"), {std::uint64_t{4096}});
+  store.synchronize();
+  QTimer::singleShot(0, &application, [kind = arguments[1]] { crash(kind); });
+  // A crash that is not reported shall not leave a process behind either.
+  QTimer::singleShot(arguments[1] == QLatin1String("quiet") ? 0 : 60'000, &application, &QCoreApplication::quit);
+  return QCoreApplication::exec();
+}
