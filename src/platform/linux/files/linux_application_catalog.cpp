@@ -1,0 +1,89 @@
+#include "platform/linux/files/linux_application_catalog.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QStandardPaths>
+
+#include <gio/gdesktopappinfo.h>
+
+#include <set>
+
+namespace halvard {
+namespace {
+
+const QString kEntrySuffix = QStringLiteral(".desktop");
+
+struct Entry {
+  QString identifier;
+  QByteArray file;
+  QByteArray executable;
+};
+
+QString withoutSuffix(const QString& id) {
+  return id.endsWith(kEntrySuffix) ? id.chopped(kEntrySuffix.size()) : id;
+}
+
+std::vector<Entry> visibleEntries() {
+  std::vector<Entry> entries;
+  GList* const all = g_app_info_get_all();
+  for (GList* at = all; at; at = at->next) {
+    GDesktopAppInfo* const info = G_DESKTOP_APP_INFO(at->data);
+    const char* const file = g_desktop_app_info_get_filename(info);
+    const char* const id = g_app_info_get_id(G_APP_INFO(info));
+    if (!file || !id || g_desktop_app_info_get_nodisplay(info)) continue;
+    entries.push_back({withoutSuffix(QString::fromUtf8(id)), file, g_app_info_get_executable(G_APP_INFO(info))});
+  }
+  g_list_free_full(all, g_object_unref);
+  return entries;
+}
+
+/// For an entry that no package owns: what its program occupies, a whole AppImage for instance.
+std::optional<ByteCount> sizeOfProgram(const QByteArray& executable) {
+  const QString name = QFile::decodeName(executable);
+  const QFileInfo program(name.contains(QLatin1Char('/')) ? name : QStandardPaths::findExecutable(name));
+  if (name.isEmpty() || !program.isFile()) return {};
+  return static_cast<ByteCount>(program.size());
+}
+
+}  // namespace
+
+std::vector<CatalogApplication> LinuxApplicationCatalog::applications(std::stop_token stop) const {
+  const std::vector<Entry> entries = visibleEntries();
+  QByteArrayList files;
+  for (const Entry& entry : entries)
+    files << entry.file;
+  const auto owners = m_packages.ownersOfFiles(files, stop);
+  std::vector<CatalogApplication> result;
+  std::set<QByteArray> counted;
+  for (const Entry& entry : entries) {
+    auto owner = owners.find(entry.file);
+    if (owner == owners.end()) {
+      result.push_back({entry.identifier, entry.file, sizeOfProgram(entry.executable)});
+    } else if (counted.insert(owner->second.key).second) {
+      result.push_back({entry.identifier, entry.file, owner->second.installedSize});
+    }
+  }
+  return result;
+}
+
+std::optional<QString> LinuxApplicationCatalog::bundleIdentifier(const QByteArray& path) const {
+  const QFileInfo bundle(QFile::decodeName(path));
+  if (!bundle.exists()) return {};
+  if (!bundle.isDir()) return withoutSuffix(bundle.fileName());
+  const QStringList entries = QDir(bundle.filePath()).entryList({QLatin1Char('*') + kEntrySuffix}, QDir::Files);
+  return entries.isEmpty() ? bundle.completeBaseName() : withoutSuffix(entries.first());
+}
+
+bool LinuxApplicationCatalog::isApplicationFile(const QByteArray& path) const {
+  if (!path.toLower().endsWith(".appimage")) return false;
+  QFile file(QFile::decodeName(path));
+  if (!file.open(QIODevice::ReadOnly)) return false;
+  const QByteArray head = file.read(11);
+  return head.startsWith(
+             "\x7f"
+             "ELF") &&
+         (head.mid(8) == "AI\x01" || head.mid(8) == "AI\x02");
+}
+
+}  // namespace halvard

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <memory>
+#include <mutex>
+
+#include "platform/ports/last_used_dates.h"
+
+namespace halvard {
+
+/// The desktop's list of recently used files, then the times the file system keeps.
+class LinuxLastUsedDates : public LastUsedDates {
+ public:
+  /// `recentlyUsed` has the form of "recently-used.xbel"; it is read again when it has changed.
+  explicit LinuxLastUsedDates(QByteArray recentlyUsed);
+  ~LinuxLastUsedDates() override;
+
+  /// "recently-used.xbel" in $XDG_DATA_HOME.
+  static QByteArray defaultList();
+
+  std::optional<Clock::Instant> lastUsedDate(const QByteArray& path) const override;
+
+ private:
+  struct List;
+  std::optional<Clock::Instant> visited(const QByteArray& path) const;
+
+  const QByteArray m_path;
+  mutable std::mutex m_mutex;
+  mutable std::unique_ptr<List> m_list;  // guarded by m_mutex
+};
+
+}  // namespace halvard

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <libmount.h>
+
+#include <QByteArray>
+#include <cstdint>
+#include <functional>
+#include <memory>
+
+namespace halvard {
+
+/// The kernel's table of mounts, through libmount.
+class MountTable {
+ public:
+  /// Reads a file in the form of "/proc/self/mountinfo". One that cannot be read gives an empty table.
+  explicit MountTable(const QByteArray& path = "/proc/self/mountinfo");
+
+  /// In the order of mounting. The pointer is valid inside the call only.
+  void forEach(const std::function<void(libmnt_fs*)>& visit) const;
+
+ private:
+  std::unique_ptr<libmnt_table, void (*)(libmnt_table*)> m_table;
+};
+
+/// True when something is mounted on demand right inside the mount with this id.
+bool mountHasAutomounts(std::uint64_t mountId);
+
+}  // namespace halvard

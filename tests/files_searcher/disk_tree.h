@@ -1,0 +1,66 @@
+#pragma once
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <QByteArray>
+#include <QProcess>
+#include <QString>
+#include <QTemporaryDir>
+#include <cstdlib>
+#include <string>
+
+#include "core/units.h"
+
+namespace halvard {
+
+/// A folder for a test, on the disk or in memory, filled through names of any bytes.
+class DiskTree {
+ public:
+  explicit DiskTree(const QByteArray& parent = "/tmp") : m_path(parent + "/halvard-tree-XXXXXX") {
+    if (!::mkdtemp(m_path.data())) m_path.clear();
+  }
+  ~DiskTree() { QProcess::execute(QStringLiteral("rm"), {QStringLiteral("-rf"), QString::fromLocal8Bit(m_path)}); }
+  DiskTree(const DiskTree&) = delete;
+  DiskTree& operator=(const DiskTree&) = delete;
+
+  const QByteArray& path() const { return m_path; }
+  QByteArray at(const QByteArray& name) const { return m_path + '/' + name; }
+
+  QByteArray addFolder(const QByteArray& name) {
+    ::mkdir(at(name).constData(), 0755);
+    return at(name);
+  }
+  /// Sparse when `blocks` is false: `size` bytes that occupy nothing.
+  QByteArray addFile(const QByteArray& name, ByteCount size, bool blocks = true) {
+    const int file = ::open(at(name).constData(), O_CREAT | O_WRONLY | O_CLOEXEC, 0644);
+    if (blocks) {
+      const std::string content(size, 'x');
+      if (::write(file, content.data(), content.size()) < 0) ::abort();
+    } else if (::ftruncate(file, static_cast<off_t>(size)) != 0) {
+      ::abort();
+    }
+    ::close(file);
+    return at(name);
+  }
+
+ private:
+  QByteArray m_path;
+};
+
+/// What du counts without the folders' own blocks, as a public tool sees it.
+inline ByteCount sizeByDu(const QByteArray& path) {
+  // -s -l sums every name of a file; the folders' own blocks are summed by find and taken off.
+  const QString script = QStringLiteral(
+      "all=$(du -s -l --block-size=1 -- \"$1\" 2>/dev/null | tail -n 1 | cut -f 1);"
+      "own=$(find \"$1\" -type d -printf '%b\\n' 2>/dev/null | awk '{s += $1} END {print s * 512}');"
+      "echo $((all - own))");
+  QProcess shell;
+  shell.start(QStringLiteral("bash"),
+              {QStringLiteral("-c"), script, QStringLiteral("bash"), QString::fromLocal8Bit(path)});
+  shell.waitForFinished(-1);
+  return shell.readAllStandardOutput().trimmed().toULongLong();
+}
+
+}  // namespace halvard
