@@ -33,14 +33,15 @@ int Buffers::map(Buffer& buffer, std::uint64_t size) {
   void* const address = mapAnonymous(size, 0);
   if (!address) return errno;
   buffer = {address, size};
-  // Huge pages only make it faster; a kernel without them refuses.
-  (void)madvise(address, size, MADV_HUGEPAGE);
   return 0;
 }
 
-int Buffers::pin(std::uint32_t number, std::uint64_t size) {
+int Buffers::pin(std::uint32_t number, std::uint64_t size, Pages pages) {
   Buffer& buffer = m_table[number];
   if (const int error = map(buffer, size)) return error;
+  // Neighbouring mappings become one, and a new one may join a huge one, so that both are said. Failing only costs
+  // time.
+  (void)madvise(buffer.address, size, pages == Pages::Huge ? MADV_HUGEPAGE : MADV_NOHUGEPAGE);
   if (const int error = populate(buffer.address, size)) {
     (void)discard(number, size);
     return error;

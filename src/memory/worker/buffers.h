@@ -11,7 +11,8 @@ class Buffers {
   /// False when the table cannot be mapped.
   bool initialize();
 
-  int pin(std::uint32_t number, std::uint64_t size);
+  enum class Pages { Small, Huge };
+  int pin(std::uint32_t number, std::uint64_t size, Pages pages);
   int makeVolatile(std::uint32_t number, std::uint64_t size);
   int discard(std::uint32_t number, std::uint64_t size);
 

@@ -75,7 +75,9 @@ int perform(Buffers& buffers, const Command& command) {
   if (command.buffer >= kMaxBuffers || command.size == 0 || command.size > kMaxBufferSize) return EINVAL;
   switch (command.operation) {
     case Operation::Pin:
-      return buffers.pin(command.buffer, command.size);
+      return buffers.pin(command.buffer, command.size, Buffers::Pages::Small);
+    case Operation::PinHuge:
+      return buffers.pin(command.buffer, command.size, Buffers::Pages::Huge);
     case Operation::MakeVolatile:
       return buffers.makeVolatile(command.buffer, command.size);
     case Operation::Discard:

@@ -10,7 +10,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr std::uint32_t kStalledAverage = 2000;  // hundredths of a percent
+// Hundredths of a percent.
+constexpr std::uint32_t kStalledBefore = 1000;
+constexpr std::uint32_t kStalledMeanwhile = 4000;
 constexpr auto kShortestStall = 20ms;
 constexpr int kStallShare = 4;  // one part in so many
 
@@ -35,8 +37,13 @@ ByteCount guardReserve(ByteCount physicalMemory) {
 
 GuardVerdict judgeStep(const GuardReadings& now, const std::optional<GuardReadings>& before, ByteCount step) {
   if (!hasRoom(now, step)) return GuardVerdict::Refuse;
-  if (now.pressure && now.pressure->average10 >= kStalledAverage) return GuardVerdict::Refuse;
+  const std::uint32_t limit = before ? kStalledMeanwhile : kStalledBefore;
+  if (now.pressure && now.pressure->average10 >= limit) return GuardVerdict::Refuse;
   return before && stalledSince(now, *before) ? GuardVerdict::Wait : GuardVerdict::Pin;
+}
+
+bool mayUseHugePages(const GuardReadings& now) {
+  return now.available > now.physical / 8;
 }
 
 ProcfsGuardReadings::ProcfsGuardReadings(Clock& clock, const std::string& procRoot)

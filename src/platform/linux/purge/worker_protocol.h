@@ -17,11 +17,13 @@ enum class Operation : std::uint32_t {
   /// Maps the buffer unless it is mapped, gives every page memory and overwrites it with zeros. A buffer that cannot be
   /// filled is discarded, and the answer says why.
   Pin = 1,
+  /// The same, in huge pages where the kernel has them. A buffer that is mapped already keeps its pages.
+  PinHuge = 2,
   /// Lets the kernel drop the buffer's pages before any others. A buffer that is not mapped becomes mapped, but has no
   /// pages, so that it costs nothing.
-  MakeVolatile = 2,
+  MakeVolatile = 3,
   /// Unmaps the buffer; one that is not mapped stays so.
-  Discard = 3,
+  Discard = 4,
 };
 
 struct Command {

@@ -12,7 +12,7 @@ namespace {
 using namespace std::chrono_literals;
 using purge_worker::Operation;
 
-constexpr auto kOneWait = 50ms;
+constexpr auto kOneWait = 100ms;
 
 /// What a session and its buffers share: a buffer may outlive its session.
 class Filling {
@@ -26,7 +26,7 @@ class Filling {
   std::uint32_t nextNumber() { return m_buffers++; }
 
   void begin(std::uint32_t number, ByteCount size) {
-    const bool pinned = mayPin(size) && perform(Operation::Pin, number, size);
+    const bool pinned = mayPin(size) && perform(pinOperation(), number, size);
     if (!pinned) perform(Operation::MakeVolatile, number, size);
   }
   bool perform(Operation operation, std::uint32_t number, ByteCount size) {
@@ -39,14 +39,19 @@ class Filling {
     for (std::chrono::milliseconds waited = 0ms; isAlive(); waited += kOneWait) {
       const std::optional<GuardReadings> now = m_readings.read();
       if (!now) return false;
-      const GuardVerdict verdict = judgeStep(*now, std::exchange(m_before, now), size);
-      if (verdict != GuardVerdict::Wait) return verdict == GuardVerdict::Pin;
+      const GuardVerdict verdict = judgeStep(*now, m_before, size);
+      if (verdict == GuardVerdict::Refuse) return false;
+      m_before = now;
+      if (verdict == GuardVerdict::Pin) return true;
       if (waited >= m_limits.waitForBuffer || m_waited >= m_limits.waitInAll) return false;
       m_clock.sleepFor(kOneWait);
       m_waited += kOneWait;
     }
     return false;
   }
+
+  /// By the readings that allowed the pin.
+  Operation pinOperation() const { return mayUseHugePages(*m_before) ? Operation::PinHuge : Operation::Pin; }
 
   GuardReadingsSource& m_readings;
   Clock& m_clock;

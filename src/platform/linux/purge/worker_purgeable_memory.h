@@ -28,7 +28,7 @@ class WorkerPurgeableMemory : public PurgeableMemory {
     /// Longest time that a session spends waiting for the machine to recover, for one buffer and in all. Buffers that
     /// would have to wait longer are refused.
     std::chrono::milliseconds waitForBuffer = std::chrono::seconds(1);
-    std::chrono::milliseconds waitInAll = std::chrono::seconds(10);
+    std::chrono::milliseconds waitInAll = std::chrono::seconds(30);
   };
 
   /// `readings` and `clock` outlive this object and its sessions.

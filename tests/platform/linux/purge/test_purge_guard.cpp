@@ -65,13 +65,13 @@ class TestPurgeGuard : public QObject {
     const auto wait = static_cast<int>(GuardVerdict::Wait);
     const auto refuse = static_cast<int>(GuardVerdict::Refuse);
     QTest::newRow("calm") << 0 << 0 << 10 << pin;
-    QTest::newRow("average below a fifth") << 1999 << 0 << 10 << pin;
-    QTest::newRow("average of a fifth") << 2000 << 0 << 10 << refuse;
+    QTest::newRow("average below two fifths") << 3999 << 0 << 10 << pin;
+    QTest::newRow("average of two fifths") << 4000 << 0 << 10 << refuse;
     QTest::newRow("short stall, whole step") << 0 << 19999 << 20 << pin;
     QTest::newRow("20 ms, whole step") << 0 << 20000 << 20 << wait;
     QTest::newRow("20 ms, a quarter") << 0 << 20000 << 80 << wait;
     QTest::newRow("20 ms, less than a quarter") << 0 << 20000 << 81 << pin;
-    QTest::newRow("both") << 2000 << 50000 << 50 << refuse;
+    QTest::newRow("both") << 4000 << 50000 << 50 << refuse;
     QTest::newRow("counter went back") << 0 << -50000 << 50 << pin;
   }
 
@@ -84,6 +84,22 @@ class TestPurgeGuard : public QObject {
     now.pressure->average10 = static_cast<std::uint32_t>(average10);
     now.pressure->total += std::chrono::microseconds(stalledMicroseconds);
     QTEST(static_cast<int>(judgeStep(now, before, kStep)), "verdict");
+  }
+
+  void beforeTheFirstStepTheStallIsAnothers() {
+    GuardReadings now = calm();
+    now.pressure->average10 = 999;
+    QVERIFY(judgeStep(now, std::nullopt, kStep) == GuardVerdict::Pin);
+    now.pressure->average10 = 1000;
+    QVERIFY(judgeStep(now, std::nullopt, kStep) == GuardVerdict::Refuse);
+  }
+
+  void hugePagesAreForTimesOfPlenty() {
+    GuardReadings now = calm();
+    now.available = now.physical / 8;
+    QVERIFY(!mayUseHugePages(now));
+    ++now.available;
+    QVERIFY(mayUseHugePages(now));
   }
 
   void withoutPressureFiguresOnlyRoomCounts() {
