@@ -1,6 +1,7 @@
 #include "login/login_item.h"
 
 #include <QStringList>
+#include <algorithm>
 
 namespace halvard {
 namespace {

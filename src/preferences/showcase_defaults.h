@@ -45,18 +45,21 @@ class ShowcaseDefaults {
   /// The references must outlive this object. `applicationVersion` is the version of the program, like "4.2.1".
   ShowcaseDefaults(DefaultsStore& store, const Clock& clock, QString applicationVersion);
 
+  /// For keys that no accessor covers.
   DefaultsStore& store() { return m_store; }
 
-  // Generic accessors.
+  // Generic accessors: the default when the value is absent or cannot be converted.
+  /// Written as an unsigned number.
   std::uint64_t getUnsignedLongLongValueForKey(const QString& key, std::uint64_t defaultValue) const;
   void saveUnsignedLongLongValue(std::uint64_t value, const QString& key);
+  /// Written as a bool.
   bool getBoolValueForKey(const QString& key, bool defaultValue) const;
   void saveBoolValue(bool value, const QString& key);
   /// The stored object of whatever kind; the default when absent.
   StoredValue getArrayValueForKey(const QString& key, const StoredValue& defaultValue) const;
   void saveArrayValue(StoredValue value, const QString& key);
 
-  /// All memory freed so far; 0 at first.
+  /// All memory freed so far in bytes; 0 at first.
   ByteCount cleanedSize() const;
   void setCleanedSize(ByteCount size);
   /// Whether to offer start at login after a cleaning; true at first.
@@ -64,8 +67,10 @@ class ShowcaseDefaults {
   void setShowAutostartPopupAfterPurge(bool show);
 
   // Panel window.
+  /// Locked to the status item; true at first.
   void saveWindowLockedState(bool locked);
   bool isWindowLocked() const;
+  /// Shows its detailed state; true at first.
   void saveWindowDetailedState(bool detailed);
   bool isWindowDetailed() const;
   /// Both edges, rounded to 32-bit floating point.
@@ -78,9 +83,13 @@ class ShowcaseDefaults {
   bool isTimeToShowShowcaseDialogIsNow() const;
   /// No shown version is stored, or it is smaller.
   bool isNeedShowShowcaseWithVersion(std::int64_t version) const;
+  /// A next date is stored.
   bool isShowcaseShowedBefore() const;
+  /// Always true.
   bool isCanShowShowcaseDialogAutomatically() const;
+  /// Notes that automatic showing is allowed when the answer before is false: in practice never.
   void notifyAboutShowcaseTryToShowAutomatically();
+  /// Allowed, due and not yet shown in this version.
   bool isNeedShowShowcaseDialogAutomaticallyWithVersion(std::int64_t version) const;
   /// Next date in 7 days.
   void notifyShowcaseDialogDataThatShowedAutomaticallyVersion(std::int64_t version);
@@ -91,11 +100,13 @@ class ShowcaseDefaults {
   static void initAdsDownloaderData(DownloadedHTMLData& data);
   /// 1 January 1970 when none is stored.
   Clock::Instant getDownloadedHTMLNextUpdateDateUsingData(const DownloadedHTMLData& data) const;
+  /// That date has come.
   bool isNeedUpdateDownloadedHTMLUsingData(const DownloadedHTMLData& data) const;
   /// Next update in `seconds_between_update`.
   void notifyThatHTMLWasDownloadedUsingData(const DownloadedHTMLData& data);
   /// The stored version; the embedded one when none is stored.
   std::int64_t getCurrentDownloadedHTMLVersionUsingData(const DownloadedHTMLData& data) const;
+  /// The stored version is smaller than `version`, that of the server.
   bool isNeedLoadFromServerNewHTMLWithVersion(std::int64_t version, const DownloadedHTMLData& data) const;
   /// The larger of the stored and the embedded version.
   std::int64_t getDownloadedHTMLVersionUsingData(const DownloadedHTMLData& data) const;
@@ -115,14 +126,19 @@ class ShowcaseDefaults {
   // Promotion notifications and warnings.
   /// 1 January 1970 when none is stored.
   Clock::Instant getNotificationsNextUpdateDate() const;
+  /// That date has come.
   bool isNeedLoadFromServerDataAboutNotifications() const;
+  /// Next update in `timeToNextUpdate`.
   void notifyPromoManagerDataThatNotificationsWasUpdated(std::chrono::seconds timeToNextUpdate);
   /// 0 when none was shown.
   std::int64_t getShowedNotificationID() const;
+  /// No notification of this or a higher number was shown.
   bool isNeedShowNotificationWithID(std::int64_t id) const;
   void notifyPromoManagerDataThatShowedNotificationWithID(std::int64_t id);
+  /// The user has not read the news of this or a higher version.
   bool isHasFreshNewsBaseOnCurrenVersion(std::int64_t version) const;
   void setReadedNewsVersion(std::int64_t version);
+  /// When the last free-space warning was shown.
   std::optional<Clock::Instant> getLastLackOfSpaceWarningDate() const;
   void setNowAsLastLackOfSpaceWarningDate();
   /// Counts one more showing of the product and returns the new count; 0, and nothing stored, without a product.
@@ -131,6 +147,7 @@ class ShowcaseDefaults {
   std::int64_t getLackOfDiskMemoryMessageIDwithTotalCount(std::int64_t totalCount);
 
   // Rate dialog.
+  /// Starts over when the first two components of the version are not those of the last start.
   void notifyRateDialogDataThatAppStarted();
   /// Forgets what was counted; next date in 14 days.
   void onFirstStartOrVersionChangedTo(const QString& version);
@@ -139,7 +156,9 @@ class ShowcaseDefaults {
   void notifyRateDialogDataThatUserClickOnStar();
   /// The C of "Clicked" is U+0421.
   bool isUserAlreadyСlickedOnStar() const;
+  /// How often the dialog showed itself.
   std::int64_t getCountOfRateDialogAutoShowed() const;
+  /// No next date is stored, or it has come.
   bool isTimeToShowRateDialogIsNow() const;
   /// Never before 500 MiB were freed, after a click on a star, or after three showings.
   bool isNeedShowRateDialogAutomatically() const;

@@ -186,6 +186,21 @@ class TestSqliteDefaultsTrouble : public QObject {
     QCOMPARE(QDir(QFileInfo(settings.path).path()).entryList(QDir::Files), QStringList{QStringLiteral("defaults.db")});
   }
 
+  void fileThatBecomesNewerWhileOpenIsWrittenNoMore() {
+    SettingsFolder settings;
+    settings.fill(3);
+    const auto store = settings.open();
+    SqliteConnection connection;
+    QCOMPARE(connection.open(settings.path, SqliteConnection::Mode::existing), 0);
+    QCOMPARE(connection.run("PRAGMA user_version = 2"), 0);
+    store->setObject(key, {true});
+    QVERIFY(!store->synchronize());
+    QCOMPARE(store->keys().size(), 4);
+    int code = 0;
+    QCOMPARE(connection.firstValue("SELECT count(*) FROM defaults", code), SqliteValue(std::int64_t{3}));
+    QCOMPARE(settings.lines.size(), 1);
+  }
+
   void valuesOfAnUnknownKindAreLeftOutAndKept() {
     SettingsFolder settings;
     settings.fill(1);

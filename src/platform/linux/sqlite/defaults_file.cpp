@@ -35,26 +35,6 @@ DefaultsFileFault faultOf(int code) {
 
 }  // namespace
 
-void DefaultsChanges::append(DefaultsChanges later) {
-  if (later.clear) {
-    *this = std::move(later);
-    return;
-  }
-  for (auto& [key, value] : later.values)
-    values.insert_or_assign(key, std::move(value));
-}
-
-void DefaultsChanges::applyTo(DefaultsValues& domain) const {
-  if (clear) domain.clear();
-  for (const auto& [key, value] : values) {
-    if (value) {
-      domain.insert_or_assign(key, *value);
-    } else {
-      domain.erase(key);
-    }
-  }
-}
-
 DefaultsFile::DefaultsFile(QString path, QString domain)
     : m_path(std::move(path)),
       m_encodedPath(QFile::encodeName(m_path)),
@@ -107,6 +87,7 @@ DefaultsFileOutcome DefaultsFile::read(DefaultsValues& values, int& unreadableRo
   // The version first: a commit between the two is then read again, never missed.
   if (m_versionStatement.step() == SQLITE_ROW) m_readVersion = m_versionStatement.integer(0);
   m_versionStatement.reset();
+  if (DefaultsFileOutcome version = checkVersion(); !version) return closeWith(std::move(version));
   SqliteStatement rows = m_connection.prepare("SELECT key, kind, value FROM defaults WHERE domain = ?1");
   rows.bind(1, m_domain);
   values.clear();
@@ -132,22 +113,21 @@ bool DefaultsFile::readWithoutWriting(DefaultsValues& values) {
 bool DefaultsFile::readIn(SqliteConnection::Mode mode, DefaultsValues& values) {
   bool done = false;
   if (m_connection.open(m_path, mode) == SQLITE_OK) {
-    int code = SQLITE_OK;
     int unreadableRows = 0;
-    const SqliteValue version = m_connection.firstValue("PRAGMA user_version", code);
-    done = version == SqliteValue(schemaVersion) && read(values, unreadableRows);
+    done = static_cast<bool>(read(values, unreadableRows));
   }
   close();
   return done;
 }
 
 DefaultsFileOutcome DefaultsFile::write(const DefaultsChanges& changes) {
-  const int code = writeRows(changes);
-  return code == SQLITE_OK ? DefaultsFileOutcome() : closeWith(outcome(code));
+  DefaultsFileOutcome result = outcome(m_connection.run("BEGIN IMMEDIATE"));
+  if (result) result = checkVersion();
+  if (result) result = outcome(writeRows(changes));
+  return result ? result : closeWith(std::move(result));
 }
 
 int DefaultsFile::writeRows(const DefaultsChanges& changes) {
-  if (const int code = m_connection.run("BEGIN IMMEDIATE"); code != SQLITE_OK) return code;
   if (changes.clear) {
     SqliteStatement clear = m_connection.prepare("DELETE FROM defaults WHERE domain = ?1");
     clear.bind(1, m_domain);
@@ -195,16 +175,20 @@ DefaultsFileOutcome DefaultsFile::prepareFile() {
   return makeSchema();
 }
 
-DefaultsFileOutcome DefaultsFile::makeSchema() {
+DefaultsFileOutcome DefaultsFile::checkVersion() {
   int code = SQLITE_OK;
   const SqliteValue version = m_connection.firstValue("PRAGMA user_version", code);
   if (code != SQLITE_ROW) return outcome(code);
   if (version == SqliteValue(schemaVersion)) return {};
-  if (version != SqliteValue(std::int64_t{0})) {
-    return {DefaultsFileFault::newer, QStringLiteral("made by a newer version of the program")};
-  }
+  if (version == SqliteValue(std::int64_t{0})) return {DefaultsFileFault::absent, QStringLiteral("it was emptied")};
+  return {DefaultsFileFault::newer, QStringLiteral("made by a newer version of the program")};
+}
+
+DefaultsFileOutcome DefaultsFile::makeSchema() {
+  DefaultsFileOutcome version = checkVersion();
+  if (version.fault != DefaultsFileFault::absent) return version;
   // ANY in a strict table keeps every value exactly as it was given.
-  code = m_connection.run(
+  const int code = m_connection.run(
       "BEGIN IMMEDIATE;"
       "CREATE TABLE IF NOT EXISTS defaults(domain TEXT NOT NULL, key TEXT NOT NULL, kind TEXT NOT NULL, value ANY,"
       " PRIMARY KEY(domain, key)) STRICT, WITHOUT ROWID;"

@@ -1,27 +1,12 @@
 #pragma once
 
-#include <map>
 #include <optional>
 
+#include "platform/linux/sqlite/defaults_changes.h"
 #include "platform/linux/sqlite/file_identity.h"
 #include "platform/linux/sqlite/sqlite_connection.h"
 
 namespace halvard {
-
-using DefaultsValues = std::map<QString, StoredValue>;
-
-/// What is to become of a domain.
-struct DefaultsChanges {
-  /// Forget every key first.
-  bool clear = false;
-  /// Nothing removes the key.
-  std::map<QString, std::optional<StoredValue>> values;
-
-  bool isEmpty() const { return !clear && values.empty(); }
-  /// Applies `later` on top.
-  void append(DefaultsChanges later);
-  void applyTo(DefaultsValues& domain) const;
-};
 
 /// Why the settings file cannot be used.
 enum class DefaultsFileFault {
@@ -63,7 +48,7 @@ class DefaultsFile {
   /// True when another connection committed since the last read().
   bool hasChanged();
 
-  /// Rows that cannot be understood are left out and counted.
+  /// Rows that cannot be understood are left out and counted. A file that has become newer is closed.
   DefaultsFileOutcome read(DefaultsValues& values, int& unreadableRows);
   /// As read(), for a closed file that cannot be opened for writing; leaves it closed.
   bool readWithoutWriting(DefaultsValues& values);
@@ -76,6 +61,8 @@ class DefaultsFile {
  private:
   bool readIn(SqliteConnection::Mode mode, DefaultsValues& values);
   DefaultsFileOutcome prepareFile();
+  /// Absent for a file without a schema. A newer program may have changed the schema since the file was opened.
+  DefaultsFileOutcome checkVersion();
   DefaultsFileOutcome makeSchema();
   int writeRows(const DefaultsChanges& changes);
   DefaultsFileOutcome outcome(int code) const;

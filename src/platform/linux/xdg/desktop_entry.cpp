@@ -1,5 +1,6 @@
 #include "platform/linux/xdg/desktop_entry.h"
 
+#include <algorithm>
 #include <memory>
 
 #include <glib.h>
