@@ -42,7 +42,8 @@ class StatusBarItem : public QObject {
   /// tells only that). Nothing before the first click, or when no host shows the item.
   virtual std::optional<QRect> geometry() const = 0;
 
-  /// True while some host shows the item.
+  /// True while some host shows the item. False at first: hosts answer a moment after the start, and where there is
+  /// none it takes about a second to know.
   virtual bool isShown() const = 0;
 
  Q_SIGNALS:
