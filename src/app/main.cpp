@@ -24,6 +24,7 @@
 #include "platform/linux/session/shell_script_runner.h"
 #include "platform/linux/session/termination_signals.h"
 #include "platform/linux/sqlite/sqlite_defaults_store.h"
+#include "widgets/application_icon.h"
 #include "widgets/status_image.h"
 #include "widgets/ui_style.h"
 
@@ -143,6 +144,7 @@ int main(int argc, char* argv[]) {
   QApplication::setDesktopFileName(application_identity::kBundleIdentifier);
   QApplication::setQuitOnLastWindowClosed(false);
   QApplication::setFont(ui_style::font(12));
+  QApplication::setWindowIcon(applicationIcon());
   const TerminationSignals terminationSignals;
   QObject::connect(&terminationSignals, &TerminationSignals::terminationRequested, &application, &QApplication::quit);
   return run(application, QApplication::arguments().mid(1));

@@ -2,6 +2,7 @@
 #include <QtTest>
 #include <cmath>
 
+#include "widgets/application_icon.h"
 #include "widgets/gauge_icon.h"
 #include "widgets/status_image.h"
 
@@ -129,6 +130,15 @@ class TestGaugeIcon : public QObject {
     QVERIFY(badge != gaugeIcon(memoryName(72), 22, QStringLiteral("62")));
     const QString clear = QStringLiteral("icon_clear");
     QCOMPARE(gaugeIcon(clear, 22, QStringLiteral("62")), gaugeIcon(clear, 22));
+  }
+
+  void theApplicationIconIsBuiltInInItsSizes() {
+    const QIcon icon = applicationIcon();
+    QCOMPARE(icon.availableSizes().size(), 9);
+    for (const int size : {16, 22, 48, 512}) {
+      QCOMPARE(icon.actualSize({size, size}), QSize(size, size));
+      QVERIFY(icon.pixmap(size).toImage().pixelColor(size / 2, size - size / 4).green() > 100);
+    }
   }
 
   void bytesAreAlphaRedGreenBlueWhateverTheMachine() {
