@@ -10,6 +10,7 @@
 #include <QtTest>
 #include <algorithm>
 #include <cerrno>
+#include <cmath>
 #include <cstring>
 #include <functional>
 
@@ -25,14 +26,22 @@ constexpr double kMebibytes = 64;
 /// What an experiment may miss its 64 MiB by. The kernel keeps freed pages and pages on their way to a list in batches
 /// of its own for each processor (some MiB, which count as wired), and other programs go on living.
 constexpr double kTolerance = 12;
-/// Every experiment is repeated, and its median counts: a neighbour's burst spoils single rounds only.
-constexpr int kRounds = 15;
+/// Every experiment is repeated, and its median counts: a neighbour's burst spoils single rounds only. It is repeated
+/// until the rounds agree well enough, or until there is no hope of that.
+constexpr std::size_t kFewestRounds = 15;
+constexpr std::size_t kMostRounds = 90;
+constexpr double kAgreement = kTolerance / 4;
+constexpr const char* kTooBusy = "the machine is too busy to measure 64 MiB on it";
 
 /// Differences between two readings, in MiB.
 struct Change {
   double used = 0;
   double wired = 0;
   double compressor = 0;
+  /// How far the median of `used` may be off.
+  double uncertainty = 0;
+
+  bool isNoise() const { return uncertainty > kAgreement; }
 };
 
 /// Anonymous memory whose every page is different and compresses well.
@@ -64,20 +73,22 @@ class Block {
 
 class Meter {
  public:
-  /// Medians over kRounds rounds; `prepare` runs before the first reading of a round, `act` between the two, `restore`
+  /// Medians over all rounds; `prepare` runs before the first reading of a round, `act` between the two, `restore`
   /// behind them.
   Change measure(const std::function<void()>& prepare, const std::function<void()>& act,
                  const std::function<void()>& restore) {
     std::vector<Change> changes;
-    for (int round = 0; round < kRounds; ++round) {
+    Change median;
+    do {
       prepare();
       const Change before = now();
       act();
       const Change after = now();
       changes.push_back({after.used - before.used, after.wired - before.wired, after.compressor - before.compressor});
       restore();
-    }
-    return {median(changes, &Change::used), median(changes, &Change::wired), median(changes, &Change::compressor)};
+      median = summary(changes);
+    } while (changes.size() < kFewestRounds || (median.isNoise() && changes.size() < kMostRounds));
+    return median;
   }
 
  private:
@@ -92,10 +103,18 @@ class Meter {
             static_cast<double>(record.compressor_page_count) * perPage};
   }
 
-  static double median(std::vector<Change> changes, double Change::*member) {
+  /// The value below which `part` of the changes are.
+  static double quantile(std::vector<Change> changes, double Change::*member, double part) {
     std::sort(changes.begin(), changes.end(),
               [member](const Change& left, const Change& right) { return left.*member < right.*member; });
-    return changes[changes.size() / 2].*member;
+    return changes[static_cast<std::size_t>(static_cast<double>(changes.size() - 1) * part)].*member;
+  }
+
+  static Change summary(const std::vector<Change>& changes) {
+    // The standard error of a median, twice, from the distance of the quartiles.
+    const double quartiles = quantile(changes, &Change::used, 0.75) - quantile(changes, &Change::used, 0.25);
+    return {quantile(changes, &Change::used, 0.5), quantile(changes, &Change::wired, 0.5),
+            quantile(changes, &Change::compressor, 0.5), 1.86 * quartiles / std::sqrt(double(changes.size()))};
   }
 
   LinuxHostStatistics m_host;
@@ -115,6 +134,12 @@ bool writeText(const char* path, const char* text) {
 QByteArray readText(const char* path) {
   QFile file(QString::fromLatin1(path));
   return file.open(QIODevice::ReadOnly) ? file.readAll().trimmed() : QByteArray();
+}
+
+double ownSwapMebibytes() {
+  const QByteArray text = readText("/proc/self/status");
+  const qsizetype at = text.indexOf("VmSwap:");
+  return at < 0 ? 0 : text.mid(at + 7).split('k').first().trimmed().toDouble() / 1024;
 }
 
 /// A zram swap device for the length of a test, when none is active and one is idle.
@@ -153,6 +178,7 @@ class TestMemoryExperiments : public QObject {
     std::unique_ptr<Block> block;
     const Change change =
         Meter().measure([&] { block = std::make_unique<Block>(); }, [&] { block->touch(); }, [&] { block.reset(); });
+    if (change.isNoise()) QSKIP(kTooBusy);
     QVERIFY(isNear(change.used, kMebibytes));
     QVERIFY(isNear(change.wired, 0));
   }
@@ -167,6 +193,7 @@ class TestMemoryExperiments : public QObject {
           block->touch();
         },
         [&] { advised = block->advise(MADV_FREE) && advised; }, [&] { block.reset(); });
+    if (change.isNoise()) QSKIP(kTooBusy);
     QVERIFY(advised);
     QVERIFY(isNear(change.used, -kMebibytes));
     QVERIFY(isNear(change.wired, 0));
@@ -186,6 +213,7 @@ class TestMemoryExperiments : public QObject {
           block.reset();
           ::close(file);
         });
+    if (change.isNoise()) QSKIP(kTooBusy);
     QVERIFY(isNear(change.used, kMebibytes));
   }
 
@@ -200,6 +228,7 @@ class TestMemoryExperiments : public QObject {
           block->touch();
         },
         [&] { block->lock(); }, [&] { block.reset(); });
+    if (change.isNoise()) QSKIP(kTooBusy);
     QVERIFY(isNear(change.wired, kMebibytes));
     QVERIFY(isNear(change.used, 0));
   }
@@ -221,6 +250,7 @@ class TestMemoryExperiments : public QObject {
           file->flush();
         },
         [&] { file.reset(); });
+    if (change.isNoise()) QSKIP(kTooBusy);
     QCOMPARE(written, content.size());
     QVERIFY(isNear(change.used, 0));
   }
@@ -228,12 +258,26 @@ class TestMemoryExperiments : public QObject {
   void memoryPagedOutToZramIsUsedOnlyByItsPool() {
     ZramSwap swap;
     if (const QString reason = swap.prepare(); !reason.isEmpty()) QSKIP(qPrintable(reason));
-    Block block;
-    QVERIFY(block.isValid());
-    const Change change = Meter().measure([&] { block.touch(); }, [&] { block.advise(MADV_PAGEOUT); }, [] {});
+    std::unique_ptr<Block> block;
+    double pagedOut = 0;
+    int rounds = 0;
+    const Change change = Meter().measure(
+        [&] {
+          block = std::make_unique<Block>();
+          block->touch();
+        },
+        [&] { block->advise(MADV_PAGEOUT); },
+        [&] {
+          // The kernel passes over pages that another processor is about to put on a list.
+          pagedOut += ownSwapMebibytes();
+          ++rounds;
+          block.reset();
+        });
+    if (change.isNoise()) QSKIP(kTooBusy);
+    QVERIFY(pagedOut / rounds > kMebibytes / 2);
     QVERIFY2(change.compressor > 0.25 && change.compressor < kMebibytes / 4,
              qPrintable(QString::number(change.compressor)));
-    QVERIFY(isNear(change.used, change.compressor - kMebibytes));
+    QVERIFY(isNear(change.used, change.compressor - pagedOut / rounds));
   }
 };
 
