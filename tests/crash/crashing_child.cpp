@@ -2,7 +2,6 @@
 
 #include <QDir>
 #include <QFile>
-#include <QProcess>
 #include <QUuid>
 
 #include <signal.h>
@@ -19,9 +18,11 @@ const QString kMark = QStringLiteral("HALVARD_CRASHING_CHILD");
 }  // namespace
 
 CrashingChild::CrashingChild() : environment(QProcessEnvironment::systemEnvironment()) {
-  for (const QString& name : {QStringLiteral("DISPLAY"), QStringLiteral("WAYLAND_DISPLAY"),
-                              QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("DBUS_SESSION_BUS_ADDRESS")})
+  for (const QString& name :
+       {QStringLiteral("DISPLAY"), QStringLiteral("WAYLAND_DISPLAY"), QStringLiteral("QT_QPA_PLATFORM")})
     environment.remove(name);
+  // Without an address, whoever asks for the session bus starts one.
+  environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), QStringLiteral("unix:path=/nonexistent"));
   const QString folder = m_folder.path();
   environment.insert(QStringLiteral("HOME"), folder);
   environment.insert(QStringLiteral("XDG_CONFIG_HOME"), folder + QStringLiteral("/config"));
@@ -35,17 +36,25 @@ CrashingChild::~CrashingChild() {
     kill(process, SIGKILL);
 }
 
-CrashingChild::End CrashingChild::run(const QStringList& arguments) {
-  QProcess process;
-  process.setProcessEnvironment(environment);
-  process.setWorkingDirectory(m_folder.path());
-  process.start(QStringLiteral(CRASH_VICTIM), arguments);
+void CrashingChild::start(const QStringList& arguments) {
+  m_process = std::make_unique<QProcess>();
+  m_process->setProcessEnvironment(environment);
+  m_process->setWorkingDirectory(m_folder.path());
+  m_process->start(QStringLiteral(CRASH_VICTIM), arguments);
+}
+
+CrashingChild::End CrashingChild::waitForEnd() {
   End end;
-  const bool ended = process.waitForFinished(30'000);
-  end.exited = ended && process.exitStatus() == QProcess::NormalExit;
-  end.code = process.exitCode();
-  end.errorOutput = process.readAllStandardError();
+  const bool ended = m_process->state() == QProcess::NotRunning || m_process->waitForFinished(30'000);
+  end.exited = ended && m_process->exitStatus() == QProcess::NormalExit;
+  end.code = m_process->exitCode();
+  end.errorOutput = m_process->readAllStandardError();
   return end;
+}
+
+CrashingChild::End CrashingChild::run(const QStringList& arguments) {
+  start(arguments);
+  return waitForEnd();
 }
 
 int CrashingChild::crashesCount() const {

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <QProcess>
 #include <QProcessEnvironment>
 #include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 namespace halvard::test {
@@ -30,7 +32,12 @@ class CrashingChild {
   QString homePath() const { return m_folder.path(); }
   QString reportFolder() const { return m_folder.path() + QStringLiteral("/state/halvard/crashes"); }
 
+  void start(const QStringList& arguments);
+  bool isRunning() const { return m_process && m_process->state() != QProcess::NotRunning; }
+  qint64 processId() const { return m_process->processId(); }
   /// Blocks until the victim has ended.
+  End waitForEnd();
+  /// Both.
   End run(const QStringList& arguments);
 
   /// Of what was stored by then; -1 when the settings are damaged.
@@ -42,6 +49,7 @@ class CrashingChild {
 
  private:
   QTemporaryDir m_folder;
+  std::unique_ptr<QProcess> m_process;
 };
 
 }  // namespace halvard::test

@@ -2,12 +2,15 @@
 #include <QFile>
 #include <QTimer>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <latch>
 
 #include <signal.h>
 #include <sqlite3.h>
+#include <sys/syscall.h>
 #include <unistd.h>
+#include <xcb/xcb.h>
 
 #include "core/application_identity.h"
 #include "crash/crash_on_purpose.h"
@@ -73,10 +76,31 @@ void earlierActionOfQuit(int) {
   std::fputs("earlier action of signal 3\n", stderr);
 }
 
+/// As an open menu does: whoever else is at the display gets neither mouse nor keys.
+[[gnu::noinline]] void crashWithGrab() {
+  xcb_connection_t* const connection = xcb_connect(nullptr, nullptr);
+  const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
+  free(xcb_grab_keyboard_reply(
+      connection, xcb_grab_keyboard(connection, 0, root, XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC),
+      nullptr));
+  crashOnPurpose(CrashKind::nullDereference);
+}
+
+/// A crash signal with a code of the test's choice.
+[[gnu::noinline]] void crashWithCode(int code) {
+  siginfo_t information = {};
+  information.si_signo = SIGSEGV;
+  information.si_code = code;
+  syscall(SYS_rt_sigqueueinfo, getpid(), SIGSEGV, &information);
+  pause();
+}
+
 void crash(const QString& kind) {
+  if (kind.startsWith(QLatin1String("code:"))) return crashWithCode(kind.mid(5).toInt());
   if (kind == QLatin1String("settings")) return crashWhileSettingsAreWritten();
   if (kind == QLatin1String("purge")) return crashDuringPurge();
   if (kind == QLatin1String("quiet")) return;
+  if (kind == QLatin1String("grab")) return crashWithGrab();
   if (const auto known = crashKindNamed(kind)) crashOnPurpose(*known);
 }
 

@@ -15,6 +15,7 @@
 #include <unistd.h>
 
 #include "crash/handler/crash_signals.h"
+#include "crash/handler/display_connections.h"
 #include "crash/handler/last_report.h"
 #include "crash/handler/prepared_memory.h"
 #include "crash/handler/reporter_process.h"
@@ -63,6 +64,7 @@ void chooseSignalsWhileReporting() {
     for (;;)
       pause();
   }
+  if (message.thread == s_process) endDisplayConnections();
   const ReporterOutcome outcome = runReporter(s_reporter, message);
   const bool saved = outcome.saved || writeLastReport(s_texts, message, outcome.counted);
   if (!outcome.finished) printCrashLine(s_texts, message, saved);

@@ -13,6 +13,7 @@
 namespace halvard {
 namespace {
 
+constexpr int kWidth = 500;
 constexpr int kIconSide = 64;
 constexpr int kMargin = 24;
 constexpr int kTextLeft = kMargin + kIconSide + 20;
@@ -57,13 +58,14 @@ void paintCriticalBadge(QPainter& painter, QPointF center) {
 CrashAlertWindow::CrashAlertWindow(const QString& title, const CrashAlertContent& content)
     : m_button(static_cast<int>(content.buttons.size()) - 1) {
   setWindowTitle(title);
-  setFixedWidth(500);
   auto* const layout = new QVBoxLayout(this);
   layout->setContentsMargins(kTextLeft, kMargin, kMargin, 20);
   layout->setSpacing(10);
   addTexts(*layout, content);
   layout->addSpacing(8);
   addButtons(*layout, content.buttons);
+  ensurePolished();
+  setFixedSize(kWidth, layout->totalHeightForWidth(kWidth));
 }
 
 void CrashAlertWindow::addTexts(QVBoxLayout& layout, const CrashAlertContent& content) {
