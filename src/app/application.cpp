@@ -4,6 +4,7 @@
 
 #include "core/application_identity.h"
 #include "memory/memory_status.h"
+#include "process_manager/ui/process_tableview_controller.h"
 
 namespace halvard {
 
@@ -31,10 +32,29 @@ class Application::CpuUsage : public CpuUsageSource {
 /// What other subsystems draw in the panel.
 class Application::Parts : public PanelParts {
  public:
-  std::unique_ptr<PanelProcessList> makeProcessList(QWidget*) override { return nullptr; }
+  explicit Parts(ProcessesManager& processes) : m_processes(processes) {}
+
+  std::unique_ptr<PanelProcessList> makeProcessList(QWidget* parent) override {
+    return std::make_unique<List>(
+        m_processes, [this] { return isCanShowAds(); }, parent);
+  }
   std::unique_ptr<PanelDiskUsage> makeDiskUsage(QWidget*) override { return nullptr; }
-  bool isCanShowAds() const override { return false; }
+  bool isCanShowAds() const override { return true; }
   bool startsWithDiskUsage() const override { return false; }
+
+ private:
+  class List : public PanelProcessList {
+   public:
+    List(ProcessesManager& processes, std::function<bool()> isCanShowAds, QWidget* parent)
+        : m_controller(processes, std::move(isCanShowAds), parent) {}
+    QWidget* view() override { return m_controller.view(); }
+    void updateApps() override { m_controller.updateApps(); }
+
+   private:
+    ProcessTableviewController m_controller;
+  };
+
+  ProcessesManager& m_processes;
 };
 
 /// Start at login cannot be switched on yet.
@@ -58,7 +78,7 @@ Application::Application(const Platform& platform)
       m_tracker(m_processes, m_notifications, platform.clock),
       m_largeApplications(std::make_unique<TrackerWatch>(m_tracker)),
       m_purgeManager(platform.purgeHostStatistics, platform.purgeableMemory, platform.clock),
-      m_parts(std::make_unique<Parts>()),
+      m_parts(std::make_unique<Parts>(m_processes)),
       m_interface(std::make_unique<MainInterface>(MainInterfaceServices{
           PurgeControllerServices{platform.hostStatistics, m_purgeManager, m_preferences, m_defaults, platform.clock,
                                   m_notifications, platform.userNotifications, *m_cpuUsage, *m_largeApplications,

@@ -1,5 +1,6 @@
 #include <QApplication>
 #include <QDBusConnection>
+#include <QIcon>
 #include <cstdio>
 #include <optional>
 
@@ -145,6 +146,7 @@ int main(int argc, char* argv[]) {
   QApplication::setQuitOnLastWindowClosed(false);
   QApplication::setFont(ui_style::font(12));
   QApplication::setWindowIcon(applicationIcon());
+  QIcon::setFallbackThemeName(QStringLiteral("Adwaita"));
   const TerminationSignals terminationSignals;
   QObject::connect(&terminationSignals, &TerminationSignals::terminationRequested, &application, &QApplication::quit);
   return run(application, QApplication::arguments().mid(1));

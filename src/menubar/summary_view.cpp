@@ -43,6 +43,7 @@ SummaryView::SummaryView(Clock& clock, HintWindow& hint, QWidget* parent)
       m_pInfoTitleLabel(new QLabel(this)),
       m_pInfoSubtitleLastUsedMemorySize(new PanelWindowInfoLabel(this)),
       m_cleanedSizeLabel(new QLabel(this)),
+      m_listCaption(new QLabel(tr("Applications"), this)),
       m_chart(new PieChartView(clock, hint, this)),
       m_pBtnFree(new CleanMemoryButton(this)),
       m_toggleBack(clock) {
@@ -53,6 +54,9 @@ SummaryView::SummaryView(Clock& clock, HintWindow& hint, QWidget* parent)
   m_cleanedSizeLabel->setAlignment(Qt::AlignCenter);
   m_cleanedSizeLabel->setGeometry(kMargin, 134, kContentWidth, 16);
   setTextColor(*m_cleanedSizeLabel, ui_style::cleanedTextColor());
+  m_listCaption->setFont(ui_style::font(11, QFont::DemiBold));
+  m_listCaption->setGeometry(kMargin, 111, kContentWidth, 16);
+  setTextColor(*m_listCaption, QColor(82, 100, 115));
   m_chart->setGeometry(panel_layout::kPanelWidth - kMargin - kChartSide, 43, kChartSide, kChartSide);
   setSubtitleLabel();
 }
@@ -127,6 +131,7 @@ void SummaryView::switchToCompactModeAnimated(bool animated) {
   place(m_pInfoSubtitleLastUsedMemorySize, kMargin, places.subtitle, kContentWidth, 18, animated);
   place(m_pBtnFree, kMargin, places.freeButton, kContentWidth, m_pBtnFree->sizeHint().height(), animated);
   m_chart->hide();
+  m_listCaption->hide();
   m_cleanedSizeLabel->setVisible(!m_pInfoCleanedSizeString.isEmpty());
   makeSubtitleClickable(false);
   if (!m_pInfoUsedSizeString.isEmpty()) {
@@ -145,6 +150,7 @@ void SummaryView::switchToDetailedModeAnimated(bool animated) {
   place(m_pInfoSubtitleLastUsedMemorySize, kMargin, places.subtitle, kContentWidth, 18, animated);
   place(m_pBtnFree, kMargin, places.freeButton, kContentWidth, m_pBtnFree->sizeHint().height(), animated);
   m_chart->show();
+  m_listCaption->show();
   m_cleanedSizeLabel->hide();
   if (!m_pInfoCleanedSizeString.isEmpty()) makeSubtitleClickable(true);
 }

@@ -54,6 +54,7 @@ class SummaryView : public QWidget {
   QLabel* m_pInfoTitleLabel;
   PanelWindowInfoLabel* m_pInfoSubtitleLastUsedMemorySize;
   QLabel* m_cleanedSizeLabel;
+  QLabel* m_listCaption;
   PieChartView* m_chart;
   CleanMemoryButton* m_pBtnFree;
   QString m_pInfoUsedSizeString;

@@ -1,0 +1,75 @@
+#include "process_manager/ui/process_row_delegate.h"
+
+#include <QPainter>
+
+#include "process_manager/ui/process_list_model.h"
+#include "widgets/ui_style.h"
+
+namespace halvard {
+namespace {
+
+constexpr int kMargin = 16;
+constexpr int kIconSide = 18;
+constexpr int kGap = 8;
+
+/// The stand-in for an application without an icon: its initial on a tile whose colour is always the same for a name.
+void paintInitial(QPainter& painter, const QRect& frame, const QString& name) {
+  painter.setPen(Qt::NoPen);
+  painter.setBrush(QColor::fromHsl(static_cast<int>(qHash(name, 0) % 360), 70, 150));
+  painter.drawRoundedRect(frame, 4, 4);
+  painter.setPen(Qt::white);
+  painter.setFont(ui_style::font(11, QFont::DemiBold));
+  painter.drawText(frame, Qt::AlignCenter, name.left(1).toUpper());
+}
+
+}  // namespace
+
+QSize ProcessRowDelegate::sizeHint(const QStyleOptionViewItem&, const QModelIndex&) const {
+  return {0, kRowHeight};
+}
+
+void ProcessRowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const {
+  painter->save();
+  painter->setRenderHint(QPainter::Antialiasing);
+  painter->setRenderHint(QPainter::SmoothPixmapTransform);
+  const bool isSelected = option.state.testFlag(QStyle::State_Selected);
+  if (isSelected || option.state.testFlag(QStyle::State_MouseOver)) {
+    painter->setPen(Qt::NoPen);
+    painter->setBrush(isSelected ? ui_style::pressedColor() : ui_style::hoverColor());
+    painter->drawRoundedRect(QRectF(option.rect).adjusted(6, 0.5, -6, -0.5), 5, 5);
+  }
+  const QString name = index.data(Qt::DisplayRole).toString();
+  const QString size = index.data(ProcessListModel::SizeRole).toString();
+  const QRect row = option.rect.adjusted(kMargin, 0, -kMargin, 0);
+  const QRect icon(row.left(), row.top() + (row.height() - kIconSide) / 2, kIconSide, kIconSide);
+  paintIcon(*painter, icon, index.data(ProcessListModel::IconNameRole).toString(), name);
+
+  const QFont face = ui_style::font(12);
+  const QFontMetrics metrics(face);
+  painter->setFont(face);
+  painter->setPen(ui_style::secondaryTextColor());
+  painter->drawText(row, Qt::AlignRight | Qt::AlignVCenter, size);
+  painter->setPen(ui_style::primaryTextColor());
+  const QRect text = row.adjusted(kIconSide + kGap, 0, -metrics.horizontalAdvance(size) - kGap, 0);
+  painter->drawText(text, Qt::AlignLeft | Qt::AlignVCenter, metrics.elidedText(name, Qt::ElideRight, text.width()));
+  painter->restore();
+}
+
+void ProcessRowDelegate::paintIcon(QPainter& painter, const QRect& frame, const QString& iconName,
+                                   const QString& name) const {
+  const QIcon& icon = iconNamed(iconName);
+  if (icon.isNull()) {
+    paintInitial(painter, frame, name);
+  } else {
+    icon.paint(&painter, frame);
+  }
+}
+
+const QIcon& ProcessRowDelegate::iconNamed(const QString& name) const {
+  const auto known = m_icons.constFind(name);
+  if (known != m_icons.constEnd()) return *known;
+  const QIcon icon = name.isEmpty() ? QIcon() : name.startsWith(u'/') ? QIcon(name) : QIcon::fromTheme(name);
+  return *m_icons.insert(name, icon);
+}
+
+}  // namespace halvard
