@@ -40,6 +40,14 @@ void preferXWayland() {
   if (isWayland && hasX && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "xcb");
 }
 
+/// The toolkit aborts where it finds none.
+bool hasDisplay() {
+  for (const char* name : {"QT_QPA_PLATFORM", "WAYLAND_DISPLAY", "DISPLAY"}) {
+    if (!qEnvironmentVariableIsEmpty(name)) return true;
+  }
+  return false;
+}
+
 /// Every adapter of a real Linux desktop, in the order in which they need one another.
 struct LinuxDesktop {
   explicit LinuxDesktop(const QDBusConnection& bus)
@@ -137,6 +145,10 @@ int run(QApplication& application, const QStringList& arguments) {
 }  // namespace
 
 int main(int argc, char* argv[]) {
+  if (!hasDisplay()) {
+    std::fputs("halvard: there is no display; halvardctl does the same work in a terminal\n", stderr);
+    return 1;
+  }
   preferXWayland();
   QApplication application(argc, argv);
   QApplication::setApplicationName(QStringLiteral("halvard"));

@@ -28,7 +28,8 @@ int screenNumber() {
 
 X11TrayManager::X11TrayManager(QObject* parent) : QObject(parent) {
   const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-  if (!x11) return;
+  // Without a display the interface may be there with no connection behind it.
+  if (!x11 || !x11->connection()) return;
   m_connection = x11->connection();
   m_selection = atom("_NET_SYSTEM_TRAY_S" + QByteArray::number(screenNumber()));
   m_managerMessage = atom("MANAGER");

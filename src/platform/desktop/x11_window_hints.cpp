@@ -21,7 +21,8 @@ xcb_atom_t atom(xcb_connection_t* connection, const char* name) {
 
 void X11WindowHints::hideFromWindowList(std::uint64_t windowId) {
   const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-  if (!x11) return;
+  // Without a display the interface may be there with no connection behind it.
+  if (!x11 || !x11->connection()) return;
   xcb_connection_t* connection = x11->connection();
   const std::array states{atom(connection, "_NET_WM_STATE_SKIP_TASKBAR"), atom(connection, "_NET_WM_STATE_SKIP_PAGER")};
   // The toolkit adds its own states to those that stand here when it maps the window.
