@@ -11,7 +11,7 @@
 #include "platform/desktop/desktop_status_bar_item.h"
 #include "platform/desktop/x11_window_hints.h"
 #include "platform/desktop/xembed_status_bar_item.h"
-#include "platform/fake/fake_running_applications.h"
+#include "platform/linux/applications/linux_running_applications.h"
 #include "platform/linux/control/dbus_control_server.h"
 #include "platform/linux/dbus/dbus_distributed_notification_center.h"
 #include "platform/linux/dbus/dbus_user_notification_center.h"
@@ -88,7 +88,7 @@ struct LinuxDesktop {
   ProcfsGuardReadings guardReadings{clock};
   WorkerPurgeableMemory purgeMemory{guardReadings, clock};
   LinuxProcessTable processTable;
-  FakeRunningApplications runningApplications;
+  LinuxRunningApplications runningApplications;
   SqliteDefaultsStore defaultsStore{defaultsFilePath(application_identity::kBundleIdentifier),
                                     application_identity::kBundleIdentifier};
   StatusNotifierItem notifierItem;

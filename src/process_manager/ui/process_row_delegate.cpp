@@ -22,6 +22,15 @@ void paintInitial(QPainter& painter, const QRect& frame, const QString& name) {
   painter.drawText(frame, Qt::AlignCenter, name.left(1).toUpper());
 }
 
+bool isBlank(const QImage& image) {
+  for (int y = 0; y < image.height(); ++y) {
+    for (int x = 0; x < image.width(); ++x) {
+      if (qAlpha(image.pixel(x, y)) != 0) return false;
+    }
+  }
+  return true;
+}
+
 }  // namespace
 
 QSize ProcessRowDelegate::sizeHint(const QStyleOptionViewItem&, const QModelIndex&) const {
@@ -68,7 +77,9 @@ void ProcessRowDelegate::paintIcon(QPainter& painter, const QRect& frame, const 
 const QIcon& ProcessRowDelegate::iconNamed(const QString& name) const {
   const auto known = m_icons.constFind(name);
   if (known != m_icons.constEnd()) return *known;
-  const QIcon icon = name.isEmpty() ? QIcon() : name.startsWith(u'/') ? QIcon(name) : QIcon::fromTheme(name);
+  QIcon icon = name.isEmpty() ? QIcon() : name.startsWith(u'/') ? QIcon(name) : QIcon::fromTheme(name);
+  // A theme answers for names that it has no picture of, too, and some pictures are too odd to be drawn.
+  if (isBlank(icon.pixmap(kIconSide).toImage())) icon = QIcon();
   return *m_icons.insert(name, icon);
 }
 
