@@ -22,13 +22,14 @@ void paintInitial(QPainter& painter, const QRect& frame, const QString& name) {
   painter.drawText(frame, Qt::AlignCenter, name.left(1).toUpper());
 }
 
+/// True when hardly a pixel is drawn: no picture, or one that uses what the renderer does not know.
 bool isBlank(const QImage& image) {
+  int drawn = 0;
   for (int y = 0; y < image.height(); ++y) {
-    for (int x = 0; x < image.width(); ++x) {
-      if (qAlpha(image.pixel(x, y)) != 0) return false;
-    }
+    for (int x = 0; x < image.width(); ++x)
+      drawn += qAlpha(image.pixel(x, y)) > 64 ? 1 : 0;
   }
-  return true;
+  return drawn * 12 < image.width() * image.height() || image.isNull();
 }
 
 }  // namespace
