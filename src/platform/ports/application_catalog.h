@@ -14,10 +14,10 @@ namespace halvard {
 struct CatalogApplication {
   /// The desktop entry's id without ".desktop".
   QString identifier;
-  /// The file that describes it.
+  /// The file that describes it when a package owns it, else its program.
   QByteArray path;
-  /// Installed size by the package database, or the size of its program; nothing when neither is known.
-  std::optional<ByteCount> size;
+  /// Installed size by the package database, or the size of the program.
+  ByteCount size;
 };
 
 /// The applications that are installed, whatever installed them. Any thread.

@@ -38,12 +38,13 @@ std::vector<Entry> visibleEntries() {
   return entries;
 }
 
-/// For an entry that no package owns: what its program occupies, a whole AppImage for instance.
-std::optional<ByteCount> sizeOfProgram(const QByteArray& executable) {
-  const QString name = QFile::decodeName(executable);
+/// For an entry that no package owns: its program, a whole AppImage for instance.
+std::optional<CatalogApplication> programOf(const Entry& entry) {
+  const QString name = QFile::decodeName(entry.executable);
   const QFileInfo program(name.contains(QLatin1Char('/')) ? name : QStandardPaths::findExecutable(name));
   if (name.isEmpty() || !program.isFile()) return {};
-  return static_cast<ByteCount>(program.size());
+  return CatalogApplication{entry.identifier, QFile::encodeName(program.filePath()),
+                            static_cast<ByteCount>(program.size())};
 }
 
 }  // namespace
@@ -59,7 +60,7 @@ std::vector<CatalogApplication> LinuxApplicationCatalog::applications(std::stop_
   for (const Entry& entry : entries) {
     auto owner = owners.find(entry.file);
     if (owner == owners.end()) {
-      result.push_back({entry.identifier, entry.file, sizeOfProgram(entry.executable)});
+      if (const auto program = programOf(entry)) result.push_back(*program);
     } else if (counted.insert(owner->second.key).second) {
       result.push_back({entry.identifier, entry.file, owner->second.installedSize});
     }

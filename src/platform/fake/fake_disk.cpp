@@ -1,0 +1,76 @@
+#include "platform/fake/fake_disk.h"
+
+#include <QByteArrayList>
+
+#include <utility>
+
+namespace halvard {
+namespace {
+
+class FakeResults : public FileMetadataResults {
+ public:
+  explicit FakeResults(std::vector<FakeFileMetadataQueries::Found> files) : m_files(std::move(files)) {}
+  std::size_t count() const override { return m_files.size(); }
+  QByteArray path(std::size_t index) const override { return m_files[index].path; }
+  QByteArray name(std::size_t index) const override { return path(index).split('/').last(); }
+  std::optional<ByteCount> size(std::size_t index) const override { return m_files[index].size; }
+
+ private:
+  const std::vector<FakeFileMetadataQueries::Found> m_files;
+};
+
+class FakeQuery : public FileMetadataQuery {
+ public:
+  std::shared_ptr<int> alive = std::make_shared<int>();
+};
+
+class EveryMount : public MountRules {
+ public:
+  bool entersMount(std::uint64_t) const override { return true; }
+};
+
+}  // namespace
+
+std::optional<Clock::Instant> FakeLastUsedDates::lastUsedDate(const QByteArray& path) const {
+  const auto date = dates.find(path);
+  return date == dates.end() ? Clock::Instant() : date->second;
+}
+
+std::optional<QString> FakeApplicationCatalog::bundleIdentifier(const QByteArray& path) const {
+  const auto told = identifiers.find(path);
+  if (told != identifiers.end()) return told->second;
+  const QByteArray name = path.split('/').last();
+  return QString::fromUtf8(name.left(name.lastIndexOf('.')));
+}
+
+std::optional<QByteArray> FakeFolderAccess::createBookmark(const QByteArray& path) const {
+  if (refusesBookmarks) return {};
+  return path;
+}
+
+std::optional<QByteArray> FakeFolderAccess::resolveBookmark(const QByteArray& bookmark) const {
+  if (!readable.contains(bookmark)) return {};
+  return bookmark;
+}
+
+std::unique_ptr<MountRules> FakeSearchMounts::rules() const {
+  return std::make_unique<EveryMount>();
+}
+
+std::unique_ptr<FileMetadataQuery> FakeFileMetadataQueries::startQuery(std::vector<QByteArray> scopes,
+                                                                       FileMetadataPredicate predicate,
+                                                                       Finished finished) {
+  auto query = std::make_unique<FakeQuery>();
+  asked.push_back({std::move(scopes), predicate, std::move(finished), query->alive});
+  if (refuses) return nullptr;
+  return query;
+}
+
+void FakeFileMetadataQueries::answer(std::size_t query, std::vector<Found> files) {
+  if (!isRunning(query)) return;
+  // The call may start another query.
+  const Finished finished = asked[query].finished;
+  finished(std::make_shared<FakeResults>(std::move(files)));
+}
+
+}  // namespace halvard
