@@ -37,7 +37,9 @@ void PageFrame::setContentSize(QSize size) {
   const QSize whole = (size + QSize(2 * margin(), 2 * margin())).boundedTo(room.size()).expandedTo(QSize(100, 100));
   const QRectF before = geometry();
   setFixedSize(whole);
-  if (isVisible()) move((before.center() - QPointF(whole.width() / 2.0, whole.height() / 2.0)).toPoint());
+  if (!isVisible()) return;
+  const QPointF corner = before.center() - QPointF(whole.width() / 2.0, whole.height() / 2.0);
+  setGeometry(QRect(corner.toPoint(), whole));
 }
 
 void PageFrame::present(const std::optional<QPoint>& corner) {

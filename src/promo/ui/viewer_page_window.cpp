@@ -82,6 +82,7 @@ void ViewerPageWindow::handle(const QJsonObject& event) {
   if (name == QLatin1String("shown")) {
     m_isUp = true;
     m_patience.stop();
+    Q_EMIT shown();
   } else if (name == QLatin1String("link")) {
     Q_EMIT linkActivated(QUrl::fromEncoded(event.value(QStringLiteral("url")).toString().toLatin1()));
   } else if (name == QLatin1String("resigned")) {

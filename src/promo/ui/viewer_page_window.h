@@ -26,6 +26,12 @@ class ViewerPageWindow : public PageWindow {
 
   /// True once the other window has taken over.
   bool isStoodInFor() const { return m_standIn != nullptr; }
+  /// 0 while it does not run.
+  qint64 viewerProcess() const { return m_viewer.processId(); }
+
+ Q_SIGNALS:
+  /// The viewer's window stands on the screen.
+  void shown();
 
  private:
   struct Page {

@@ -1,0 +1,259 @@
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include "core/notification_center.h"
+#include "fake_page_window.h"
+#include "platform/fake/fake_clock.h"
+#include "platform/fake/fake_defaults_store.h"
+#include "platform/fake/fake_http_fetcher.h"
+#include "platform/fake/fake_user_notification_center.h"
+#include "platform/fake/fake_workspace.h"
+#include "platform/ports/zip_unpacker.h"
+#include "promo/promo_manager.h"
+#include "promo/ui/news_dialog_wc.h"
+#include "promo/ui/page_frame.h"
+#include "promo/ui/page_text_view.h"
+#include "promo/ui/rate_dialog_view.h"
+#include "promo/ui/rate_dialog_wc.h"
+#include "promo/ui/rate_star_button.h"
+#include "promo/ui/showcase_dialog_wc.h"
+#include "promo/ui/text_page_window.h"
+#include "support/zip_builder.h"
+
+using namespace halvard;
+using namespace std::chrono_literals;
+
+namespace {
+
+struct NoUnpacker : ZipUnpacker {
+  Result<void> unzipFileAtPath(const QString&, const QString&, const UnpackLimits&, std::stop_token) override {
+    return Error{QStringLiteral("no")};
+  }
+};
+
+struct Fixture {
+  FakeDefaultsStore store;
+  FakeClock clock;
+  ShowcaseDefaults defaults{store, clock, QStringLiteral("1.0")};
+  FakeHttpFetcher fetcher;
+  NoUnpacker unpacker;
+  FakeWorkspace workspace;
+  FakeUserNotificationCenter userNotifications;
+  NotificationCenter notifications;
+  Branding branding;
+  FakePageWindow::Record record;
+  FakePageWindow* window = nullptr;
+  std::unique_ptr<PromoManager> promo;
+
+  Fixture() {
+    branding.storePage = QUrl(QStringLiteral("https://store.example/"));
+    branding.supportAddress = QStringLiteral("help@a.example");
+    promo = std::make_unique<PromoManager>(
+        PromoManagerServices{defaults, fetcher, unpacker, workspace, userNotifications, notifications, branding, {}},
+        PromoSettings::LoadHalvardData(branding, store),
+        ApplicationFacts{.name = QStringLiteral("Halvard"),
+                         .displayName = {},
+                         .version = QStringLiteral("1.0"),
+                         .buildVersion = {},
+                         .systemVersion = {}});
+  }
+  PageWindow::Make maker() {
+    return [this](PageWindow::Look) { return std::make_unique<FakePageWindow>(record, window); };
+  }
+};
+
+const QUrl kWebPage(QStringLiteral("https://a.example/"));
+
+}  // namespace
+
+class TestPromoDialogs : public QObject {
+  Q_OBJECT
+
+ private Q_SLOTS:
+  void theNewsOpenOnceAtTheirPointAndCountAsRead() {
+    Fixture f;
+    NewsDialogWC news(*f.promo, f.workspace, f.notifications, f.clock, f.maker());
+    QVERIFY(f.promo->isHasFreshNews() && !news.visible());
+    news.showAtPosition({100, 50});
+    QVERIFY(news.visible() && !f.promo->isHasFreshNews());
+    QCOMPARE(f.record.corner, QPoint(85, 65));
+    QCOMPARE(f.record.loads.size(), std::size_t{1});
+    QCOMPARE(f.record.loads[0].second, QSize(382, 337));
+    news.showAtPosition({1, 1});
+    QCOMPARE(f.record.shows, 1);
+    f.notifications.post(NewsDialogWC::NewsHtmlChangedNotificationName());
+    QCOMPARE(f.record.loads.size(), std::size_t{2});
+  }
+
+  void theNewsGoWithTheFocusAndStayVisibleForATenthOfASecond() {
+    Fixture f;
+    NewsDialogWC news(*f.promo, f.workspace, f.notifications, f.clock, f.maker());
+    news.showAtPosition({100, 50});
+    Q_EMIT f.window->resignedKey();
+    QVERIFY(!f.record.isOpen);
+    f.clock.advance(99ms);
+    news.showAtPosition({100, 50});
+    QVERIFY2(news.visible() && !f.record.isOpen, "the click that closed it does not open it");
+    f.clock.advance(1ms);
+    QVERIFY(!news.visible());
+    news.showAtPosition({100, 50});
+    QVERIFY(f.record.isOpen);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    Q_EMIT f.window->linkActivated(QUrl(QStringLiteral("app://close")));
+    QVERIFY(!f.record.isOpen);
+    f.notifications.post(NewsDialogWC::NewsHtmlChangedNotificationName());
+    QCOMPARE(f.record.loads.size(), std::size_t{2});
+  }
+
+  void webLinksGoToTheBrowserAndLeaveTheWindowAlone() {
+    Fixture f;
+    NewsDialogWC news(*f.promo, f.workspace, f.notifications, f.clock, f.maker());
+    news.showAtPosition({});
+    Q_EMIT f.window->linkActivated(kWebPage);
+    Q_EMIT f.window->linkActivated(QUrl(QStringLiteral("app://startusingapp")));
+    QCOMPARE(f.workspace.opened, QList<QUrl>{kWebPage});
+    QVERIFY(f.record.isOpen);
+    QCOMPARE(f.record.loads.size(), std::size_t{1});
+  }
+
+  void theShowcaseOpensReloadsAndLeadsToTheMainWindow() {
+    Fixture f;
+    ShowcaseDialogWC showcase(*f.promo, f.workspace, f.notifications, f.clock, f.maker());
+    QSignalSpy mainWindow(&showcase, &ShowcaseDialogWC::mainWindowRequested);
+    QSignalSpy closed(&showcase, &ShowcaseDialogWC::closed);
+    showcase.pleaseShowWindow();
+    QVERIFY2(!showcase.isOpen(), "after the current event");
+    f.clock.advance(0ms);
+    QCOMPARE(f.record.loads.at(0).second, QSize(713, 356));
+    QVERIFY(!f.record.corner);
+    f.notifications.post(ShowcaseDialogWC::ShowcaseHtmlChangedNotificationName());
+    QCOMPARE(f.record.loads.size(), std::size_t{2});
+    showcase.pleaseShowWindowSafe();
+    QCOMPARE(f.record.shows, 2);
+    QVERIFY2(closed.isEmpty(), "replaced, not closed");
+    Q_EMIT f.window->linkActivated(kWebPage);
+    QCOMPARE(f.workspace.opened, QList<QUrl>{kWebPage});
+    Q_EMIT f.window->linkActivated(QUrl(QStringLiteral("app://startusingapp")));
+    QVERIFY(!showcase.isOpen());
+    QCOMPARE(mainWindow.size(), 1);
+    QCOMPARE(closed.size(), 1);
+  }
+
+  void starsFollowThePointer() {
+    const ApplicationFacts facts{.name = QStringLiteral("<H>"),
+                                 .displayName = {},
+                                 .version = QStringLiteral("1"),
+                                 .buildVersion = {},
+                                 .systemVersion = {}};
+    FakeClock clock;
+    RateDialogView view(facts, 0, clock);
+    const auto gold = [&view] {
+      int count = 0;
+      for (int number = 1; number <= RateDialogView::kStars; ++number)
+        count += view.starButton(number).isGold() ? 1 : 0;
+      return count;
+    };
+    for (int number = 1; number <= 5; ++number) {
+      QCOMPARE(view.getCountStarsFromButton(&view.starButton(number)), number);
+    }
+    Q_EMIT view.starButton(3).mouseEntered();
+    QCOMPARE(gold(), 3);
+    clock.advance(1ms);
+    Q_EMIT view.starButton(3).mouseExited();
+    Q_EMIT view.starButton(4).mouseEntered();
+    clock.advance(0ms);
+    QVERIFY2(gold() == 4, "on the next star since");
+    clock.advance(1ms);
+    Q_EMIT view.starButton(4).mouseExited();
+    clock.advance(0ms);
+    QCOMPARE(gold(), 0);
+    QCOMPARE(RateDialogView::makeAttributedString(QStringLiteral("a<"), QStringLiteral("b&"), QStringLiteral("c")),
+             QStringLiteral("a&lt;<span style=\"font-weight:700\">b&amp;</span>c"));
+    QCOMPARE(RateDialogView::replaceVersionTagInSource(
+                 RateDialogView::replaceAppNameTagInSource(QStringLiteral("#appname# #version#"), QStringLiteral("N")),
+                 QStringLiteral("2")),
+             QStringLiteral("N 2"));
+  }
+
+  void aStarLeadsToTheStoreOrToAMail_data() {
+    QTest::addColumn<int>("star");
+    QTest::addColumn<QString>("scheme");
+    for (int star = 1; star <= 5; ++star) {
+      QTest::addRow("%d", star) << star << (star < 4 ? QStringLiteral("mailto") : QStringLiteral("https"));
+    }
+  }
+
+  void aStarLeadsToTheStoreOrToAMail() {
+    QFETCH(int, star);
+    Fixture f;
+    RateDialgoWC rate(*f.promo, f.defaults, f.clock);
+    rate.showWindowAutomaticallyIfNeeded();
+    rate.showWindowByUser();
+    rate.pleaseShowWindow();
+    QVERIFY(!rate.window());
+    f.clock.advance(0ms);
+    QVERIFY(rate.window() && rate.window()->isVisible());
+    QVERIFY(!f.defaults.isUserAlreadyСlickedOnStar());
+    rate.view()->starButton(star).click();
+    QCOMPARE(f.workspace.opened.size(), 1);
+    QTEST(f.workspace.opened.constFirst().scheme(), "scheme");
+    QVERIFY(f.defaults.isUserAlreadyСlickedOnStar());
+    QVERIFY(!rate.window());
+  }
+
+  void thePageFrameStaysOnTheScreenAndKeepsItsCentre() {
+    PageFrame popup(PageWindow::Look::Popup, new QWidget);
+    popup.setContentSize({382, 337});
+    QCOMPARE(popup.size(), QSize(384, 339));
+    const QRect room = popup.screen()->availableGeometry();
+    popup.present(room.bottomRight() + QPoint(500, 500));
+    QVERIFY(room.contains(popup.geometry()));
+    popup.present(QPoint(room.left() + 5, room.top() + 1));
+    QCOMPARE(popup.pos(), QPoint(room.left() + 5, room.top()));
+    PageFrame dialog(PageWindow::Look::Dialog, new QWidget);
+    dialog.setContentSize({300, 200});
+    dialog.present(std::nullopt);
+    const QPoint centre = dialog.geometry().center();
+    dialog.setContentSize({401, 251});
+    QVERIFY2((dialog.geometry().center() - centre).manhattanLength() <= 2,
+             qPrintable(QStringLiteral("%1 %2").arg(dialog.geometry().center().x() - centre.x()).arg(dialog.geometry().center().y() - centre.y())));
+    dialog.setContentSize({1000000, 1000000});
+    QVERIFY(dialog.width() <= room.width() && dialog.height() <= room.height());
+  }
+
+  void aPageOfRichTextReadsItsOwnFolderAlone() {
+    QTemporaryDir outer;
+    QDir(outer.path()).mkpath(QStringLiteral("page/img"));
+    const auto url = [&](const char* name) { return QUrl::fromLocalFile(outer.filePath(QString::fromLatin1(name))); };
+    QVERIFY(writeFile(outer.filePath(QStringLiteral("secret.css")), "p{}") &&
+            writeFile(outer.filePath(QStringLiteral("page/a.css")), "p{}") &&
+            writeFile(outer.filePath(QStringLiteral("page/b.html")), "<p>second</p>") &&
+            writeFile(outer.filePath(QStringLiteral("page/a.html")), "<p>first</p><script>1</script>"));
+    QVERIFY(QFile::link(outer.filePath(QStringLiteral("secret.css")), outer.filePath(QStringLiteral("page/link.css"))));
+    PageTextView view;
+    QSignalSpy links(&view, &PageTextView::linkActivated);
+    view.showPage(url("page/a.html"));
+    QCOMPARE(view.toPlainText().trimmed(), QStringLiteral("first"));
+    const auto resource = [&](const QUrl& name) { return view.loadResource(QTextDocument::StyleSheetResource, name); };
+    QCOMPARE(resource(QUrl(QStringLiteral("a.css"))), QVariant(QByteArray("p{}")));
+    for (const QUrl& name : {QUrl(QStringLiteral("../secret.css")), QUrl(QStringLiteral("link.css")), url("secret.css"),
+                             QUrl(QStringLiteral("img")), QUrl(QStringLiteral("http://127.0.0.1/a.css")),
+                             QUrl(QStringLiteral("//127.0.0.1/a.css")), QUrl(QStringLiteral("file:///etc/passwd"))}) {
+      QVERIFY2(!resource(name).isValid(), qPrintable(name.toString()));
+    }
+    Q_EMIT view.anchorClicked(QUrl(QStringLiteral("b.html")));
+    QCOMPARE(view.toPlainText().trimmed(), QStringLiteral("second"));
+    Q_EMIT view.anchorClicked(url("secret.css"));
+    Q_EMIT view.anchorClicked(QUrl(QStringLiteral("file:///etc/passwd")));
+    QVERIFY(links.isEmpty());
+    QCOMPARE(view.toPlainText().trimmed(), QStringLiteral("second"));
+    Q_EMIT view.anchorClicked(kWebPage);
+    QCOMPARE(links.size(), 1);
+    view.showPage(std::nullopt);
+    QVERIFY(!view.toPlainText().isEmpty());
+  }
+};
+
+QTEST_MAIN(TestPromoDialogs)
+#include "test_promo_dialogs.moc"
