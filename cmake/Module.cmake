@@ -29,6 +29,9 @@ function(halvard_module)
 endfunction()
 
 # halvard_executable(NAME <name> SOURCES ... [LINKS <modules>] [USES <outside libraries>])
+#
+# One of the programs that are installed; the target `programs` builds them all and nothing else.
+add_custom_target(programs)
 function(halvard_executable)
   cmake_parse_arguments(PARSE_ARGV 0 E "" "NAME" "SOURCES;LINKS;USES")
   add_executable(${E_NAME} ${E_SOURCES})
@@ -36,6 +39,7 @@ function(halvard_executable)
   list(TRANSFORM E_LINKS PREPEND halvard_)
   target_link_libraries(${E_NAME} PRIVATE ${E_LINKS} ${E_USES})
   install(TARGETS ${E_NAME} RUNTIME)
+  add_dependencies(programs ${E_NAME})
 endfunction()
 
 # halvard_test(NAME <name> SOURCES ... [LINKS <modules>] [USES ...] [LABELS ...] [TIMEOUT <seconds>] [SERIAL])
