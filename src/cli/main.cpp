@@ -3,13 +3,18 @@
 #include <QDir>
 #include <QLockFile>
 #include <QStandardPaths>
+#include <algorithm>
+#include <initializer_list>
 
+#include "cli/application_commands.h"
 #include "cli/defaults_command.h"
 #include "cli/format_command.h"
 #include "cli/memory_commands.h"
 #include "core/application_identity.h"
+#include "platform/linux/applications/linux_running_applications.h"
 #include "platform/linux/control/dbus_control_client.h"
 #include "platform/linux/processes/linux_process_information.h"
+#include "platform/linux/processes/linux_process_table.h"
 #include "platform/linux/procfs/linux_host_statistics.h"
 #include "platform/linux/procfs/linux_processor_ticks.h"
 #include "platform/linux/purge/worker_purgeable_memory.h"
@@ -17,6 +22,7 @@
 #include "platform/linux/session/terminal.h"
 #include "platform/linux/session/termination_signals.h"
 #include "platform/linux/sqlite/sqlite_defaults_store.h"
+#include "process_manager/processes_manager.h"
 
 using namespace halvard;
 
@@ -32,6 +38,10 @@ const char* const kUsage =
   defaults write KEY (-bool|-int|-float|-string|-date) VALUE
   defaults delete KEY
   defaults keys          every key the program knows
+  top [-n N] [--json]    the applications by memory, their helpers folded in
+  activate PID|NAME      bring an application to the front
+  quit PID|NAME          ask an application to quit
+  kill PID|NAME          end an application at once
   format NAME BYTES      a byte count in one of the program's notations
   --version, --help)";
 
@@ -83,12 +93,27 @@ int runMemoryCommand(const QString& command, const QStringList& words, const Com
   return cleanAlone(commands, words, output);
 }
 
+int runApplicationCommand(const QString& command, const QStringList& words, const CommandOutput& output) {
+  SystemClock clock;
+  LinuxProcessTable table;
+  LinuxRunningApplications applications;
+  ProcessesManager processes(table, applications, clock);
+  ApplicationCommands commands(processes, output);
+  if (command == QStringLiteral("activate")) return commands.runVerb(ApplicationCommands::Verb::Activate, words);
+  if (command == QStringLiteral("quit")) return commands.runVerb(ApplicationCommands::Verb::Quit, words);
+  if (command == QStringLiteral("kill")) return commands.runVerb(ApplicationCommands::Verb::Kill, words);
+  return commands.runTop(words);
+}
+
+bool isOneOf(const QString& command, std::initializer_list<const char*> names) {
+  return std::any_of(names.begin(), names.end(), [&](const char* name) { return command == QLatin1String(name); });
+}
+
 int run(const QStringList& arguments, const CommandOutput& output) {
   const QString command = arguments.value(0);
   const QStringList words = arguments.mid(1);
-  if (command == QStringLiteral("status") || command == QStringLiteral("watch") || command == QStringLiteral("clean")) {
-    return runMemoryCommand(command, words, output);
-  }
+  if (isOneOf(command, {"status", "watch", "clean"})) return runMemoryCommand(command, words, output);
+  if (isOneOf(command, {"top", "activate", "quit", "kill"})) return runApplicationCommand(command, words, output);
   if (command == QStringLiteral("defaults")) {
     SqliteDefaultsStore store(defaultsFilePath(application_identity::kBundleIdentifier),
                               application_identity::kBundleIdentifier);
@@ -105,8 +130,9 @@ int run(const QStringList& arguments, const CommandOutput& output) {
   }
   const QString reason =
       command.isEmpty() ? QStringLiteral("no command") : QStringLiteral("unknown command '%1'").arg(command);
-  return output.fail(reason + QStringLiteral(": status, watch, clean, defaults or format; --help explains"),
-                     kExitUsage);
+  return output.fail(
+      reason + QStringLiteral(": status, watch, clean, top, activate, quit, kill, defaults or format; --help explains"),
+      kExitUsage);
 }
 
 }  // namespace
