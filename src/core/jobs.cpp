@@ -27,7 +27,7 @@ bool Job::isPending() const {
 JobQueue::JobQueue(const QString& name, int threads) : m_registry(std::make_shared<Registry>()) {
   m_pool.setObjectName(name);
   m_pool.setMaxThreadCount(std::max(1, threads));
-  m_pool.setExpiryTimeout(5000);
+  m_pool.setExpiryTimeout(60000);
 }
 
 JobQueue::~JobQueue() {
