@@ -28,6 +28,8 @@ CrashingChild::CrashingChild() : environment(QProcessEnvironment::systemEnvironm
   environment.insert(QStringLiteral("XDG_CONFIG_HOME"), folder + QStringLiteral("/config"));
   environment.insert(QStringLiteral("XDG_STATE_HOME"), folder + QStringLiteral("/state"));
   environment.insert(QStringLiteral("XDG_DATA_HOME"), folder + QStringLiteral("/data"));
+  // A sanitizer's own handlers would be earlier actions, which the handler calls.
+  environment.insert(QStringLiteral("ASAN_OPTIONS"), QStringLiteral("handle_segv=0:handle_sigbus=0:handle_sigfpe=0"));
   environment.insert(kMark, QUuid::createUuid().toString(QUuid::WithoutBraces));
 }
 

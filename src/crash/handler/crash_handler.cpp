@@ -166,7 +166,19 @@ void describeException(CrashMessage& message) {
   reportAndLeave(s_exception);
 }
 
+/// The lower end of a new stack, below which nothing is mapped; null when the system refuses it.
+std::byte* makeStack(std::size_t size) {
+  constexpr std::size_t guard = 64 * 1024;
+  void* const memory = mmap(nullptr, guard + size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_STACK, -1, 0);
+  if (memory == MAP_FAILED) return nullptr;
+  std::byte* const stack = static_cast<std::byte*>(memory) + guard;
+  return mprotect(stack, size, PROT_READ | PROT_WRITE) == 0 ? stack : nullptr;
+}
+
 bool prepare(const Settings& settings) {
+  constexpr std::size_t childStackSize = 64 * 1024;
+  std::byte* const childStack = makeStack(childStackSize);
+  if (!childStack) return false;
   std::vector<std::string> variables;
   std::size_t size = 512 + 2 * settings.reporterPath.size() + settings.programPath.size() +
                      settings.programName.size() + settings.reportFolder.size() + settings.reportHead.size() +
@@ -181,6 +193,7 @@ bool prepare(const Settings& settings) {
   s_reporter.path = memory.addText(settings.reporterPath);
   s_reporter.arguments = memory.addList({settings.reporterPath, settings.programPath});
   s_reporter.environment = memory.addList(variables);
+  s_reporter.childStackTop = childStack + childStackSize;
   s_reporter.ownEnd = ends[0];
   s_reporter.reporterEnd = ends[1];
   s_reporter.silenceLimitMilliseconds = static_cast<int>(settings.silenceLimit.count());
@@ -191,15 +204,12 @@ bool prepare(const Settings& settings) {
 }
 
 /// Without one of its own, the handler cannot run on a stack that has overflown.
-void useAlternateStack() {
+bool useAlternateStack() {
   constexpr std::size_t size = 256 * 1024;
-  constexpr std::size_t guard = 64 * 1024;
-  void* const memory = mmap(nullptr, guard + size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_STACK, -1, 0);
-  if (memory == MAP_FAILED) return;
   stack_t stack = {};
-  stack.ss_sp = static_cast<std::byte*>(memory) + guard;
+  stack.ss_sp = makeStack(size);
   stack.ss_size = size;
-  if (mprotect(stack.ss_sp, size, PROT_READ | PROT_WRITE) == 0) sigaltstack(&stack, nullptr);
+  return stack.ss_sp && sigaltstack(&stack, nullptr) == 0;
 }
 
 /// The runtime's own handler only prints and aborts; called first, it would keep the exception from being reported.
@@ -219,11 +229,10 @@ void installSignalHandlers() {
 }  // namespace
 
 bool install(const Settings& settings) {
-  if (s_process != 0 || !prepare(settings)) return false;
+  if (s_process != 0 || !prepare(settings) || !useAlternateStack()) return false;
   FixedText<32> line;
   log(line.add("prev is nil:").addNumber(s_previousTerminate ? 0 : 1).view());
   s_process = getpid();
-  useAlternateStack();
   s_previousTerminate = withoutRuntimeDefault(std::set_terminate(handleTerminate));
   installSignalHandlers();
   return true;

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <cstring>
 #include <string_view>
 
 namespace halvard::crash_handler {
@@ -14,7 +13,7 @@ class FixedText {
  public:
   FixedText& add(std::string_view text) {
     const std::size_t count = std::min(text.size(), capacity - m_size);
-    std::memcpy(m_bytes.data() + m_size, text.data(), count);
+    std::copy_n(text.data(), count, m_bytes.data() + m_size);
     m_size += count;
     return *this;
   }

@@ -7,6 +7,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sched.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
@@ -16,8 +17,10 @@
 namespace halvard::crash_handler {
 namespace {
 
-/// Runs in the child of vfork, on the memory of the dying process: only system calls, nothing is written.
-[[noreturn]] void becomeReporter(const ReporterProcess& reporter) {
+/// Runs in the child, on the memory of the dying process: only system calls, nothing is written. Returns the exit
+/// status of a child that could not become the reporter.
+int becomeReporter(void* argument) {
+  const auto& reporter = *static_cast<const ReporterProcess*>(argument);
   struct sigaction defaultAction = {};
   defaultAction.sa_handler = SIG_DFL;
   for (const int number : kCrashSignals)
@@ -32,14 +35,14 @@ namespace {
   }
   syscall(SYS_close_range, kReporterDescriptor + 1, UINT_MAX, 0);
   execve(reporter.path, reporter.arguments, reporter.environment);
-  _exit(127);
+  return 127;
 }
 
+/// Like vfork it needs no new memory, which a dying program may not have; unlike vfork the child has a stack of its
+/// own.
 pid_t start(const ReporterProcess& reporter) {
-  // vfork needs no memory, which a dying program may not have.
-  const pid_t process = vfork();
-  if (process == 0) becomeReporter(reporter);
-  return process;
+  return clone(becomeReporter, reporter.childStackTop, CLONE_VM | CLONE_VFORK | SIGCHLD,
+               const_cast<ReporterProcess*>(&reporter));
 }
 
 long long monotonicMilliseconds() {

@@ -12,6 +12,8 @@ struct ReporterProcess {
   const char* path = nullptr;
   char* const* arguments = nullptr;
   char* const* environment = nullptr;
+  /// The child runs on this stack until it is the reporter.
+  void* childStackTop = nullptr;
   /// The two ends of the socket; both close on exec.
   int ownEnd = -1;
   int reporterEnd = -1;
