@@ -71,9 +71,8 @@ void DBusUserNotificationCenter::notify(const UserNotification& notification, co
 }
 
 void DBusUserNotificationCenter::actionInvoked(uint id, const QString& action) {
-  const auto found = m_userInfo.constFind(id);
-  if (found == m_userInfo.constEnd()) return;
-  const QVariantMap userInfo = *found;
+  if (!m_userInfo.contains(id)) return;
+  const QVariantMap userInfo = m_userInfo.value(id);
   if (action == kBodyAction || action == kButtonAction) Q_EMIT activated(userInfo, action == kButtonAction);
 }
 
