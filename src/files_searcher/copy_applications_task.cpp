@@ -50,4 +50,8 @@ std::optional<CopyApplicationsTask::FoundApplication> CopyApplicationsTask::find
   return {};
 }
 
+bool CopyApplicationsTask::launch(const FoundApplication& application) const {
+  return QProcess::startDetached(application.path + QStringLiteral("/AppRun"), {});
+}
+
 }  // namespace halvard

@@ -30,6 +30,9 @@ class CopyApplicationsTask {
   /// The first unpacked application, in listing order, that has one of the identifiers.
   std::optional<FoundApplication> findAppPathForBundleIDs(const QStringList& identifiers) const;
 
+  /// Starts an unpacked application. False when it cannot be started.
+  bool launch(const FoundApplication& application) const;
+
  private:
   const QString m_source;
   const std::optional<QString> m_applicationSupportFolder;

@@ -10,7 +10,8 @@ void Separator::addObject(Item item, const std::optional<QByteArray>& name, std:
   if (name && size) addObjectWithSeparatorKey(item, path_utilities::pathExtension(*name).toByteArray(), *size);
 }
 
-void Separator::addObjectWithSeparatorKey(Item item, const QByteArray& separatorKey, ByteCount additionalSeparationKey) {
+void Separator::addObjectWithSeparatorKey(Item item, const QByteArray& separatorKey,
+                                          ByteCount additionalSeparationKey) {
   auto extension = m_extensions.constFind(separatorKey);
   if (extension == m_extensions.cend())
     extension = m_extensions.insert(separatorKey, static_cast<std::uint32_t>(m_extensions.size()));

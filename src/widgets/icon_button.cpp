@@ -93,6 +93,10 @@ void IconButton::paintEvent(QPaintEvent*) {
     case Picture::Disclosure:
       drawChevron(painter, ink, isChecked());
       break;
+    case Picture::Back:
+      painter.scale(-1, 1);
+      drawChevron(painter, ink, false);
+      break;
   }
 }
 

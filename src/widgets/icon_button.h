@@ -16,6 +16,8 @@ class IconButton : public FocusRingButton {
     Close,
     /// Points right, or down while checked.
     Disclosure,
+    /// Points left.
+    Back,
   };
 
   /// `accessibleName` is also the tool tip.

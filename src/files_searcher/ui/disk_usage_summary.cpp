@@ -1,0 +1,29 @@
+#include "files_searcher/ui/disk_usage_summary.h"
+
+#include <QPainter>
+
+#include <algorithm>
+
+#include "files_searcher/ui/disk_usage_style.h"
+#include "widgets/ui_style.h"
+
+namespace halvard {
+
+void DiskUsageSummary::setProgress(double progress) {
+  // A search may be followed by another one; the bar never goes back meanwhile.
+  const double shown = progress < 0 ? progress : std::max(progress, m_progress);
+  if (shown == m_progress) return;
+  m_progress = shown;
+  update(0, 0, width(), 4);
+}
+
+void DiskUsageSummary::paintEvent(QPaintEvent*) {
+  QPainter painter(this);
+  painter.fillRect(rect(), Qt::white);
+  painter.fillRect(QRect(0, 0, width(), 1), ui_style::titleBarSeparatorColor());
+  if (m_progress < 0) return;
+  painter.fillRect(QRect(0, 0, width(), 3), ui_style::pieChartFreeColor());
+  painter.fillRect(QRectF(0, 0, width() * std::clamp(m_progress, 0.02, 1.0), 3), ui_style::pieChartUserColor());
+}
+
+}  // namespace halvard
