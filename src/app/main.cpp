@@ -8,6 +8,8 @@
 #include "app/demo_desktop.h"
 #include "app/shot_states.h"
 #include "core/application_identity.h"
+#include "crash/crash_on_purpose.h"
+#include "crash/tessmar_fall_manager.h"
 #include "platform/desktop/desktop_status_bar_item.h"
 #include "platform/desktop/x11_window_hints.h"
 #include "platform/desktop/xembed_status_bar_item.h"
@@ -127,8 +129,25 @@ bool openShotState(Clock& clock, Application& program) {
   return true;
 }
 
+CrashIdentity crashIdentity() {
+  return {application_identity::kBundleIdentifier, application_identity::kDisplayName,
+          QApplication::applicationVersion(), QApplication::applicationVersion()};
+}
+
+/// Debug builds alone: HALVARD_CRASH names a way to crash once the program is up.
+void crashWhenAsked([[maybe_unused]] Clock& clock, [[maybe_unused]] QObject& context) {
+#ifdef HALVARD_CRASH_ON_PURPOSE
+  if (const auto kind = crashKindNamed(qEnvironmentVariable("HALVARD_CRASH"))) {
+    clock.callAfter(std::chrono::seconds(1), &context, [kind] { crashOnPurpose(*kind); });
+  }
+#endif
+}
+
 int run(QApplication& application, const QStringList& arguments) {
   LinuxDesktop desktop(QDBusConnection::sessionBus());
+  CacheManager crashCounts(desktop.defaultsStore);
+  TessmarFallManager fallManager(crashCounts, FallManagerSettings::standard(crashIdentity()));
+  fallManager.start();
   std::optional<DemoDesktop> demo;
   if (arguments.contains(QStringLiteral("--demo"))) {
     demo.emplace(desktop.statusItem, desktop.windowHints, desktop.appearance, desktop.userNotifications,
@@ -139,6 +158,7 @@ int run(QApplication& application, const QStringList& arguments) {
   if (!openShotState(desktop.clock, program)) return 2;
   program.start(arguments);
   followTray(desktop.clock, desktop.statusItem, program);
+  crashWhenAsked(desktop.clock, program);
   return QApplication::exec();
 }
 
