@@ -5,6 +5,8 @@
 #include <sys/vfs.h>
 #include <unistd.h>
 
+#include <QDeadlineTimer>
+#include <QElapsedTimer>
 #include <QProcess>
 #include <QTemporaryFile>
 #include <QtTest>
@@ -13,6 +15,7 @@
 #include <cmath>
 #include <cstring>
 #include <functional>
+#include <thread>
 
 #include "platform/linux/procfs/linux_host_statistics.h"
 #include "platform/linux/procfs/swap_devices.h"
@@ -29,8 +32,8 @@ constexpr double kTolerance = 12;
 /// Every experiment is repeated, and its median counts: a neighbour's burst spoils single rounds only. It is repeated
 /// until the rounds agree well enough, or until there is no hope of that.
 constexpr std::size_t kFewestRounds = 15;
-constexpr std::size_t kMostRounds = 90;
-constexpr double kAgreement = kTolerance / 4;
+constexpr std::chrono::seconds kLongestExperiment{10};
+constexpr double kAgreement = kTolerance / 2;
 constexpr const char* kTooBusy = "the machine is too busy to measure 64 MiB on it";
 
 /// Differences between two readings, in MiB.
@@ -74,24 +77,42 @@ class Block {
 class Meter {
  public:
   /// Medians over all rounds; `prepare` runs before the first reading of a round, `act` between the two, `restore`
-  /// behind them.
+  /// behind them. What the rest of the machine does meanwhile is taken off: each round is followed by doing nothing for
+  /// as long.
   Change measure(const std::function<void()>& prepare, const std::function<void()>& act,
                  const std::function<void()>& restore) {
     std::vector<Change> changes;
-    Change median;
+    std::vector<Change> others;
+    Change result;
+    const QDeadlineTimer deadline(kLongestExperiment);
     do {
       prepare();
-      const Change before = now();
-      act();
-      const Change after = now();
-      changes.push_back({after.used - before.used, after.wired - before.wired, after.compressor - before.compressor});
+      QElapsedTimer timer;
+      changes.push_back(during([&] {
+        timer.start();
+        act();
+      }));
+      const std::chrono::nanoseconds duration(timer.nsecsElapsed());
       restore();
-      median = summary(changes);
-    } while (changes.size() < kFewestRounds || (median.isNoise() && changes.size() < kMostRounds));
-    return median;
+      others.push_back(during([&] { std::this_thread::sleep_for(duration); }));
+      result = difference(summary(changes), summary(others));
+    } while (changes.size() < kFewestRounds || (result.isNoise() && !deadline.hasExpired()));
+    return result;
   }
 
  private:
+  Change during(const std::function<void()>& act) {
+    const Change before = now();
+    act();
+    return difference(now(), before);
+  }
+
+  /// Uncertainties add up.
+  static Change difference(const Change& left, const Change& right) {
+    return {left.used - right.used, left.wired - right.wired, left.compressor - right.compressor,
+            left.uncertainty + right.uncertainty};
+  }
+
   Change now() {
     VmStatistics64 record;
     std::uint32_t words = HostStatistics::kWords64;
