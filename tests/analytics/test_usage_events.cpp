@@ -144,7 +144,5 @@ class TestUsageEvents : public QObject {
   }
 };
 
-Q_DECLARE_METATYPE(halvard::ZPGAEvent)
-
 QTEST_GUILESS_MAIN(TestUsageEvents)
 #include "test_usage_events.moc"

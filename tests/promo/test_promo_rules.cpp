@@ -337,7 +337,5 @@ class TestPromoRules : public QObject {
   }
 };
 
-Q_DECLARE_METATYPE(halvard::PageLinkAction)
-
 QTEST_GUILESS_MAIN(TestPromoRules)
 #include "test_promo_rules.moc"
