@@ -22,6 +22,12 @@ HALVARD_CRASHES void dereferenceNull() {
   *nowhere = 1;
 }
 
+HALVARD_CRASHES void callNullFunction() {
+  void (*volatile nowhere)() = nullptr;
+  nowhere();
+  nowhere = nullptr;
+}
+
 HALVARD_CRASHES void callAbort() {
   std::abort();
 }
@@ -98,6 +104,7 @@ struct NamedKind {
 const std::vector<NamedKind>& namedKinds() {
   static const std::vector<NamedKind> kinds{
       {QStringLiteral("null"), CrashKind::nullDereference},
+      {QStringLiteral("null-call"), CrashKind::nullFunctionCall},
       {QStringLiteral("abort"), CrashKind::abort},
       {QStringLiteral("division"), CrashKind::divisionByZero},
       {QStringLiteral("illegal"), CrashKind::illegalInstruction},
@@ -118,6 +125,8 @@ void crashOnPurpose(CrashKind kind) {
   switch (kind) {
     case CrashKind::nullDereference:
       return dereferenceNull();
+    case CrashKind::nullFunctionCall:
+      return callNullFunction();
     case CrashKind::abort:
       return callAbort();
     case CrashKind::divisionByZero:

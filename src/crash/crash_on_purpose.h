@@ -9,6 +9,7 @@ namespace halvard {
 /// The ways to crash.
 enum class CrashKind {
   nullDereference,
+  nullFunctionCall,
   abort,
   divisionByZero,
   illegalInstruction,
@@ -26,7 +27,7 @@ enum class CrashKind {
 /// the crash happens on another thread or a little later. Call it on the main thread.
 void crashOnPurpose(CrashKind kind);
 
-/// The kinds by name: "null", "abort", "division", "illegal", "overflow", "heap", "exception", "thread-exception",
+/// The kinds by name: "null", "null-call", "abort", "division", "illegal", "overflow", "heap", "exception", "thread-exception",
 /// "pipe", "alarm", "two-threads".
 std::optional<CrashKind> crashKindNamed(const QString& name);
 QStringList crashKindNames();

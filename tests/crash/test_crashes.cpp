@@ -49,6 +49,7 @@ void TestCrashes::crashIsCountedAndReportedAndTheProgramLeaves_data() {
     QTest::newRow(kind) << QStringLiteral(", signo %1, ").arg(number) << QString::fromLatin1(function);
   };
   signalRow("null", SIGSEGV, "dereferenceNull");
+  signalRow("null-call", SIGSEGV, "callNullFunction");
   signalRow("abort", SIGABRT, "callAbort");
   signalRow("division", SIGFPE, "divideByZero");
   signalRow("illegal", SIGILL, "runIllegalInstruction");

@@ -11,11 +11,11 @@
 
 #include <sys/mman.h>
 #include <sys/socket.h>
-#include <ucontext.h>
 #include <unistd.h>
 
 #include "crash/handler/crash_signals.h"
 #include "crash/handler/display_connections.h"
+#include "crash/handler/interrupted_thread.h"
 #include "crash/handler/last_report.h"
 #include "crash/handler/prepared_memory.h"
 #include "crash/handler/reporter_process.h"
@@ -79,24 +79,13 @@ CrashMessage messageOfThisThread() {
   return message;
 }
 
-std::uint64_t interruptedInstruction(const void* context) {
-#if defined(__x86_64__)
-  return static_cast<std::uint64_t>(static_cast<const ucontext_t*>(context)->uc_mcontext.gregs[REG_RIP]);
-#elif defined(__aarch64__)
-  return static_cast<const ucontext_t*>(context)->uc_mcontext.pc;
-#else
-  static_cast<void>(context);
-  return 0;
-#endif
-}
-
-CrashMessage describeSignal(int number, const siginfo_t& information, const void* context) {
+CrashMessage describeSignal(int number, const siginfo_t& information, void* context) {
   CrashMessage message = messageOfThisThread();
   message.signal = number;
   message.signalCode = information.si_code;
   message.signalErrno = information.si_errno;
   message.signalStatus = information.si_status;
-  message.instruction = interruptedInstruction(context);
+  message.instruction = interruptedInstruction(information, context);
   return message;
 }
 
