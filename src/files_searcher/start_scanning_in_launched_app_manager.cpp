@@ -33,13 +33,15 @@ void StartScanningInLaunchedAppManager::Subscription::start(DistributedNotificat
                                                             const QString& name, const QString& object,
                                                             std::function<void()> handler) {
   m_observer = std::make_unique<QObject>();
-  notifications.addObserver(name, object, m_observer.get(), [this, handler = std::move(handler)](const QString&) {
-    // The handler, and what it captured, must not go with the observer that calls it.
-    const auto action = handler;
-    m_timeUp.cancel();
-    m_observer.release()->deleteLater();
-    action();
-  });
+  const auto waits = std::make_shared<bool>(true);
+  notifications.addObserver(name, object, m_observer.get(),
+                            [this, waits, handler = std::move(handler)](const QString&) {
+                              // Another one may come before the observer, which cannot go while it calls, is gone.
+                              if (!std::exchange(*waits, false)) return;
+                              m_timeUp.cancel();
+                              if (m_observer) m_observer.release()->deleteLater();
+                              handler();
+                            });
   m_timeUp.start(kPatience, [this] { m_observer.reset(); });
 }
 

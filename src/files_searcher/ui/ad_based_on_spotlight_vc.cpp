@@ -135,6 +135,8 @@ void AdBasedOnSpotlightVC::completionChangeToCompactMode(bool compact) {
 /// Places what the mode shows: the compact section is a title, the total and a button; the detailed one has the
 /// figures.
 void AdBasedOnSpotlightVC::arrange() {
+  // A hidden control would hand its focus on, as if the keyboard had moved it.
+  if (QWidget* const focused = m_view->focusWidget()) focused->clearFocus();
   const bool asks = !isAccessGranted();
   const bool detailed = !m_compact && !asks;
   m_title->setGeometry(kMargin, 12, 120, 20);
@@ -163,6 +165,9 @@ void AdBasedOnSpotlightVC::setIsScanning(bool scanning) {
   m_bIsScanning = scanning;
   diskUsageButton->setEnabled(!scanning);
   m_pShowDetailedDiskUsageBlueButton->setTitle(scanning ? tr("Scanning...") : tr("Review"));
+  m_details->setText(scanning ? tr("Scanning...") : tr("Details"));
+  m_details->setEnabled(!scanning);
+  m_details->resize(m_details->sizeHint());
   if (scanning) {
     m_progressTimer.start();
   } else {
