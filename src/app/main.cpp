@@ -7,6 +7,7 @@
 #include "app/application.h"
 #include "app/demo_desktop.h"
 #include "app/shot_states.h"
+#include "catalogue/catalogue.h"
 #include "core/application_identity.h"
 #include "crash/crash_on_purpose.h"
 #include "crash/tessmar_fall_manager.h"
@@ -176,6 +177,7 @@ int main(int argc, char* argv[]) {
   QApplication::setApplicationVersion(QStringLiteral(HALVARD_VERSION));
   QApplication::setDesktopFileName(application_identity::kBundleIdentifier);
   QApplication::setQuitOnLastWindowClosed(false);
+  installCatalogue(application);
   QApplication::setFont(ui_style::font(12));
   QApplication::setWindowIcon(applicationIcon());
   QIcon::setFallbackThemeName(QStringLiteral("Adwaita"));

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "branding/branding.h"
+#include "catalogue/catalogue.h"
 #include "core/application_identity.h"
 #include "crash/handler/crash_handler.h"
 #include "crash/ui/crash_alert_window.h"
@@ -91,6 +92,8 @@ CrashSurroundings CrashReporter::surroundings() const {
 }
 
 void CrashReporter::run() {
+  // First: the texts of the alert come from the catalogue, which needs the application.
+  if (hasDisplay()) openDisplay();
   m_alert.showAlertWith(m_exception, m_signal);
   if (m_application) QApplication::exec();
   // The other copy must be gone: the new one would find it and leave.
@@ -106,11 +109,10 @@ void CrashReporter::saveReport() {
 }
 
 std::optional<CrashAlertAnswer> CrashReporter::runModal(const CrashAlertContent& content) {
-  if (!hasDisplay()) {
+  if (!m_application) {
     sayWhatHappened();
     return std::nullopt;
   }
-  openDisplay();
   CrashAlertWindow window(application_identity::kDisplayName, content);
   QSocketNotifier gone(m_dying.descriptor(), QSocketNotifier::Read);
   QObject::connect(&gone, &QSocketNotifier::activated, &window, &QDialog::reject);
@@ -124,6 +126,7 @@ void CrashReporter::openDisplay() {
   static char* arguments[] = {name, nullptr};
   m_application = std::make_unique<QApplication>(count, arguments);
   QApplication::setQuitOnLastWindowClosed(false);
+  installCatalogue(*m_application);
   QApplication::setDesktopFileName(application_identity::kBundleIdentifier);
   auto* const timer = new QTimer(m_application.get());
   QObject::connect(timer, &QTimer::timeout, m_application.get(), [this] { m_dying.tell(Progress::alive); });

@@ -1,0 +1,16 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<!-- English as Linux speaks it: the texts of the source that name another system. Everything else stays as it is. -->
+<TS version="2.1" language="en" sourcelanguage="en">
+<context>
+    <name>halvard::AlertGenerator</name>
+    <message>
+        <source>Mac OS X and other applications are not affected.
+
+Click Relaunch to launch the application again. Click Report Us to see more details and send report to the developers for improving the application.</source>
+        <translation>Your system and other applications are not affected.
+
+Click Relaunch to launch the application again. Click Report Us to see more details and send report to the developers for improving the application.</translation>
+    </message>
+</context>
+</TS>
