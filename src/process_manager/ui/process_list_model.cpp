@@ -48,7 +48,7 @@ QVariant ProcessListModel::data(const QModelIndex& index, int role) const {
     case Qt::ToolTipRole:
       return row.name;
     case Qt::AccessibleTextRole:
-      return QStringLiteral("%1, %2").arg(row.name, row.size);
+      return row.size.isEmpty() ? row.name : QStringLiteral("%1, %2").arg(row.name, row.size);
     case IconNameRole:
       return row.icon;
     case SizeRole:

@@ -81,11 +81,11 @@ void ProcessTableviewController::showApps(ApplicationList applications) {
 void ProcessTableviewController::menuNeedsUpdate(QMenu& menu, int row) {
   menu.clear();
   if (!m_model.entryAt(row)) return;
-  menu.addAction(tr("Activate"), this, [this, row] { menuActivatePressed(row); });
-  if (!m_isCanShowAds()) return;
-  menu.addSeparator();
   // The application of this moment: the list may move on while the menu is open.
   const auto application = getClickedRunningApplication(row);
+  menu.addAction(tr("Activate"), this, [this, application] { menuActivatePressed(application); });
+  if (!m_isCanShowAds()) return;
+  menu.addSeparator();
   menu.addAction(tr("Quit"), this, [this, application] { quitFromApplication(application, false); });
   menu.addAction(tr("Force Quit"), this, [this, application] { quitFromApplication(application, true); });
 }
@@ -102,11 +102,11 @@ std::shared_ptr<RunningApplication> ProcessTableviewController::getClickedRunnin
 }
 
 void ProcessTableviewController::doubleClickAction(int row) {
-  menuActivatePressed(row);
+  menuActivatePressed(getClickedRunningApplication(row));
 }
 
-void ProcessTableviewController::menuActivatePressed(int row) {
-  if (const auto application = getClickedRunningApplication(row)) application->activate();
+void ProcessTableviewController::menuActivatePressed(const std::shared_ptr<RunningApplication>& application) {
+  if (application && !application->isTerminated()) application->activate();
 }
 
 void ProcessTableviewController::quitFromApplication(const std::shared_ptr<RunningApplication>& application,

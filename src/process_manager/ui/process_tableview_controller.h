@@ -43,7 +43,7 @@ class ProcessTableviewController : public QObject {
   void openRowMenu(int row, QPoint globalPosition);
   /// The application of a row, unless it has ended meanwhile.
   std::shared_ptr<RunningApplication> getClickedRunningApplication(int row) const;
-  void menuActivatePressed(int row);
+  void menuActivatePressed(const std::shared_ptr<RunningApplication>& application);
   void quitFromApplication(const std::shared_ptr<RunningApplication>& application, bool forced);
   bool eventFilter(QObject* watched, QEvent* event) override;
 

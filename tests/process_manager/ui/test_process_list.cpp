@@ -114,6 +114,9 @@ class TestProcessList : public QObject {
     QCOMPARE(texts(menu), (QStringList{QStringLiteral("Activate"), QStringLiteral("-"), QStringLiteral("Quit"),
                                        QStringLiteral("Force Quit")}));
     list.controller.showApps(listOf({entry(list.web, 3000), entry(list.mail, 2000)}));
+    menu.actions().at(0)->trigger();
+    QCOMPARE(list.mail->activations, 1);
+    QCOMPARE(list.web->activations, 0);
     menu.actions().at(2)->trigger();
     QCOMPARE(list.mail->terminateRequests, 1);
     QCOMPARE(list.web->terminateRequests, 0);

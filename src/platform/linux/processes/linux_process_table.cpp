@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 #include <sys/resource.h>
 
@@ -50,7 +51,7 @@ void LinuxProcessTable::releaseDescriptors() {
 }
 
 ProcessTable::Reading LinuxProcessTable::read() {
-  if (const int error = m_directory.list(m_pids)) return {error, nullptr};
+  if (const int error = m_directory.list(m_entries)) return {error, nullptr};
   m_kept = keptDescriptors();
   ++m_pass;
   int error = readAll();
@@ -72,29 +73,42 @@ int LinuxProcessTable::readAll() {
   m_nextSlots.clear();
   auto known = m_slots.begin();
   int error = 0;
-  for (const std::int32_t pid : m_pids) {
+  for (const auto& [pid, inode] : m_entries) {
     while (known != m_slots.end() && known->record.pid < pid)
       ++known;
     const bool isKnown = known != m_slots.end() && known->record.pid == pid;
     Slot& slot = m_nextSlots.emplace_back(isKnown ? std::move(*known++) : Slot());
     slot.record.pid = pid;
-    const Outcome outcome = error ? Outcome::Read : readSlot(slot);
+    const Outcome outcome = error ? Outcome::Read : readSlot(slot, inode);
     if (outcome == Outcome::OutOfDescriptors) error = EMFILE;
     if (outcome == Outcome::Gone) m_nextSlots.pop_back();
   }
   return error;
 }
 
-LinuxProcessTable::Outcome LinuxProcessTable::readSlot(Slot& slot) {
+// True in one of kQuietPasses passes.
+bool LinuxProcessTable::isTurnOf(std::int32_t pid) const {
+  return (m_pass + static_cast<std::uint32_t>(pid)) % kQuietPasses == 0;
+}
+
+LinuxProcessTable::Outcome LinuxProcessTable::readSlot(Slot& slot, std::uint64_t inode) {
+  const bool isSame = std::exchange(slot.inode, inode) == inode;
+  if (isSame && slot.record.kernelThread && !isTurnOf(slot.record.pid)) return Outcome::Read;
+  if (!isSame) release(slot);
   const Outcome outcome = readStat(slot);
   return outcome == Outcome::Read ? readMemory(slot) : outcome;
 }
 
-// Threads of the kernel, half of a quiet machine, come last.
+// Threads of the kernel are seldom read: they come last.
 bool LinuxProcessTable::mayKeep(const Slot& slot) const {
-  const bool roomForAll = m_budget >= m_pids.size();
+  const bool roomForAll = m_budget >= m_entries.size();
   const bool isUsers = slot.record.startTime != 0 && !slot.record.kernelThread;
   return m_kept < m_budget && (roomForAll || isUsers);
+}
+
+void LinuxProcessTable::release(Slot& slot) {
+  if (slot.stat) --m_kept;
+  slot.stat.reset();
 }
 
 // Empty when the process has gone, or with errno set.
@@ -102,8 +116,7 @@ std::string_view LinuxProcessTable::statOf(Slot& slot) {
   if (slot.stat) {
     const std::string_view text = readFromStart(slot.stat.get(), m_buffer);
     if (!text.empty()) return text;
-    slot.stat.reset();
-    --m_kept;
+    release(slot);
   }
   FileDescriptor file = m_directory.open(slot.record.pid, "stat");
   if (!file) return {};
@@ -130,8 +143,7 @@ void LinuxProcessTable::apply(const StatLine& line, Slot& slot) {
   const std::string_view command = line.command.substr(0, sizeof slot.command);
   const bool sameProgram = record.startTime == line.startTime && record.programMark == line.programMark &&
                            command == std::string_view(slot.command, slot.commandLength);
-  slot.memoryIsOld = !sameProgram || slot.activity != line.activity || !record.residentBytes ||
-                     (m_pass + static_cast<std::uint32_t>(record.pid)) % kMemoryPasses == 0;
+  slot.memoryIsOld = !sameProgram || slot.activity != line.activity || !record.residentBytes || isTurnOf(record.pid);
   slot.activity = line.activity;
   record.parentPid = line.parentPid;
   record.startTime = line.startTime;

@@ -12,11 +12,12 @@ namespace halvard {
 ///
 /// Resident sizes are the exact ones of "statm". It is read again when "stat" shows that the process has run, faulted
 /// or changed in size, and every kMemoryPasses passes in any case: of a process that stands still only the kernel takes
-/// pages, and of those at most the few hidden in its per-processor counters escape "stat".
+/// pages, and of those at most the few hidden in its per-processor counters escape "stat". Threads of the kernel, half
+/// of a quiet machine's processes, are read no more often than that, because nothing about them changes.
 class LinuxProcessTable : public ProcessTable {
  public:
-  /// Passes between two readings of the memory of a process that stands still.
-  static constexpr std::uint32_t kMemoryPasses = 16;
+  /// Passes between two readings of what stands still.
+  static constexpr std::uint32_t kQuietPasses = 16;
 
   /// Keeps at most `descriptors` files open between two passes; 0 keeps none.
   explicit LinuxProcessTable(std::size_t descriptors = affordableDescriptors(), QByteArray root = "/proc");
@@ -33,6 +34,7 @@ class LinuxProcessTable : public ProcessTable {
  private:
   struct Slot {
     ProcessRecord record;
+    std::uint64_t inode = 0;
     FileDescriptor stat;
     ProcessActivity activity;
     bool memoryIsOld = true;
@@ -43,9 +45,11 @@ class LinuxProcessTable : public ProcessTable {
 
   int readAll();
   void releaseDescriptors();
-  Outcome readSlot(Slot& slot);
+  bool isTurnOf(std::int32_t pid) const;
+  Outcome readSlot(Slot& slot, std::uint64_t inode);
   Outcome readStat(Slot& slot);
   Outcome readMemory(Slot& slot);
+  void release(Slot& slot);
   std::string_view statOf(Slot& slot);
   bool mayKeep(const Slot& slot) const;
   void apply(const StatLine& line, Slot& slot);
@@ -56,7 +60,7 @@ class LinuxProcessTable : public ProcessTable {
   const std::size_t m_budget;
   std::size_t m_kept = 0;  // while a pass runs
   std::uint32_t m_pass = 0;
-  std::vector<std::int32_t> m_pids;
+  std::vector<ProcessEntry> m_entries;
   std::vector<Slot> m_slots;      // by pid
   std::vector<Slot> m_nextSlots;  // the pass in the making
   std::vector<ProcessRecord> m_records;

@@ -51,8 +51,8 @@ int ProcessDirectory::descriptor() {
   return m_descriptor.get();
 }
 
-int ProcessDirectory::list(std::vector<std::int32_t>& pids) {
-  pids.clear();
+int ProcessDirectory::list(std::vector<ProcessEntry>& entries) {
+  entries.clear();
   if (descriptor() < 0 || ::lseek(descriptor(), 0, SEEK_SET) < 0) return errno;
   m_entries.resize(kEntriesBuffer);
   for (;;) {
@@ -61,11 +61,12 @@ int ProcessDirectory::list(std::vector<std::int32_t>& pids) {
     if (size == 0) break;
     for (ssize_t offset = 0; offset < size;) {
       const auto* entry = reinterpret_cast<const dirent64*>(m_entries.data() + offset);
-      if (const auto pid = pidOf(entry->d_name)) pids.push_back(*pid);
+      if (const auto pid = pidOf(entry->d_name)) entries.push_back({*pid, entry->d_ino});
       offset += entry->d_reclen;
     }
   }
-  if (!std::ranges::is_sorted(pids)) std::ranges::sort(pids);  // the kernel sorts, other folders do not
+  // The kernel sorts, other folders do not.
+  if (!std::ranges::is_sorted(entries, {}, &ProcessEntry::pid)) std::ranges::sort(entries, {}, &ProcessEntry::pid);
   return 0;
 }
 

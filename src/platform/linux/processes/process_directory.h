@@ -10,14 +10,22 @@
 
 namespace halvard {
 
+/// One sub-folder of the folder of processes.
+struct ProcessEntry {
+  std::int32_t pid = 0;
+  /// Inode of the sub-folder. The kernel gives every process a new one: with an inode of before, a pid is the process
+  /// of before. (A process may get another when memory is short.)
+  std::uint64_t inode = 0;
+};
+
 /// The folder with one sub-folder a process ("/proc"), kept open. One thread.
 class ProcessDirectory {
  public:
   /// Opens nothing yet.
   explicit ProcessDirectory(QByteArray root);
 
-  /// All pids, ascending, into `pids`. 0, or the error that stopped the listing.
-  int list(std::vector<std::int32_t>& pids);
+  /// All processes by ascending pid into `entries`. 0, or the error that stopped the listing.
+  int list(std::vector<ProcessEntry>& entries);
 
   /// Opens "PID/name". An empty descriptor on failure, and then errno says why.
   FileDescriptor open(std::int32_t pid, std::string_view name);

@@ -189,12 +189,12 @@ class TestProcessTable : public QObject {
       size = *table.read().processes->front().residentBytes;
       ++passes;
     }
-    QVERIFY(passes <= LinuxProcessTable::kMemoryPasses);
+    QVERIFY(passes <= LinuxProcessTable::kQuietPasses);
     fixture.addProcess(10, 1, "still", 10, 7);
     QCOMPARE(table.read().processes->front().residentBytes, 7 * kPage);
   }
 
-  void threadsOfTheKernelAreKeptLast() {
+  void threadsOfTheKernelAreKeptLastAndTheirPidsWatched() {
     ProcessFixture fixture;
     for (int pid = 1; pid <= 4; ++pid)
       fixture.addProcess(pid, 2, "kworker", 1, 0, 'I', 0x208040);
@@ -208,6 +208,10 @@ class TestProcessTable : public QObject {
     }
     QCOMPARE(few.keptDescriptors(), 4u);
     QCOMPARE(all.keptDescriptors(), 8u);
+    fixture.remove(2);
+    fixture.addProcess(2, 1, "reused", 50, 3);
+    for (LinuxProcessTable* table : {&few, &all})
+      QCOMPARE(find(table->read(), 2)->name, text("reused"));
   }
 
   void longNamesComeFromTheExecutable() {
