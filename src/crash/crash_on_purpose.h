@@ -27,8 +27,8 @@ enum class CrashKind {
 /// the crash happens on another thread or a little later. Call it on the main thread.
 void crashOnPurpose(CrashKind kind);
 
-/// The kinds by name: "null", "null-call", "abort", "division", "illegal", "overflow", "heap", "exception", "thread-exception",
-/// "pipe", "alarm", "two-threads".
+/// The kinds by name: "null", "null-call", "abort", "division", "illegal", "overflow", "heap", "exception",
+/// "thread-exception", "pipe", "alarm", "two-threads".
 std::optional<CrashKind> crashKindNamed(const QString& name);
 QStringList crashKindNames();
 
