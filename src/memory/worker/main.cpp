@@ -99,9 +99,7 @@ bool serve(Buffers& buffers) {
   return answer(perform(buffers, command), command.serial);
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+ExitStatus run(int argc, char** argv) {
   if (!becomeFirstVictim()) return kNotProtected;
   if (argc != 2 || !isPacketSocket(kChannel)) {
     constexpr char kExplanation[] = "halvard-purge-worker: started by halvard, not by hand\n";
@@ -117,4 +115,11 @@ int main(int argc, char** argv) {
   while (serve(buffers)) {
   }
   return kChannelClosed;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // Without exit handlers: there is nothing to tidy up, and a sanitizer's would start a process of its own.
+  _exit(run(argc, argv));
 }
