@@ -15,29 +15,34 @@ using namespace std::chrono_literals;
 
 /// To load the engine and the page, on a slow disk.
 constexpr auto kTimeToComeUp = 20s;
-constexpr int kTimeToEnd = 3000;
+constexpr auto kTimeToEnd = 3s;
 
 }  // namespace
 
-ViewerPageWindow::ViewerPageWindow(Look look, const QString& program) : m_look(look) {
-  m_viewer.setProgram(program);
-  m_viewer.setArguments({look == Look::Popup ? QStringLiteral("popup") : QStringLiteral("dialog")});
-  m_viewer.setStandardErrorFile(QProcess::nullDevice());
-  connect(&m_viewer, &QProcess::readyReadStandardOutput, this, &ViewerPageWindow::readEvents);
-  connect(&m_viewer, &QProcess::errorOccurred, this, &ViewerPageWindow::viewerEnded);
-  connect(&m_viewer, &QProcess::finished, this, &ViewerPageWindow::viewerEnded);
+ViewerPageWindow::ViewerPageWindow(Look look, const QString& program)
+    : m_look(look), m_viewer(new QProcess(QCoreApplication::instance())) {
+  m_viewer->setProgram(program);
+  m_viewer->setArguments({look == Look::Popup ? QStringLiteral("popup") : QStringLiteral("dialog")});
+  m_viewer->setStandardErrorFile(QProcess::nullDevice());
+  connect(m_viewer, &QProcess::readyReadStandardOutput, this, &ViewerPageWindow::readEvents);
+  connect(m_viewer, &QProcess::errorOccurred, this, &ViewerPageWindow::viewerEnded);
+  connect(m_viewer, &QProcess::finished, this, &ViewerPageWindow::viewerEnded);
   m_patience.setSingleShot(true);
-  connect(&m_patience, &QTimer::timeout, &m_viewer, &QProcess::kill);
+  connect(&m_patience, &QTimer::timeout, m_viewer, &QProcess::kill);
   m_patience.start(kTimeToComeUp);
-  m_viewer.start();
+  m_viewer->start();
 }
 
 ViewerPageWindow::~ViewerPageWindow() {
-  m_viewer.disconnect(this);
-  m_viewer.closeWriteChannel();
-  if (m_viewer.state() == QProcess::NotRunning || m_viewer.waitForFinished(kTimeToEnd)) return;
-  m_viewer.kill();
-  m_viewer.waitForFinished(kTimeToEnd);
+  m_viewer->disconnect(this);
+  if (m_viewer->state() == QProcess::NotRunning) {
+    m_viewer->deleteLater();
+    return;
+  }
+  // It outlives this object, and at most the application: the end of its input ends it.
+  connect(m_viewer, &QProcess::finished, m_viewer, &QObject::deleteLater);
+  QTimer::singleShot(kTimeToEnd, m_viewer, &QProcess::kill);
+  m_viewer->closeWriteChannel();
 }
 
 void ViewerPageWindow::load(const std::optional<QUrl>& page, QSize size) {
@@ -68,12 +73,12 @@ void ViewerPageWindow::close() {
 }
 
 void ViewerPageWindow::send(const QJsonObject& command) {
-  m_viewer.write(QJsonDocument(command).toJson(QJsonDocument::Compact) + '\n');
+  m_viewer->write(QJsonDocument(command).toJson(QJsonDocument::Compact) + '\n');
 }
 
 void ViewerPageWindow::readEvents() {
-  while (m_viewer.canReadLine())
-    handle(QJsonDocument::fromJson(m_viewer.readLine()).object());
+  while (m_viewer->canReadLine())
+    handle(QJsonDocument::fromJson(m_viewer->readLine()).object());
 }
 
 void ViewerPageWindow::handle(const QJsonObject& event) {
@@ -93,7 +98,7 @@ void ViewerPageWindow::handle(const QJsonObject& event) {
 }
 
 void ViewerPageWindow::viewerEnded() {
-  if (m_viewer.state() != QProcess::NotRunning) return;
+  if (m_viewer->state() != QProcess::NotRunning) return;
   m_patience.stop();
   if (m_isUp || m_isClosed) return tellClosed();
   standIn();

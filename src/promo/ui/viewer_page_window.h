@@ -17,7 +17,7 @@ class ViewerPageWindow : public PageWindow {
  public:
   /// `program` is the viewer's path.
   ViewerPageWindow(Look look, const QString& program);
-  /// Ends the viewer.
+  /// Asks the viewer to end and does not wait for it; one that has not after 3 s is killed.
   ~ViewerPageWindow() override;
 
   void load(const std::optional<QUrl>& page, QSize size) override;
@@ -27,7 +27,7 @@ class ViewerPageWindow : public PageWindow {
   /// True once the other window has taken over.
   bool isStoodInFor() const { return m_standIn != nullptr; }
   /// 0 while it does not run.
-  qint64 viewerProcess() const { return m_viewer.processId(); }
+  qint64 viewerProcess() const { return m_viewer->processId(); }
 
  Q_SIGNALS:
   /// The viewer's window stands on the screen.
@@ -50,7 +50,7 @@ class ViewerPageWindow : public PageWindow {
   void tellClosed();
 
   const Look m_look;
-  QProcess m_viewer;
+  QProcess* const m_viewer;
   QTimer m_patience;
   bool m_isUp = false;
   bool m_isClosed = false;

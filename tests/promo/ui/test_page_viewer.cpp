@@ -114,7 +114,8 @@ class TestPageViewer : public QObject {
     QTest::addColumn<QString>("reported");
     QTest::newRow("command") << pageWithLink("app://close") << QStringLiteral("app://close");
     QTest::newRow("web") << pageWithLink("https://a.example/?q=a%20b") << QStringLiteral("https://a.example/?q=a b");
-    QTest::newRow("new window") << pageWithLink("https://a.example/", "target=_blank") << QStringLiteral("https://a.example/");
+    QTest::newRow("new window") << pageWithLink("https://a.example/", "target=_blank")
+                                << QStringLiteral("https://a.example/");
     QTest::newRow("mail") << pageWithLink("mailto:a@a.example") << QStringLiteral("mailto:a@a.example");
   }
 

@@ -217,7 +217,9 @@ class TestPromoDialogs : public QObject {
     const QPoint centre = dialog.geometry().center();
     dialog.setContentSize({401, 251});
     QVERIFY2((dialog.geometry().center() - centre).manhattanLength() <= 2,
-             qPrintable(QStringLiteral("%1 %2").arg(dialog.geometry().center().x() - centre.x()).arg(dialog.geometry().center().y() - centre.y())));
+             qPrintable(QStringLiteral("%1 %2")
+                            .arg(dialog.geometry().center().x() - centre.x())
+                            .arg(dialog.geometry().center().y() - centre.y())));
     dialog.setContentSize({1000000, 1000000});
     QVERIFY(dialog.width() <= room.width() && dialog.height() <= room.height());
   }
