@@ -23,8 +23,8 @@ class ProcessTracker {
   /// Posted without an object.
   static QString HugeProcessTerminatedNotificationName();
 
-  static constexpr ByteCount sizeOfAnAppToTerminateImmediatelly() { return 250 * 1'048'576; }
-  static constexpr ByteCount sizeOfAnAppToTerminateAfterDelay() { return 50 * 1'048'576; }
+  static constexpr ByteCount sizeOfAnAppToTerminateImmediatelly() { return 262'144'000; }
+  static constexpr ByteCount sizeOfAnAppToTerminateAfterDelay() { return 52'428'800; }
   static constexpr std::chrono::seconds delayToPurgeAfterQuitingFromSmallApp() { return std::chrono::seconds(60); }
   static constexpr std::chrono::seconds trackingInterval() { return std::chrono::seconds(5); }
 

@@ -2,7 +2,6 @@
 
 #include <QFile>
 #include <algorithm>
-#include <ranges>
 
 namespace halvard {
 
@@ -20,10 +19,10 @@ class Naming {
     for (const ProcessRecord& process : processes)
       if (!process.kernelThread && !process.exited) m_parents.insert(process.pid, process.parentPid);
     // Oldest first, so that whoever started a process is named before it.
-    for (const ProcessRecord& process : processes | std::views::reverse)
-      findTopOfUnit(process.pid);
-    for (const ProcessRecord& process : processes | std::views::reverse)
-      if (m_parents.contains(process.pid)) consider(process);
+    for (auto process = processes.rbegin(); process != processes.rend(); ++process)
+      findTopOfUnit(process->pid);
+    for (auto process = processes.rbegin(); process != processes.rend(); ++process)
+      if (m_parents.contains(process->pid)) consider(*process);
     assignGroups();
     return std::move(m_result);
   }

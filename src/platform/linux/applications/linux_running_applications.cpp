@@ -80,7 +80,7 @@ void LinuxRunningApplications::nameAgain(const std::vector<ProcessRecord>& proce
   QHash<std::int32_t, std::shared_ptr<LinuxApplication>> applications;
   for (NamedApplication& application : named.applications) {
     const std::int32_t pid = application.pid;
-    if (auto handle = handleFor(std::move(application))) applications.insert(pid, std::move(handle));
+    if (const auto handle = handleFor(std::move(application))) applications.insert(pid, handle);
   }
   m_applications = std::move(applications);
 }

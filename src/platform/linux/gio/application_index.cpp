@@ -63,10 +63,10 @@ ApplicationIndex::ApplicationIndex(std::vector<InstalledApplication> entries) {
 
 InstalledApplicationPointer ApplicationIndex::byIds(const QStringList& ids) const {
   for (const QString& id : ids) {
-    if (const auto entry = m_byId.value(id)) return entry;
+    if (auto entry = m_byId.value(id)) return entry;
   }
   for (const QString& id : ids) {
-    if (const auto entry = m_byFoldedId.value(id.toCaseFolded())) return entry;
+    if (auto entry = m_byFoldedId.value(id.toCaseFolded())) return entry;
   }
   return nullptr;
 }
@@ -77,11 +77,11 @@ InstalledApplicationPointer ApplicationIndex::byFile(const QString& file) const 
 
 InstalledApplicationPointer ApplicationIndex::byWindow(const QString& applicationId, const QString& className,
                                                        const QString& instance) const {
-  if (const auto entry = m_byId.value(applicationId)) return entry;
+  if (auto entry = m_byId.value(applicationId)) return entry;
   const QStringList halves{className.toCaseFolded(), instance.toCaseFolded()};
   for (const auto* hash : {&m_byWindowClass, &m_byFoldedId, &m_byLastPart}) {
     for (const QString& half : halves) {
-      if (const auto entry = hash->value(half)) return entry;
+      if (auto entry = hash->value(half)) return entry;
     }
   }
   return nullptr;

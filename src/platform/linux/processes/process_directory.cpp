@@ -14,7 +14,7 @@ namespace halvard {
 
 namespace {
 
-constexpr std::size_t kEntriesBuffer = 64 * 1024;
+constexpr std::size_t kEntriesBuffer = 65'536;
 
 // "1234/name", ended by a zero.
 class EntryPath {

@@ -10,7 +10,7 @@ namespace halvard {
 
 namespace {
 
-constexpr std::size_t kLongestArguments = 4 * 1024;
+constexpr std::size_t kLongestArguments = 4'096;
 
 QByteArray bytes(std::string_view text) {
   return QByteArray(text.data(), static_cast<qsizetype>(text.size()));

@@ -41,7 +41,7 @@ struct ProcessFacts {
 };
 
 /// Room for the longest file that is read; what does not fit is ignored.
-using FactsBuffer = std::array<char, 256 * 1024>;
+using FactsBuffer = std::array<char, 262'144>;
 
 /// `user` is that of this program; `buffer` is scratch space.
 ProcessFacts readProcessFacts(ProcessDirectory& directory, std::int32_t pid, std::uint32_t user, FactsBuffer& buffer);
