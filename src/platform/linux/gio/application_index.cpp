@@ -1,5 +1,6 @@
 #include "platform/linux/gio/application_index.h"
 
+#include <QDir>
 #include <algorithm>
 
 namespace halvard {
@@ -72,7 +73,7 @@ InstalledApplicationPointer ApplicationIndex::byIds(const QStringList& ids) cons
 }
 
 InstalledApplicationPointer ApplicationIndex::byFile(const QString& file) const {
-  return m_byFile.value(file);
+  return file.isEmpty() ? nullptr : m_byFile.value(QDir::cleanPath(file));
 }
 
 InstalledApplicationPointer ApplicationIndex::byWindow(const QString& applicationId, const QString& className,

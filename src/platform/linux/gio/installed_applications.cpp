@@ -75,10 +75,15 @@ std::optional<InstalledApplication> readFile(const QString& path) {
   return isDeleted ? InstalledApplication() : readEntry(info.get());
 }
 
+// Variables may name a folder with a slash at its end; the paths of entries are compared.
+QString folderBelow(const char* folder, const char* name) {
+  return QDir::cleanPath(QFile::decodeName(folder) + QLatin1Char('/') + text(name));
+}
+
 QStringList foldersBelow(const char* user, const char* const* system, const char* name) {
-  QStringList folders{QFile::decodeName(user) + QLatin1Char('/') + text(name)};
+  QStringList folders{folderBelow(user, name)};
   for (; *system; ++system)
-    folders << QFile::decodeName(*system) + QLatin1Char('/') + text(name);
+    folders << folderBelow(*system, name);
   return folders;
 }
 

@@ -46,6 +46,8 @@ class TestInstalledApplications : public QObject {
     QCOMPARE(a->file, path("user/a.desktop"));
     QVERIFY(a->isVisible() && !a->autostartOnly);
     QCOMPARE(index->byFile(path("user/a.desktop")), a);
+    QCOMPARE(index->byFile(path("user//a.desktop")), a);
+    QVERIFY(!index->byFile(QString()));
     const auto b = index->byIds({text("kde-b")});
     QVERIFY(b && b->hidden && b->inTerminal);
     QVERIFY(b->program.endsWith("/sh") && b->program.startsWith('/'));
