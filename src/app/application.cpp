@@ -1,6 +1,7 @@
 #include "app/application.h"
 
 #include <QCoreApplication>
+#include <QFileInfo>
 
 #include "core/application_identity.h"
 #include "memory/memory_status.h"
@@ -57,19 +58,20 @@ class Application::Parts : public PanelParts {
   ProcessesManager& m_processes;
 };
 
-/// Start at login cannot be switched on yet.
-class Application::StartAtLogin : public StartAtLoginSwitch {
- public:
-  void setIsEnabledForHelperApp(bool, const std::function<void()>& failedBlock) override {
-    if (failedBlock) failedBlock();
-  }
-};
+namespace {
+
+QString ownProgram() {
+  return QFileInfo(QCoreApplication::applicationFilePath()).canonicalFilePath();
+}
+
+}  // namespace
 
 Application::Application(const Platform& platform)
     : m_platform(platform),
       m_defaults(platform.defaultsStore, platform.clock, QCoreApplication::applicationVersion()),
-      m_startAtLogin(std::make_unique<StartAtLogin>()),
-      m_preferences(platform.defaultsStore, *m_startAtLogin),
+      m_startAtLogin(platform.loginItems, platform.distributedNotifications, application_identity::kBundleIdentifier,
+                     ownProgram()),
+      m_preferences(platform.defaultsStore, m_startAtLogin),
       m_cpuInfo(platform.processorTicks, platform.processInformation),
       m_reportedCpuInfo(platform.processorTicks, platform.processInformation),
       m_cpuUsage(std::make_unique<CpuUsage>(m_cpuInfo)),
@@ -85,7 +87,7 @@ Application::Application(const Platform& platform)
                                   platform.scripts, m_version, application_identity::kDisplayName,
                                   QStringLiteral(":/purge.sh")},
           platform.statusItem, platform.appearance, *m_parts, platform.windowHints, *m_reportedCpuUsage})),
-      m_delegate(m_notifications) {
+      m_delegate(m_notifications, m_startAtLogin) {
   m_reportedCpuInfo.getCPUUsage();  // the first report measures from here, not from the start of the machine
   connectControlServer();
 }
@@ -96,6 +98,7 @@ void Application::start(const QStringList& arguments) {
   m_interface->awakeFromNib();
   m_platform.controlServer.start(*m_interface);
   m_delegate.applicationDidFinishLaunching(arguments);
+  m_delegate.applicationDidBecomeActive();
 }
 
 void Application::connectControlServer() {

@@ -6,6 +6,7 @@
 #include "app/zp_app_delegate.h"
 #include "core/macos_version.h"
 #include "core/notification_center.h"
+#include "login/run_at_login_manager.h"
 #include "menubar/panel_parts.h"
 #include "preferences/preferences_model.h"
 #include "preferences/showcase_defaults.h"
@@ -36,6 +37,7 @@ struct Platform {
   DistributedNotificationCenter& distributedNotifications;
   ControlServer& controlServer;
   ScriptRunner& scripts;
+  LoginItemService& loginItems;
 };
 
 /// The composition root: makes every service once, in the order of the members, and hands it on by reference.
@@ -57,7 +59,6 @@ class Application : public QObject {
   class TrackerWatch;
   class CpuUsage;
   class Parts;
-  class StartAtLogin;
 
   void connectControlServer();
 
@@ -65,7 +66,7 @@ class Application : public QObject {
   MacOSVersion m_version;
   NotificationCenter m_notifications;
   ShowcaseDefaults m_defaults;
-  std::unique_ptr<StartAtLogin> m_startAtLogin;
+  HalvardRunAtLoginManager m_startAtLogin;
   PreferencesModel m_preferences;
   CPUInfoManager m_cpuInfo;
   CPUInfoManager m_reportedCpuInfo;

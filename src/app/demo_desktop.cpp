@@ -88,7 +88,8 @@ Platform DemoDesktop::platform() {
           m_userNotifications,
           m_distributedNotifications,
           m_controlServer,
-          m_scripts};
+          m_scripts,
+          m_loginItems};
 }
 
 }  // namespace halvard

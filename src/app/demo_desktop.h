@@ -9,6 +9,7 @@
 #include "platform/fake/fake_defaults_store.h"
 #include "platform/fake/fake_distributed_notification_center.h"
 #include "platform/fake/fake_host_statistics.h"
+#include "platform/fake/fake_login_item_service.h"
 #include "platform/fake/fake_process_table.h"
 #include "platform/fake/fake_processor_ticks.h"
 #include "platform/fake/fake_purgeable_memory.h"
@@ -49,6 +50,7 @@ class DemoDesktop : public QObject {
   FakeRunningApplications m_runningApplications;
   FakeDefaultsStore m_defaultsStore;
   FakeDistributedNotificationCenter m_distributedNotifications;
+  FakeLoginItemService m_loginItems;
   QTimer m_breath;
   int m_breaths = 0;
   /// Bytes of application memory that a purge may still page out.

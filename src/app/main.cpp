@@ -28,6 +28,7 @@
 #include "platform/linux/session/shell_script_runner.h"
 #include "platform/linux/session/termination_signals.h"
 #include "platform/linux/sqlite/sqlite_defaults_store.h"
+#include "platform/linux/xdg/halvard_login_jobs.h"
 #include "widgets/application_icon.h"
 #include "widgets/status_image.h"
 #include "widgets/ui_style.h"
@@ -80,7 +81,8 @@ struct LinuxDesktop {
             userNotifications,
             distributedNotifications,
             controlServer,
-            scripts};
+            scripts,
+            loginItems};
   }
 
   SystemClock clock;
@@ -102,6 +104,7 @@ struct LinuxDesktop {
   DBusDistributedNotificationCenter distributedNotifications;
   DBusControlServer controlServer;
   ShellScriptRunner scripts;
+  XdgLoginItemService loginItems = loginItemService(QCoreApplication::applicationDirPath());
 };
 
 /// Where no tray shows the item, the panel is the only way to the program.

@@ -39,7 +39,11 @@ const QMap<QString, Opener>& openers() {
          openPanel(interface);
          interface.preferencesButtonPressed();
        }},
-      {QStringLiteral("about"), [](MainInterface& interface) { interface.showAboutScreen(); }},
+      {QStringLiteral("about"),
+       [](MainInterface& interface) {
+         interface.panel().close();
+         interface.showAboutScreen();
+       }},
   };
   return known;
 }
