@@ -86,7 +86,8 @@ Application::Application(const Platform& platform)
                                   m_notifications, platform.userNotifications, *m_cpuUsage, *m_largeApplications,
                                   platform.scripts, m_version, application_identity::kDisplayName,
                                   QStringLiteral(":/purge.sh")},
-          platform.statusItem, platform.appearance, *m_parts, platform.windowHints, *m_reportedCpuUsage})),
+          platform.statusItem, platform.appearance, *m_parts, platform.windowHints, *m_reportedCpuUsage,
+          m_startAtLogin})),
       m_delegate(m_notifications, m_startAtLogin) {
   m_reportedCpuInfo.getCPUUsage();  // the first report measures from here, not from the start of the machine
   connectControlServer();

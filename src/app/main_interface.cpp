@@ -1,5 +1,7 @@
 #include "app/main_interface.h"
 
+#include <QGuiApplication>
+#include <QScreen>
 #include <cmath>
 
 #include "app/about_window.h"
@@ -8,12 +10,16 @@
 #include "core/clock.h"
 #include "core/notification_center.h"
 #include "memory/memory_status.h"
+#include "menubar/panel_placement.h"
 #include "menubar/status_item_text.h"
 #include "menubar/summary_view.h"
 #include "platform/ports/appearance.h"
 #include "platform/ports/status_bar_item.h"
 #include "preferences/showcase_defaults.h"
 #include "preferences/stored_keys.h"
+#include "preferences/ui/autostart_popup_wc.h"
+#include "preferences/ui/autostart_window.h"
+#include "preferences/ui/preferences_window_controller.h"
 #include "widgets/clean_memory_button.h"
 #include "widgets/icon_button.h"
 
@@ -32,6 +38,7 @@ MainInterface::MainInterface(const MainInterfaceServices& services)
 MainInterface::~MainInterface() = default;
 
 void MainInterface::awakeFromNib() {
+  m_panel.setPanelWindowDelegate(this);
   m_panel.awakeFromNib();
   m_controller.initValues();
   initShowInfo();
@@ -79,6 +86,7 @@ void MainInterface::connectCommands() {
   connect(m_theMenu.get(), &MainMenu::onFreeMemory, &m_controller,
           [this] { m_controller.onFreeMemory(ZPPurgeController::Sender::CleanButton); });
   connect(m_theMenu.get(), &MainMenu::onTogglePanelInfo, this, &MainInterface::onTogglePanelInfo);
+  connect(m_theMenu.get(), &MainMenu::showPreferencesWindow, this, &MainInterface::showPreferencesWindow);
   connect(m_theMenu.get(), &MainMenu::showAboutScreen, this, &MainInterface::showAboutScreen);
   connect(m_theMenu.get(), &MainMenu::quitRequested, this, &MainInterface::quitRequested);
 }
@@ -117,6 +125,38 @@ void MainInterface::preferencesButtonPressed() {
   m_theMenu->validate(m_controller.isPurging(), m_panel.isVisible());
   const QPoint corner = m_panel.settingsButton().mapToGlobal(QPoint(0, m_panel.settingsButton().height()));
   m_theMenu->popup(corner + QPoint(-2, 5));
+}
+
+void MainInterface::showPreferencesWindow() {
+  if (!m_preferencesWindow) {
+    m_preferencesWindow = std::make_unique<PreferencesWindowController>(
+        m_services.purge.preferences, m_services.purge.defaults, m_services.startAtLogin);
+  }
+  m_preferencesWindow->showWindow();
+}
+
+void MainInterface::showAutostartPopupWindow(ByteCount cleanedSize) {
+  if (!AutostartPopupWC::shouldBeShown(m_services.startAtLogin)) return;
+  m_autostartPopup = std::make_unique<AutostartPopupWC>(m_services.purge.preferences, m_services.purge.defaults);
+  m_autostartPopup->setCleanedSize(cleanedSize);
+  AutostartWindow& window = m_autostartPopup->window();
+  placeBesideStatusItem(window);
+  window.show();
+  window.raise();
+}
+
+void MainInterface::placeBesideStatusItem(AutostartWindow& window) {
+  const std::optional<QRect> item = m_services.statusItem.geometry();
+  const QScreen* screen = item ? QGuiApplication::screenAt(item->center()) : nullptr;
+  const QRect available = (screen ? screen : m_panel.screen())->availableGeometry();
+  if (!item) {
+    window.move(panel_placement::cornerOf(available, window.size()));
+    return;
+  }
+  const auto place = panel_placement::besideItem(*item, window.size(), available);
+  const bool isBelowItem = place.edge == panel_placement::TriangleEdge::Top;
+  window.setPointer(isBelowItem ? Qt::TopEdge : Qt::BottomEdge, place.apex);
+  window.move(place.topLeft);
 }
 
 void MainInterface::showAboutScreen() {

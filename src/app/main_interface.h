@@ -13,7 +13,11 @@ namespace halvard {
 
 class AboutWindow;
 class Appearance;
+class AutostartPopupWC;
+class AutostartWindow;
 class MainMenu;
+class PreferencesWindowController;
+class RunAtLoginManager;
 class StatusBarItem;
 class WindowHints;
 
@@ -26,11 +30,15 @@ struct MainInterfaceServices {
   WindowHints& windowHints;
   /// For status reports alone, so that asking for one does not shorten what the automatic rule measures.
   CpuUsageSource& reportedCpuUsage;
+  RunAtLoginManager& startAtLogin;
 };
 
 /// Joins the memory controller with the status item, the panel and the menu, and carries out the commands of all three.
 /// Main thread.
-class MainInterface final : public QObject, public ControlHandler, private PurgeControllerView {
+class MainInterface final : public QObject,
+                            public ControlHandler,
+                            private PurgeControllerView,
+                            private PanelWindowDelegate {
   Q_OBJECT
 
  public:
@@ -49,7 +57,11 @@ class MainInterface final : public QObject, public ControlHandler, private Purge
   void showMainWindowAndMakeActive();
   void onTogglePanelInfo();
   void preferencesButtonPressed();
+  /// One that is visible already blinks.
+  void showPreferencesWindow();
   void showAboutScreen();
+  /// The offer to start at login, unless the program does already.
+  void showAutostartPopupWindow(ByteCount cleanedSize) override;
   /// Removes every stored setting.
   void resetUserDefaults();
 
@@ -70,6 +82,7 @@ class MainInterface final : public QObject, public ControlHandler, private Purge
   void connectCommands();
   void prepareCleanButton();
   void followStatusItemHost();
+  void placeBesideStatusItem(AutostartWindow& window);
 
   void beginProgressUpdate() override;
   void endProgressUpdate() override;
@@ -81,11 +94,14 @@ class MainInterface final : public QObject, public ControlHandler, private Purge
   void fillInfoPanel(const MemorySnapshot& snapshot) override;
   void fillLastCleanedLabelWithSize(std::int64_t size, const QString& timeDescription) override;
   void onPurgedMemory() override;
+  void panelWindowWantsToOpenPreferences() override { showPreferencesWindow(); }
 
   MainInterfaceServices m_services;
   StatusItemController m_statusItem;
   PanelWindow m_panel;
   std::unique_ptr<MainMenu> m_theMenu;
+  std::unique_ptr<PreferencesWindowController> m_preferencesWindow;
+  std::unique_ptr<AutostartPopupWC> m_autostartPopup;
   std::unique_ptr<AboutWindow> m_aboutWindow;
   ZPPurgeController m_controller;
   bool m_bShowInfo = true;

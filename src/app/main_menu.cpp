@@ -13,6 +13,8 @@ MainMenu::MainMenu(QWidget* parent) : QMenu(parent) {
   m_freeMemory = addAction(tr("Clean Memory"), this, &MainMenu::onFreeMemory);
   m_toggleInformation = addAction(QString(), this, &MainMenu::onTogglePanelInfo);
   addSeparator();
+  addAction(tr("Preferences..."), this, &MainMenu::showPreferencesWindow)->setShortcut(QStringLiteral("Ctrl+,"));
+  addSeparator();
   addAction(tr("About %1").arg(application_identity::kDisplayName), this, &MainMenu::showAboutScreen);
   addAction(tr("Quit %1").arg(application_identity::kDisplayName), this, &MainMenu::quitRequested);
 }

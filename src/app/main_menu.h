@@ -19,6 +19,7 @@ class MainMenu : public QMenu {
  Q_SIGNALS:
   void onFreeMemory();
   void onTogglePanelInfo();
+  void showPreferencesWindow();
   void showAboutScreen();
   void quitRequested();
 

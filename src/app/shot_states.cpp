@@ -39,6 +39,16 @@ const QMap<QString, Opener>& openers() {
          openPanel(interface);
          interface.preferencesButtonPressed();
        }},
+      {QStringLiteral("preferences"),
+       [](MainInterface& interface) {
+         interface.panel().close();
+         interface.showPreferencesWindow();
+       }},
+      {QStringLiteral("autostart"),
+       [](MainInterface& interface) {
+         interface.panel().close();
+         interface.showAutostartPopupWindow(1'288'490'189);
+       }},
       {QStringLiteral("about"),
        [](MainInterface& interface) {
          interface.panel().close();

@@ -64,5 +64,11 @@ QColor pressedColor() {
 QColor focusColor() {
   return {84, 160, 204};
 }
+QColor accentColor() {
+  return {35, 134, 178};
+}
+QColor controlOutlineColor() {
+  return {166, 182, 193};
+}
 
 }  // namespace halvard::ui_style

@@ -33,5 +33,8 @@ QColor hoverColor();
 QColor pressedColor();
 /// The ring around a control that has the keyboard.
 QColor focusColor();
+/// What is switched on, and the filled part of a slider; and the outline of what is not.
+QColor accentColor();
+QColor controlOutlineColor();
 
 }  // namespace halvard::ui_style
