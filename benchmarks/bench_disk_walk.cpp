@@ -225,5 +225,6 @@ int main(int argc, char** argv) {
   const Estimate estimate = estimateDuplicates(mixed, 1);
   std::printf("duplicate estimate: %zu files, %.1f bytes a file\n", estimate.files,
               static_cast<double>(estimate.bytes) / static_cast<double>(std::max<std::size_t>(estimate.files, 1)));
-  return program({"rm", "-rf", base})(), 0;
+  std::fflush(stdout);
+  program({"rm", "-rf", base})();
 }
