@@ -36,6 +36,7 @@ class Filling {
  private:
   /// Asks the guard, and waits as long as it says so and the limits allow.
   bool mayPin(ByteCount size) {
+    if (m_clock.monotonicNow() - m_started >= m_limits.fillInAll) return false;
     for (std::chrono::milliseconds waited = 0ms; isAlive(); waited += kOneWait) {
       const std::optional<GuardReadings> now = m_readings.read();
       if (!now) return false;
@@ -58,6 +59,7 @@ class Filling {
   WorkerPurgeableMemory::Limits m_limits;
   std::unique_ptr<WorkerProcess> m_worker;
   std::optional<GuardReadings> m_before;
+  const std::chrono::steady_clock::time_point m_started = m_clock.monotonicNow();
   std::chrono::milliseconds m_waited{0};
   std::uint32_t m_buffers = 0;
 };

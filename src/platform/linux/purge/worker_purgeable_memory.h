@@ -29,6 +29,9 @@ class WorkerPurgeableMemory : public PurgeableMemory {
     /// would have to wait longer are refused.
     std::chrono::milliseconds waitForBuffer = std::chrono::seconds(1);
     std::chrono::milliseconds waitInAll = std::chrono::seconds(30);
+    /// Longest time that a session fills: on a busy machine the worker, which gives way to everybody, gets little done,
+    /// and nobody watches a button for minutes. Buffers after that are refused.
+    std::chrono::milliseconds fillInAll = std::chrono::seconds(90);
   };
 
   /// `readings` and `clock` outlive this object and its sessions.
