@@ -100,7 +100,7 @@ class TestMemoryCommands : public QObject {
       MemoryCommands commands(machine.services(), nobody, captured.output(), true);
       VmStatistics64 after;
       after.internal_page_count = 900;
-      machine.memory.onOperation = [&](const std::string& operation) {
+      machine.memory.onOperation = [&machine, after](const std::string& operation) {
         if (operation == "discard") machine.host.setStatistics64(after);
       };
       machine.letFreeMemoryRise();
