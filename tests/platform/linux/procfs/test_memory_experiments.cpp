@@ -19,6 +19,7 @@
 
 #include "platform/linux/procfs/linux_host_statistics.h"
 #include "platform/linux/procfs/swap_devices.h"
+#include "support/zram_swap.h"
 
 using namespace halvard;
 
@@ -147,11 +148,6 @@ bool isNear(double value, double expected) {
   return false;
 }
 
-bool writeText(const char* path, const char* text) {
-  QFile file(QString::fromLatin1(path));
-  return file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && file.write(text) > 0;
-}
-
 QByteArray readText(const char* path) {
   QFile file(QString::fromLatin1(path));
   return file.open(QIODevice::ReadOnly) ? file.readAll().trimmed() : QByteArray();
@@ -162,31 +158,6 @@ double ownSwapMebibytes() {
   const qsizetype at = text.indexOf("VmSwap:");
   return at < 0 ? 0 : text.mid(at + 7).split('k').first().trimmed().toDouble() / 1024;
 }
-
-/// A zram swap device for the length of a test, when none is active and one is idle.
-class ZramSwap {
- public:
-  /// Empty on success, otherwise the reason for skipping.
-  QString prepare() {
-    const QByteArray swaps = readText("/proc/swaps");
-    if (swaps.contains("/dev/zram")) return {};
-    if (swaps.contains("/")) return QStringLiteral("swap is on something else than zram");
-    if (::geteuid() != 0) return QStringLiteral("no zram swap is active, and only root may set one up");
-    if (readText("/sys/block/zram0/disksize") != "0") return QStringLiteral("there is no idle /dev/zram0");
-    m_ours = writeText("/sys/block/zram0/disksize", "268435456") &&
-             QProcess::execute(QStringLiteral("mkswap"), {QStringLiteral("-q"), QStringLiteral("/dev/zram0")}) == 0 &&
-             ::swapon("/dev/zram0", 0) == 0;
-    return m_ours ? QString() : QStringLiteral("zram swap cannot be set up");
-  }
-  ~ZramSwap() {
-    if (!m_ours) return;
-    ::swapoff("/dev/zram0");
-    writeText("/sys/block/zram0/reset", "1");
-  }
-
- private:
-  bool m_ours = false;
-};
 
 }  // namespace
 
@@ -277,8 +248,8 @@ class TestMemoryExperiments : public QObject {
   }
 
   void memoryPagedOutToZramIsUsedOnlyByItsPool() {
-    ZramSwap swap;
-    if (const QString reason = swap.prepare(); !reason.isEmpty()) QSKIP(qPrintable(reason));
+    halvard::test::ZramSwap swap;
+    if (const QString reason = swap.start(std::uint64_t{256} << 20); !reason.isEmpty()) QSKIP(qPrintable(reason));
     std::unique_ptr<Block> block;
     double pagedOut = 0;
     int rounds = 0;
