@@ -122,6 +122,7 @@ void MainInterface::onTogglePanelInfo() {
 }
 
 void MainInterface::preferencesButtonPressed() {
+  m_theMenu->setInformation(status_item_text::information(m_controller.snapshot()));
   m_theMenu->validate(m_controller.isPurging(), m_panel.isVisible());
   const QPoint corner = m_panel.settingsButton().mapToGlobal(QPoint(0, m_panel.settingsButton().height()));
   m_theMenu->popup(corner + QPoint(-2, 5));
@@ -211,7 +212,7 @@ void MainInterface::showCleaningIcon() {
 
 void MainInterface::updateStatusItem(const MemorySnapshot& snapshot) {
   m_statusItem.updateStatusItem(snapshot);
-  m_theMenu->setInformation(status_item_text::information(snapshot));
+  if (m_theMenu->isVisible()) m_theMenu->setInformation(status_item_text::information(snapshot));
   if (m_panel.isVisible()) m_panel.updateContentData();
 }
 

@@ -147,6 +147,10 @@ void ZPPurgeController::showIfNeededNotificationWithCleanSize(ByteCount size) {
 }
 
 void ZPPurgeController::updateLastFreeLabel() {
+  // The text changes with a cleaning and at midnight, which is the end of a minute in every time zone.
+  const auto minute = floor<minutes>(m_services.clock.now());
+  const LastFreeLabel label(minute, m_tLastFreeTime, m_lLastPurgedSize);
+  if (std::exchange(m_lastFreeLabel, label) == label) return;
   const std::int64_t size = m_tLastFreeTime > 0 ? static_cast<std::int64_t>(m_lLastPurgedSize) : -1;
   m_view.fillLastCleanedLabelWithSize(size, timeDescriptionIfSameDay());
 }

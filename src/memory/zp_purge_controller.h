@@ -3,6 +3,7 @@
 #include <QObject>
 #include <QString>
 #include <chrono>
+#include <tuple>
 
 #include "core/jobs.h"
 #include "memory/memory_snapshot.h"
@@ -134,6 +135,9 @@ class ZPPurgeController final : public QObject,
   bool m_handPurge = false;
   ByteCount m_lLastPurgedSize = 0;
   double m_tLastFreeTime = 0;  // seconds since 2001-01-01 UTC
+  /// The minute in which the label was filled last, and the time and size of the cleaning that it named.
+  using LastFreeLabel = std::tuple<std::chrono::sys_time<std::chrono::minutes>, double, ByteCount>;
+  LastFreeLabel m_lastFreeLabel;
   std::int64_t m_lTicksFromLastFree = 0;
   /// The readings that a purge is measured against.
   struct Before {

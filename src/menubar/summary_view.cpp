@@ -1,6 +1,7 @@
 #include "menubar/summary_view.h"
 
 #include <QLabel>
+#include <utility>
 
 #include "core/size_format.h"
 #include "menubar/panel_layout.h"
@@ -76,6 +77,20 @@ void SummaryView::makeSubtitleClickable(bool clickable) {
 }
 
 void SummaryView::fillInfoPanelWithUsedMemoryPercent(double fraction, ByteCount usedSize, ByteCount totalSize) {
+  m_unshown = UsedMemory{fraction, usedSize, totalSize};
+  // The figures change every second, and most of the time nobody looks.
+  if (isVisible()) showUsedMemory();
+}
+
+void SummaryView::showEvent(QShowEvent* event) {
+  QWidget::showEvent(event);
+  showUsedMemory();
+}
+
+void SummaryView::showUsedMemory() {
+  const std::optional<UsedMemory> memory = std::exchange(m_unshown, std::nullopt);
+  if (!memory) return;
+  const auto [fraction, usedSize, totalSize] = *memory;
   setTextColor(*m_pInfoTitleLabel, fraction > kDangerThreshold ? ui_style::dangerColor() : ui_style::calmColor());
   setText(*m_pInfoTitleLabel, QString::asprintf("%2.0f%c", fraction * 100, '%'));
   m_pInfoUsedSizeString = tr("%1 used of %2").arg(sizeText(usedSize), sizeText(totalSize));

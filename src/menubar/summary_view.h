@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QWidget>
+#include <optional>
 
 #include "core/clock.h"
 #include "core/units.h"
@@ -25,7 +26,7 @@ class SummaryView : public QWidget {
 
   SummaryView(Clock& clock, HintWindow& hint, QWidget* parent = nullptr);
 
-  /// `fraction` is used / total; sizes are in bytes.
+  /// `fraction` is used / total; sizes are in bytes. While the view is hidden the figures are kept, and shown with it.
   void fillInfoPanelWithUsedMemoryPercent(double fraction, ByteCount usedSize, ByteCount totalSize);
   /// Bytes and "at 15:45"; nothing is shown for a size below 1 or an empty description.
   void fillLastCleanedLabelWithSize(std::int64_t size, const QString& timeDescription);
@@ -46,7 +47,17 @@ class SummaryView : public QWidget {
   const QLabel& cleanedSizeLabel() const { return *m_cleanedSizeLabel; }
   PieChartView& chart() { return *m_chart; }
 
+ protected:
+  void showEvent(QShowEvent* event) override;
+
  private:
+  struct UsedMemory {
+    double fraction;
+    ByteCount used;
+    ByteCount total;
+  };
+
+  void showUsedMemory();
   void setSubtitleLabel();
   void makeSubtitleClickable(bool clickable);
   void place(QWidget* control, int x, qreal y, int width, int height, bool animated);
@@ -57,6 +68,8 @@ class SummaryView : public QWidget {
   QLabel* m_listCaption;
   PieChartView* m_chart;
   CleanMemoryButton* m_pBtnFree;
+  /// What the labels do not show yet.
+  std::optional<UsedMemory> m_unshown;
   QString m_pInfoUsedSizeString;
   QString m_pInfoCleanedSizeString;
   ScheduledCall m_toggleBack;

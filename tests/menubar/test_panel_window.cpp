@@ -238,6 +238,9 @@ class TestPanelWindow : public QObject {
     Panel panel;
     panel.window.summary().fillInfoPanelWithUsedMemoryPercent(fraction, kGiB, 4 * kGiB);
     const QLabel& title = panel.window.summary().title();
+    // Nothing is filled in while nobody can see it.
+    QCOMPARE(title.text(), QString());
+    panel.window.show();
     QTEST(title.text(), "text");
     QTEST(title.palette().color(QPalette::WindowText), "color");
   }
@@ -247,6 +250,7 @@ class TestPanelWindow : public QObject {
     SummaryView& summary = panel.window.summary();
     const QString used = QStringLiteral("1.00 GB used of 4.00 GB");
     const QString cleaned = QStringLiteral("2.00 GB cleaned at 12:00");
+    panel.window.show();
     summary.fillInfoPanelWithUsedMemoryPercent(0.25, kGiB, 4 * kGiB);
     QCOMPARE(summary.subtitle().text(), used);
     summary.fillLastCleanedLabelWithSize(0, QStringLiteral("at 12:00"));

@@ -9,12 +9,18 @@ namespace halvard {
 namespace {
 
 constexpr std::chrono::milliseconds kPatience{1000};
+/// Between two texts of the tool tip.
+constexpr std::chrono::seconds kToolTipPause{5};
 
 }  // namespace
 
 DesktopStatusBarItem::DesktopStatusBarItem(StatusBarItem& preferred, MakeSubstitute makeSubstitute, Clock& clock,
                                            QObject* parent)
-    : StatusBarItem(parent), m_preferred(preferred), m_makeSubstitute(std::move(makeSubstitute)), m_clock(clock) {
+    : StatusBarItem(parent),
+      m_preferred(preferred),
+      m_makeSubstitute(std::move(makeSubstitute)),
+      m_clock(clock),
+      m_toolTipPause(clock) {
   connect(&m_preferred, &StatusBarItem::activated, this, &DesktopStatusBarItem::preferredActivated);
   connect(&m_preferred, &StatusBarItem::shownChanged, this, &DesktopStatusBarItem::preferredChanged);
   preferredChanged();
@@ -47,9 +53,17 @@ void DesktopStatusBarItem::setAlternateTitle(const AttributedTitle& title) {
 }
 
 void DesktopStatusBarItem::setToolTip(const QString& toolTip) {
+  if (toolTip == m_toolTip) return;
   m_toolTip = toolTip;
-  m_preferred.setToolTip(toolTip);
-  if (m_substitute) m_substitute->setToolTip(toolTip);
+  if (!m_toolTipPause.isPending()) passToolTip();
+}
+
+void DesktopStatusBarItem::passToolTip() {
+  m_preferred.setToolTip(m_toolTip);
+  if (m_substitute) m_substitute->setToolTip(m_toolTip);
+  m_toolTipPause.start(kToolTipPause, [this, passed = m_toolTip] {
+    if (passed != m_toolTip) passToolTip();
+  });
 }
 
 std::optional<QRect> DesktopStatusBarItem::geometry() const {

@@ -27,6 +27,8 @@ class DesktopStatusBarItem : public StatusBarItem {
   void setAlternateImage(const QString& imageName) override;
   void setTitle(const AttributedTitle& title) override;
   void setAlternateTitle(const AttributedTitle& title) override;
+  /// At most one text in five seconds is passed on, the newest: a host reads the whole item anew for each, and on a
+  /// busy machine the figures of the text change every second.
   void setToolTip(const QString& toolTip) override;
   std::optional<QRect> geometry() const override;
   /// False at first: hosts answer a moment after the start.
@@ -37,10 +39,12 @@ class DesktopStatusBarItem : public StatusBarItem {
   void preferredChanged();
   void substituteIfNeeded();
   void updateShown();
+  void passToolTip();
 
   StatusBarItem& m_preferred;
   MakeSubstitute m_makeSubstitute;
   Clock& m_clock;
+  ScheduledCall m_toolTipPause;
   std::unique_ptr<StatusBarItem> m_substitute;
   /// Exists while the preferred item has its second; its end cancels the wait.
   std::unique_ptr<QObject> m_wait;

@@ -48,6 +48,24 @@ class TestDesktopStatusBarItem : public QObject {
     QCOMPARE(m_preferred->toolTip.value, QStringLiteral("text"));
   }
 
+  void aToolTipThatKeepsChangingIsPassedOnEveryFiveSeconds() {
+    const auto item = makeItem(true);
+    item->setToolTip(QStringLiteral("1"));
+    item->setToolTip(QStringLiteral("2"));
+    item->setToolTip(QStringLiteral("3"));
+    m_clock.advance(4999ms);
+    QCOMPARE(m_preferred->toolTip.value, QStringLiteral("1"));
+    m_clock.advance(1ms);
+    QCOMPARE(m_preferred->toolTip.value, QStringLiteral("3"));
+    // The pause holds after a late text too, and ends where nothing has changed.
+    item->setToolTip(QStringLiteral("4"));
+    QCOMPARE(m_preferred->toolTip.value, QStringLiteral("3"));
+    m_clock.advance(10s);
+    QCOMPARE(m_preferred->toolTip.value, QStringLiteral("4"));
+    item->setToolTip(QStringLiteral("5"));
+    QCOMPARE(m_preferred->toolTip.value, QStringLiteral("5"));
+  }
+
   void aSubstituteTakesOverAfterASecondWithAllThatWasSet() {
     const auto item = makeItem(false);
     const QSignalSpy shown(item.get(), &StatusBarItem::shownChanged);
