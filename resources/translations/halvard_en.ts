@@ -13,4 +13,38 @@ Click Relaunch to launch the application again. Click Report Us to see more deta
 Click Relaunch to launch the application again. Click Report Us to see more details and send report to the developers for improving the application.</translation>
     </message>
 </context>
+<context>
+    <name>halvard::EmailGenerator</name>
+    <message>
+        <source>
+
+Sent from:
+#appname# v#appversion#
+OS X #osversion#
+</source>
+        <translation>
+
+Sent from:
+#appname# v#appversion#
+Linux #osversion#
+</translation>
+    </message>
+</context>
+<context>
+    <name>halvard::PromoManager</name>
+    <message>
+        <source>
+
+Sent from:
+#appname# v#appversion#
+OS X #osversion#
+</source>
+        <translation>
+
+Sent from:
+#appname# v#appversion#
+Linux #osversion#
+</translation>
+    </message>
+</context>
 </TS>

@@ -6,6 +6,7 @@
 #include "core/application_identity.h"
 #include "memory/memory_status.h"
 #include "process_manager/ui/process_tableview_controller.h"
+#include "promo/ui/viewer_page_window.h"
 
 namespace halvard {
 
@@ -35,12 +36,14 @@ class Application::Parts : public PanelParts {
  public:
   explicit Parts(ProcessesManager& processes) : m_processes(processes) {}
 
+  void setPromoManager(const PromoManager& promoManager) { m_promoManager = &promoManager; }
+
   std::unique_ptr<PanelProcessList> makeProcessList(QWidget* parent) override {
     return std::make_unique<List>(
         m_processes, [this] { return isCanShowAds(); }, parent);
   }
   std::unique_ptr<PanelDiskUsage> makeDiskUsage(QWidget*) override { return nullptr; }
-  bool isCanShowAds() const override { return true; }
+  bool isCanShowAds() const override { return m_promoManager && m_promoManager->isCanShowAds(); }
   bool startsWithDiskUsage() const override { return false; }
 
  private:
@@ -56,6 +59,7 @@ class Application::Parts : public PanelParts {
   };
 
   ProcessesManager& m_processes;
+  const PromoManager* m_promoManager = nullptr;
 };
 
 namespace {
@@ -80,6 +84,7 @@ Application::Application(const Platform& platform)
       m_tracker(m_processes, m_notifications, platform.clock),
       m_largeApplications(std::make_unique<TrackerWatch>(m_tracker)),
       m_purgeManager(platform.purgeHostStatistics, platform.purgeableMemory, platform.clock),
+      m_branding(Branding::load(Branding::systemConfigDirectories())),
       m_parts(std::make_unique<Parts>(m_processes)),
       m_interface(std::make_unique<MainInterface>(MainInterfaceServices{
           PurgeControllerServices{platform.hostStatistics, m_purgeManager, m_preferences, m_defaults, platform.clock,
@@ -96,10 +101,24 @@ Application::Application(const Platform& platform)
 Application::~Application() = default;
 
 void Application::start(const QStringList& arguments) {
+  makePromotion();
   m_interface->awakeFromNib();
   m_platform.controlServer.start(*m_interface);
   m_delegate.applicationDidFinishLaunching(arguments);
   m_delegate.applicationDidBecomeActive();
+  m_promotion->start();
+}
+
+void Application::makePromotion() {
+  m_promotion =
+      std::make_unique<Promotion>(PromotionServices{m_platform.promotion, m_platform.clock, m_defaults, m_notifications,
+                                                    m_platform.userNotifications, m_branding},
+                                  pageWindowMaker());
+  m_parts->setPromoManager(m_promotion->manager());
+  m_interface->setPromotion(*m_promotion);
+  connect(m_promotion.get(), &Promotion::mainWindowRequested, this,
+          [this] { MainInterface::ShowMainWindowAndMakeActive(m_notifications); });
+  connect(m_promotion.get(), &Promotion::diskUsageRequested, m_interface.get(), &MainInterface::showDiskUsage);
 }
 
 void Application::connectControlServer() {

@@ -3,7 +3,9 @@
 #include <memory>
 
 #include "app/main_interface.h"
+#include "app/promotion.h"
 #include "app/zp_app_delegate.h"
+#include "branding/branding.h"
 #include "core/macos_version.h"
 #include "core/notification_center.h"
 #include "login/run_at_login_manager.h"
@@ -38,6 +40,7 @@ struct Platform {
   ControlServer& controlServer;
   ScriptRunner& scripts;
   LoginItemService& loginItems;
+  PromotionPlatform promotion;
 };
 
 /// The composition root: makes every service once, in the order of the members, and hands it on by reference.
@@ -54,6 +57,7 @@ class Application : public QObject {
 
   MainInterface& interface() { return *m_interface; }
   NotificationCenter& notifications() { return m_notifications; }
+  ShowcaseDefaults& defaults() { return m_defaults; }
 
  private:
   class TrackerWatch;
@@ -61,6 +65,7 @@ class Application : public QObject {
   class Parts;
 
   void connectControlServer();
+  void makePromotion();
 
   Platform m_platform;
   MacOSVersion m_version;
@@ -76,7 +81,9 @@ class Application : public QObject {
   ProcessTracker m_tracker;
   std::unique_ptr<TrackerWatch> m_largeApplications;
   PurgeManager m_purgeManager;
+  Branding m_branding;
   std::unique_ptr<Parts> m_parts;
+  std::unique_ptr<Promotion> m_promotion;
   std::unique_ptr<MainInterface> m_interface;
   ZPAppDelegate m_delegate;
 };

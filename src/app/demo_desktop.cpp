@@ -18,17 +18,7 @@ PageCount pages(std::int64_t bytes) {
 
 }  // namespace
 
-DemoDesktop::DemoDesktop(StatusBarItem& statusItem, WindowHints& windowHints, Appearance& appearance,
-                         UserNotificationCenter& userNotifications, ControlServer& controlServer, ScriptRunner& scripts,
-                         ProcessInformation& processInformation)
-    : m_statusItem(statusItem),
-      m_windowHints(windowHints),
-      m_appearance(appearance),
-      m_userNotifications(userNotifications),
-      m_controlServer(controlServer),
-      m_scripts(scripts),
-      m_processInformation(processInformation),
-      m_idleBytes(kIdleBytesAtFirst) {
+DemoDesktop::DemoDesktop(const Platform& real) : m_real(real), m_idleBytes(kIdleBytesAtFirst) {
   m_hostStatistics.setPhysicalMemory(kPhysical);
   m_purgeHostStatistics.setPhysicalMemory(kPhysical);
   m_purgeableMemory.onOperation = [this](const std::string& operation) {
@@ -36,6 +26,8 @@ DemoDesktop::DemoDesktop(StatusBarItem& statusItem, WindowHints& windowHints, Ap
     if (operation == "begin") m_clock.sleepFor(std::chrono::milliseconds(2));
   };
   addApplications();
+  // Whoever starts the demo wants to see the panel.
+  ShowcaseDefaults(m_defaultsStore, m_clock, {}).notifyShowcaseDialogDataThatShowedAutomaticallyVersion(0);
   connect(&m_breath, &QTimer::timeout, this, &DemoDesktop::breathe);
   m_breath.start(500);
   breathe();
@@ -77,19 +69,20 @@ Platform DemoDesktop::platform() {
           m_hostStatistics,
           m_purgeHostStatistics,
           m_processorTicks,
-          m_processInformation,
+          m_real.processInformation,
           m_purgeableMemory,
           m_processTable,
           m_runningApplications,
           m_defaultsStore,
-          m_statusItem,
-          m_windowHints,
-          m_appearance,
-          m_userNotifications,
+          m_real.statusItem,
+          m_real.windowHints,
+          m_real.appearance,
+          m_real.userNotifications,
           m_distributedNotifications,
-          m_controlServer,
-          m_scripts,
-          m_loginItems};
+          m_real.controlServer,
+          m_real.scripts,
+          m_loginItems,
+          {m_real.promotion.workspace, m_fetcher, m_beacon, m_real.promotion.unpacker, m_volumes, std::nullopt}};
 }
 
 }  // namespace halvard

@@ -9,7 +9,10 @@
 #include "platform/fake/fake_defaults_store.h"
 #include "platform/fake/fake_distributed_notification_center.h"
 #include "platform/fake/fake_host_statistics.h"
+#include "platform/fake/fake_http_beacon.h"
+#include "platform/fake/fake_http_fetcher.h"
 #include "platform/fake/fake_login_item_service.h"
+#include "platform/fake/fake_mounted_volumes.h"
 #include "platform/fake/fake_process_table.h"
 #include "platform/fake/fake_processor_ticks.h"
 #include "platform/fake/fake_purgeable_memory.h"
@@ -23,10 +26,8 @@ class DemoDesktop : public QObject {
   Q_OBJECT
 
  public:
-  /// The machine, shown by the given real parts of the desktop.
-  DemoDesktop(StatusBarItem& statusItem, WindowHints& windowHints, Appearance& appearance,
-              UserNotificationCenter& userNotifications, ControlServer& controlServer, ScriptRunner& scripts,
-              ProcessInformation& processInformation);
+  /// The machine, shown by the visible parts of the real one.
+  explicit DemoDesktop(const Platform& real);
 
   Platform platform();
 
@@ -34,13 +35,7 @@ class DemoDesktop : public QObject {
   void breathe();
   void addApplications();
 
-  StatusBarItem& m_statusItem;
-  WindowHints& m_windowHints;
-  Appearance& m_appearance;
-  UserNotificationCenter& m_userNotifications;
-  ControlServer& m_controlServer;
-  ScriptRunner& m_scripts;
-  ProcessInformation& m_processInformation;
+  const Platform m_real;
   SystemClock m_clock;
   FakeHostStatistics m_hostStatistics;
   FakeHostStatistics m_purgeHostStatistics;
@@ -51,6 +46,9 @@ class DemoDesktop : public QObject {
   FakeDefaultsStore m_defaultsStore;
   FakeDistributedNotificationCenter m_distributedNotifications;
   FakeLoginItemService m_loginItems;
+  FakeHttpFetcher m_fetcher;
+  FakeHttpBeacon m_beacon;
+  FakeMountedVolumes m_volumes;
   QTimer m_breath;
   int m_breaths = 0;
   /// Bytes of application memory that a purge may still page out.

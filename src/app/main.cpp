@@ -1,6 +1,7 @@
 #include <QApplication>
 #include <QDBusConnection>
 #include <QIcon>
+#include <QStandardPaths>
 #include <cstdio>
 #include <optional>
 
@@ -20,6 +21,10 @@
 #include "platform/linux/dbus/dbus_user_notification_center.h"
 #include "platform/linux/dbus/portal_appearance.h"
 #include "platform/linux/dbus/status_notifier_item.h"
+#include "platform/linux/gio/gio_workspace.h"
+#include "platform/linux/minizip/minizip_unpacker.h"
+#include "platform/linux/network/qt_http_fetcher.h"
+#include "platform/linux/network/ssl_beacon.h"
 #include "platform/linux/processes/linux_process_information.h"
 #include "platform/linux/processes/linux_process_table.h"
 #include "platform/linux/procfs/linux_host_statistics.h"
@@ -28,6 +33,7 @@
 #include "platform/linux/session/shell_script_runner.h"
 #include "platform/linux/session/termination_signals.h"
 #include "platform/linux/sqlite/sqlite_defaults_store.h"
+#include "platform/linux/volumes/linux_mounted_volumes.h"
 #include "platform/linux/xdg/halvard_login_jobs.h"
 #include "widgets/application_icon.h"
 #include "widgets/status_image.h"
@@ -50,6 +56,16 @@ bool hasDisplay() {
     if (!qEnvironmentVariableIsEmpty(name)) return true;
   }
   return false;
+}
+
+/// Says nothing about the user or the machine.
+QByteArray userAgent() {
+  return QByteArrayLiteral("Halvard/" HALVARD_VERSION);
+}
+
+std::optional<QString> dataFolder() {
+  const QString folder = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+  return folder.isEmpty() ? std::nullopt : std::optional(folder);
 }
 
 /// Every adapter of a real Linux desktop, in the order in which they need one another.
@@ -82,7 +98,8 @@ struct LinuxDesktop {
             distributedNotifications,
             controlServer,
             scripts,
-            loginItems};
+            loginItems,
+            {workspace, fetcher, beacon, unpacker, volumes, dataFolder()}};
   }
 
   SystemClock clock;
@@ -105,6 +122,11 @@ struct LinuxDesktop {
   DBusControlServer controlServer;
   ShellScriptRunner scripts;
   XdgLoginItemService loginItems = loginItemService(QCoreApplication::applicationDirPath());
+  GioWorkspace workspace;
+  QtHttpFetcher fetcher{userAgent()};
+  SslBeacon beacon{userAgent()};
+  MinizipUnpacker unpacker;
+  LinuxMountedVolumes volumes;
 };
 
 /// Where no tray shows the item, the panel is the only way to the program.
@@ -128,6 +150,8 @@ bool openShotState(Clock& clock, Application& program) {
                  qPrintable(shot_states::names()));
     return false;
   }
+  // It comes by itself at the first start, and a picture shows one state.
+  program.defaults().notifyShowcaseDialogDataThatShowedAutomaticallyVersion(0);
   clock.callAfter(std::chrono::seconds(2), &program,
                   [state, &program] { shot_states::open(state, program.interface()); });
   return true;
@@ -154,8 +178,7 @@ int run(QApplication& application, const QStringList& arguments) {
   fallManager.start();
   std::optional<DemoDesktop> demo;
   if (arguments.contains(QStringLiteral("--demo"))) {
-    demo.emplace(desktop.statusItem, desktop.windowHints, desktop.appearance, desktop.userNotifications,
-                 desktop.controlServer, desktop.scripts, desktop.processInformation);
+    demo.emplace(desktop.platform());
   }
   Application program(demo ? demo->platform() : desktop.platform());
   QObject::connect(&program.interface(), &MainInterface::quitRequested, &application, &QApplication::quit);

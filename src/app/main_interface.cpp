@@ -6,6 +6,7 @@
 
 #include "app/about_window.h"
 #include "app/main_menu.h"
+#include "app/promotion.h"
 #include "core/application_identity.h"
 #include "core/clock.h"
 #include "core/notification_center.h"
@@ -37,6 +38,10 @@ MainInterface::MainInterface(const MainInterfaceServices& services)
 
 MainInterface::~MainInterface() = default;
 
+void MainInterface::setPromotion(Promotion& promotion) {
+  m_promotion = &promotion;
+}
+
 void MainInterface::awakeFromNib() {
   m_panel.setPanelWindowDelegate(this);
   m_panel.awakeFromNib();
@@ -45,6 +50,7 @@ void MainInterface::awakeFromNib() {
   m_controller.startLargeApplicationRule();
   addObservers();
   connectCommands();
+  updatePreferencesButton();
   m_controller.startRefreshChain();
   prepareCleanButton();
   followStatusItemHost();
@@ -71,6 +77,8 @@ void MainInterface::addObservers() {
   for (const QString& name : {kShowWindowAfterStart, kShowMainWindowAndMakeActive}) {
     notifications.addObserver(name, this, [this](const QVariant&) { showMainWindowAndMakeActive(); });
   }
+  notifications.addObserver(NewsDialogWC::NewsHtmlChangedNotificationName(), this,
+                            [this](const QVariant&) { updatePreferencesButton(); });
   connect(&m_panel, &PanelWindow::willClose, this, [this] {
     if (m_bShowInfo) saveShowInfoState(false);
   });
@@ -86,6 +94,9 @@ void MainInterface::connectCommands() {
   connect(m_theMenu.get(), &MainMenu::onFreeMemory, &m_controller,
           [this] { m_controller.onFreeMemory(ZPPurgeController::Sender::CleanButton); });
   connect(m_theMenu.get(), &MainMenu::onTogglePanelInfo, this, &MainInterface::onTogglePanelInfo);
+  connect(m_theMenu.get(), &MainMenu::newsButtonPressed, this, &MainInterface::newsButtonPressed);
+  connect(m_theMenu.get(), &MainMenu::showOptimizationTools, m_promotion, &Promotion::showOptimizationTools);
+  connect(m_theMenu.get(), &MainMenu::rateButtonPressed, m_promotion, &Promotion::rateButtonPressed);
   connect(m_theMenu.get(), &MainMenu::showPreferencesWindow, this, &MainInterface::showPreferencesWindow);
   connect(m_theMenu.get(), &MainMenu::showAboutScreen, this, &MainInterface::showAboutScreen);
   connect(m_theMenu.get(), &MainMenu::quitRequested, this, &MainInterface::quitRequested);
@@ -126,6 +137,27 @@ void MainInterface::preferencesButtonPressed() {
   m_theMenu->validate(m_controller.isPurging(), m_panel.isVisible());
   const QPoint corner = m_panel.settingsButton().mapToGlobal(QPoint(0, m_panel.settingsButton().height()));
   m_theMenu->popup(corner + QPoint(-2, 5));
+  m_theMenu->setFreshNews(m_promotion->manager().isHasFreshNews());
+}
+
+void MainInterface::newsButtonPressed() {
+  const IconButton& button = m_panel.settingsButton();
+  m_promotion->newsButtonPressed({button.mapToGlobal(QPoint(0, 0)), button.size()}, button.screen()->geometry());
+  updatePreferencesButton();
+}
+
+void MainInterface::updatePreferencesButton() {
+  const bool fresh = m_promotion->manager().isHasFreshNews();
+  m_panel.settingsButton().setPicture(fresh ? IconButton::Picture::SettingsNews : IconButton::Picture::Settings);
+  m_theMenu->setFreshNews(fresh);
+}
+
+void MainInterface::showDiskUsage() {
+  const auto diskUsage = std::uint64_t{PanelWindow::AdFlag} | PanelWindow::DetailedAdFlag;
+  if ((m_panel.windowState() & diskUsage) != diskUsage) {
+    m_panel.changeWindowStateTo(m_panel.windowState() | diskUsage, false);
+  }
+  showMainWindowAndMakeActive();
 }
 
 void MainInterface::showPreferencesWindow() {
@@ -158,6 +190,18 @@ void MainInterface::placeBesideStatusItem(AutostartWindow& window) {
   const bool isBelowItem = place.edge == panel_placement::TriangleEdge::Top;
   window.setPointer(isBelowItem ? Qt::TopEdge : Qt::BottomEdge, place.apex);
   window.move(place.topLeft);
+}
+
+void MainInterface::showRateDialogAutomaticallyIfNeeded() {
+  m_promotion->showRateDialogAutomaticallyIfNeeded();
+}
+
+void MainInterface::panelWindowHidesNews() {
+  m_promotion->hideNews();
+}
+
+bool MainInterface::panelWindowHasPageOpen() const {
+  return m_promotion->hasPageOpen();
 }
 
 void MainInterface::showAboutScreen() {

@@ -17,6 +17,7 @@ class AutostartPopupWC;
 class AutostartWindow;
 class MainMenu;
 class PreferencesWindowController;
+class Promotion;
 class RunAtLoginManager;
 class StatusBarItem;
 class WindowHints;
@@ -48,6 +49,10 @@ class MainInterface final : public QObject,
   explicit MainInterface(const MainInterfaceServices& services);
   ~MainInterface() override;
 
+  /// Before awakeFromNib(). `promotion` outlives the interface.
+  void setPromotion(Promotion& promotion);
+  Promotion& promotion() { return *m_promotion; }
+
   /// Everything that happens once when the interface is there: first figures, item, observers, first refresh.
   void awakeFromNib();
 
@@ -57,11 +62,16 @@ class MainInterface final : public QObject,
   void showMainWindowAndMakeActive();
   void onTogglePanelInfo();
   void preferencesButtonPressed();
+  /// Opens the news next to the settings button.
+  void newsButtonPressed();
+  /// Opens the panel with its disk section.
+  void showDiskUsage();
   /// One that is visible already blinks.
   void showPreferencesWindow();
   void showAboutScreen();
   /// The offer to start at login, unless the program does already.
   void showAutostartPopupWindow(ByteCount cleanedSize) override;
+  void showRateDialogAutomaticallyIfNeeded() override;
   /// Removes every stored setting.
   void resetUserDefaults();
 
@@ -81,6 +91,7 @@ class MainInterface final : public QObject,
   void addObservers();
   void connectCommands();
   void prepareCleanButton();
+  void updatePreferencesButton();
   void followStatusItemHost();
   void placeBesideStatusItem(AutostartWindow& window);
 
@@ -95,8 +106,11 @@ class MainInterface final : public QObject,
   void fillLastCleanedLabelWithSize(std::int64_t size, const QString& timeDescription) override;
   void onPurgedMemory() override;
   void panelWindowWantsToOpenPreferences() override { showPreferencesWindow(); }
+  void panelWindowHidesNews() override;
+  bool panelWindowHasPageOpen() const override;
 
   MainInterfaceServices m_services;
+  Promotion* m_promotion = nullptr;
   StatusItemController m_statusItem;
   PanelWindow m_panel;
   std::unique_ptr<MainMenu> m_theMenu;

@@ -2,6 +2,7 @@
 
 #include "core/application_identity.h"
 #include "widgets/menu_style.h"
+#include "widgets/news_icon.h"
 
 namespace halvard {
 
@@ -13,10 +14,15 @@ MainMenu::MainMenu(QWidget* parent) : QMenu(parent) {
   m_freeMemory = addAction(tr("Clean Memory"), this, &MainMenu::onFreeMemory);
   m_toggleInformation = addAction(QString(), this, &MainMenu::onTogglePanelInfo);
   addSeparator();
+  m_newsButton = addAction(tr("News"), this, &MainMenu::newsButtonPressed);
+  addAction(tr("Optimization Tools..."), this, &MainMenu::showOptimizationTools);
+  m_rate = addAction(tr("Rate %1...").arg(application_identity::kDisplayName), this, &MainMenu::rateButtonPressed);
+  addSeparator();
   addAction(tr("Preferences..."), this, &MainMenu::showPreferencesWindow)->setShortcut(QStringLiteral("Ctrl+,"));
   addSeparator();
   addAction(tr("About %1").arg(application_identity::kDisplayName), this, &MainMenu::showAboutScreen);
   addAction(tr("Quit %1").arg(application_identity::kDisplayName), this, &MainMenu::quitRequested);
+  setFreshNews(false);
 }
 
 void MainMenu::setInformation(const QString& text) {
@@ -26,6 +32,12 @@ void MainMenu::setInformation(const QString& text) {
 void MainMenu::validate(bool isPurging, bool isPanelVisible) {
   m_freeMemory->setEnabled(!isPurging);
   m_toggleInformation->setText(isPanelVisible ? tr("Hide Information") : tr("Show Information"));
+  // Whatever the state: the rate dialog comes by its own rules.
+  m_rate->setVisible(false);
+}
+
+void MainMenu::setFreshNews(bool fresh) {
+  m_newsButton->setIcon(newsIcon(fresh));
 }
 
 }  // namespace halvard

@@ -15,10 +15,15 @@ class MainMenu : public QMenu {
   void setInformation(const QString& text);
   /// What the items may do now; called before the menu opens.
   void validate(bool isPurging, bool isPanelVisible);
+  /// The picture beside the news.
+  void setFreshNews(bool fresh);
 
  Q_SIGNALS:
   void onFreeMemory();
   void onTogglePanelInfo();
+  void newsButtonPressed();
+  void showOptimizationTools();
+  void rateButtonPressed();
   void showPreferencesWindow();
   void showAboutScreen();
   void quitRequested();
@@ -27,6 +32,8 @@ class MainMenu : public QMenu {
   QAction* m_miInfo;
   QAction* m_freeMemory;
   QAction* m_toggleInformation;
+  QAction* m_newsButton;
+  QAction* m_rate;
 };
 
 }  // namespace halvard

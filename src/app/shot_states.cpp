@@ -4,7 +4,9 @@
 #include <functional>
 
 #include "app/main_interface.h"
+#include "app/promotion.h"
 #include "menubar/summary_view.h"
+#include "promo/ui/rate_dialog_view.h"
 
 namespace halvard::shot_states {
 namespace {
@@ -18,6 +20,33 @@ void openPanel(MainInterface& interface) {
 void openDetailed(MainInterface& interface) {
   openPanel(interface);
   interface.panel().changeWindowStateTo(interface.panel().windowState() | PanelWindow::DetailedFlag, false);
+}
+
+/// With this many stars golden, as under the pointer.
+void openRateDialog(MainInterface& interface, int stars) {
+  interface.panel().close();
+  interface.promotion().services().defaults.setCleanedSize(13'421'772'800);
+  interface.promotion().rateDialog().pleaseShowWindowSafe();
+  interface.promotion().rateDialog().view()->fillStars(stars);
+}
+
+/// A disk that is nearly full, whatever those of this machine are like.
+struct FullDisk : MountedVolumes {
+  std::optional<std::vector<MountedVolume>> mountedLocalVolumes() override {
+    return {{{QStringLiteral("/home"), QStringLiteral("home"), QStringLiteral("ext4"), true}}};
+  }
+  std::optional<VolumeSpace> spaceAtPath(const QString&) override {
+    return VolumeSpace{512'110'190'592, 3'650'722'201};
+  }
+  std::optional<QString> startupDiskFreeSize() override { return std::nullopt; }
+};
+
+void warnOfFullDisk(MainInterface& interface) {
+  openPanel(interface);
+  const PromotionServices& services = interface.promotion().services();
+  FullDisk disk;
+  PromoFreeSpaceChecker checker(disk, services.defaults, services.clock, std::chrono::seconds(0));
+  FreeSpaceWarning(checker, services.defaults, services.userNotifications, services.clock).start();
 }
 
 const QMap<QString, Opener>& openers() {
@@ -49,6 +78,20 @@ const QMap<QString, Opener>& openers() {
          interface.panel().close();
          interface.showAutostartPopupWindow(1'288'490'189);
        }},
+      {QStringLiteral("news"),
+       [](MainInterface& interface) {
+         openPanel(interface);
+         interface.newsButtonPressed();
+       }},
+      {QStringLiteral("showcase"),
+       [](MainInterface& interface) {
+         interface.panel().close();
+         interface.promotion().showOptimizationTools();
+       }},
+      {QStringLiteral("rate"), [](MainInterface& interface) { openRateDialog(interface, 0); }},
+      {QStringLiteral("rate-poor"), [](MainInterface& interface) { openRateDialog(interface, 2); }},
+      {QStringLiteral("rate-good"), [](MainInterface& interface) { openRateDialog(interface, 5); }},
+      {QStringLiteral("full-disk"), warnOfFullDisk},
       {QStringLiteral("about"),
        [](MainInterface& interface) {
          interface.panel().close();

@@ -131,6 +131,7 @@ void PanelWindow::closeButtonPressed() {
 
 void PanelWindow::processActionOfStatusItem(bool canBeClosed) {
   if (isVisible()) {
+    if (m_panelWindowDelegate) m_panelWindowDelegate->panelWindowHidesNews();
     if (isLocked()) {
       if (canBeClosed) close();
       return;
@@ -231,6 +232,7 @@ bool PanelWindow::event(QEvent* event) {
 
 void PanelWindow::windowDidResignKey() {
   if (!isVisible() || !isLocked() || QGuiApplication::applicationState() == Qt::ApplicationActive) return;
+  if (m_panelWindowDelegate && m_panelWindowDelegate->panelWindowHasPageOpen()) return;
   m_closedByFocusLoss = m_clock.monotonicNow();
   close();
 }

@@ -33,6 +33,10 @@ class PanelWindowDelegate : public WeakTarget {
  public:
   virtual ~PanelWindowDelegate() = default;
   virtual void panelWindowWantsToOpenPreferences() = 0;
+  /// The status item was clicked while the panel is open.
+  virtual void panelWindowHidesNews() {}
+  /// True while the news or the showcase are open: the panel does not close when they take the keyboard.
+  virtual bool panelWindowHasPageOpen() const { return false; }
 };
 
 /// The drop-down panel: attached ("locked") to the status item, with a triangle that points at it and closing when the

@@ -87,13 +87,9 @@ std::unique_ptr<HTMLDownloader> PromoManager::createAdsDownloader() {
 }
 
 std::unique_ptr<HTMLDownloader> PromoManager::createShowcaseDownloader() {
-  HTMLDownloaderInitData data = commonData();
+  HTMLDownloaderInitData data = pageData(QStringLiteral("showcase"), {713, 356});
   ShowcaseDefaults::initShowcaseDownloaderData(data);
   data.htmlChangedNotificationName = kShowcaseHtmlChanged;
-  data.embedded_width = 713;
-  data.embedded_height = 356;
-  data.embedded_folder = kResourceFolder + QStringLiteral("/pages/showcase");
-  data.embedded_file_name = data.file_name_to_load = QStringLiteral("showcase.html");
   data.xml_url = m_settings.getShowcaseXMLWebURL();
   data.xml_root_tag = QStringLiteral("show_case");
   data.html_folder_prefix = QStringLiteral("Showcase_v");
@@ -101,22 +97,22 @@ std::unique_ptr<HTMLDownloader> PromoManager::createShowcaseDownloader() {
 }
 
 std::unique_ptr<HTMLDownloader> PromoManager::createNewsDownloader() {
-  HTMLDownloaderInitData data = commonData();
+  HTMLDownloaderInitData data = pageData(QStringLiteral("news"), {382, 337});
   ShowcaseDefaults::initNewsDownloaderData(data);
   data.htmlChangedNotificationName = kNewsHtmlChanged;
-  data.embedded_width = 382;
-  data.embedded_height = 337;
-  data.embedded_folder = kResourceFolder + QStringLiteral("/pages/news");
-  data.embedded_file_name = data.file_name_to_load = QStringLiteral("news.html");
   data.xml_url = m_settings.getNewsXMLWebURL();
   data.xml_root_tag = QStringLiteral("news");
   data.html_folder_prefix = QStringLiteral("News2_v");
   return downloader(std::move(data));
 }
 
-HTMLDownloaderInitData PromoManager::commonData() const {
+HTMLDownloaderInitData PromoManager::pageData(const QString& name, QSize embeddedSize) const {
   HTMLDownloaderInitData data;
   data.embedded_version = 0;
+  data.embedded_width = embeddedSize.width();
+  data.embedded_height = embeddedSize.height();
+  data.embedded_folder = kResourceFolder + QStringLiteral("/pages/") + name;
+  data.embedded_file_name = data.file_name_to_load = name + QStringLiteral(".html");
   data.seconds_between_update = 604800;
   data.xml_version_tag = QStringLiteral("version");
   data.xml_content_url_tag = QStringLiteral("url");

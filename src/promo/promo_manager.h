@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QObject>
+#include <QSize>
 #include <QVariantMap>
 #include <memory>
 
@@ -79,7 +80,8 @@ class PromoManager : public QObject {
   std::unique_ptr<HTMLDownloader> createAdsDownloader();
   std::unique_ptr<HTMLDownloader> createShowcaseDownloader();
   std::unique_ptr<HTMLDownloader> createNewsDownloader();
-  HTMLDownloaderInitData commonData() const;
+  /// What the two pages have in common; the page is "name/name.html" of the resources.
+  HTMLDownloaderInitData pageData(const QString& name, QSize embeddedSize) const;
   std::unique_ptr<HTMLDownloader> downloader(HTMLDownloaderInitData data);
   QString withTags(QString text) const;
 

@@ -98,26 +98,22 @@ class TestUsageEvents : public QObject {
     QVERIFY(stored && stored->as<QString>() && !QUuid(*stored->as<QString>()).isNull());
   }
 
-  void nothingIsSentOrStoredWithoutAnEndpointAnIdentifierOrConsent_data() {
-    QTest::addColumn<std::function<void(Fixture&)>>("refuse");
-    using Refuse = std::function<void(Fixture&)>;
-    QTest::newRow("endpoint") << Refuse([](Fixture& f) { f.branding.analyticsEndpoint.clear(); });
-    QTest::newRow("tracking id") << Refuse([](Fixture& f) { f.branding.analyticsTrackingId.clear(); });
-    QTest::newRow("do not track") << Refuse([](Fixture&) { qputenv("DO_NOT_TRACK", "1"); });
-  }
-
   void nothingIsSentOrStoredWithoutAnEndpointAnIdentifierOrConsent() {
-    QFETCH(std::function<void(Fixture&)>, refuse);
-    Fixture f;
-    f.store.removePersistentDomain();
-    refuse(f);
-    {
-      const auto analytics = f.analytics();
-      for (int event = 0; event <= 5; ++event)
-        analytics->send(static_cast<ZPGAEvent>(event));
+    const std::vector<std::function<void(Fixture&)>> refusals{
+        [](Fixture& f) { f.branding.analyticsEndpoint.clear(); },
+        [](Fixture& f) { f.branding.analyticsTrackingId.clear(); }, [](Fixture&) { qputenv("DO_NOT_TRACK", "1"); }};
+    for (const auto& refuse : refusals) {
+      Fixture f;
+      f.store.removePersistentDomain();
+      refuse(f);
+      {
+        const auto analytics = f.analytics();
+        for (int event = 0; event <= 5; ++event)
+          analytics->send(static_cast<ZPGAEvent>(event));
+      }
+      QVERIFY(f.beacon.requests().isEmpty());
+      QVERIFY(f.store.keys().isEmpty());
     }
-    QVERIFY(f.beacon.requests().isEmpty());
-    QVERIFY(f.store.keys().isEmpty());
   }
 
   void theNumbersOfClicksAreNotThoseOfTheTools() {

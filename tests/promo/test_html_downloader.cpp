@@ -2,6 +2,7 @@
 #include <QtTest>
 
 #include "core/notification_center.h"
+#include "news_page.h"
 #include "platform/fake/fake_clock.h"
 #include "platform/fake/fake_defaults_store.h"
 #include "platform/linux/minizip/minizip_unpacker.h"
@@ -15,8 +16,6 @@ using namespace std::chrono_literals;
 using Kind = TestWebServer::Answer::Kind;
 
 namespace {
-
-const QString kChanged = QStringLiteral("changed");
 
 /// The real fetcher, with less patience.
 class HastyFetcher : public HttpFetcher {
@@ -49,22 +48,10 @@ struct Fixture {
   HTMLDownloaderInitData data;
 
   Fixture() {
-    notifications.addObserver(kChanged, &observer, [this](const QVariant&) { ++changes; });
-    ShowcaseDefaults::initNewsDownloaderData(data);
-    data.htmlChangedNotificationName = kChanged;
-    data.embedded_width = 382;
-    data.embedded_height = 337;
+    notifications.addObserver(kNewsChanged, &observer, [this](const QVariant&) { ++changes; });
+    data = newsPage(server.url(QStringLiteral("/news2.xml")));
     data.embedded_folder = resources.path();
-    data.embedded_file_name = data.file_name_to_load = QStringLiteral("news.html");
-    data.seconds_between_update = 604800;
-    data.xml_url = server.url(QStringLiteral("/news2.xml"));
-    data.xml_root_tag = QStringLiteral("news");
-    data.xml_version_tag = QStringLiteral("version");
-    data.xml_content_url_tag = QStringLiteral("url");
-    data.xml_window_width_tag = QStringLiteral("width");
-    data.xml_window_height_tag = QStringLiteral("height");
-    data.subfolder_name_in_application_support = QStringLiteral("Halvard");
-    data.html_folder_prefix = QStringLiteral("News2_v");
+    data.embedded_file_name = data.file_name_to_load;
     writeFile(resources.filePath(data.embedded_file_name), "embedded");
   }
 

@@ -1,55 +1,12 @@
 #include <QSignalSpy>
-#include <QTemporaryDir>
-#include <QUrlQuery>
 #include <QtTest>
 
-#include "core/notification_center.h"
-#include "platform/fake/fake_clock.h"
-#include "platform/fake/fake_defaults_store.h"
-#include "platform/fake/fake_http_fetcher.h"
-#include "platform/fake/fake_user_notification_center.h"
-#include "platform/fake/fake_workspace.h"
-#include "platform/ports/zip_unpacker.h"
 #include "preferences/stored_keys.h"
-#include "promo/promo_manager.h"
 #include "promo/promo_xml.h"
+#include "promo_fixture.h"
 
 using namespace halvard;
-
-namespace {
-
-struct NoUnpacker : ZipUnpacker {
-  Result<void> unzipFileAtPath(const QString&, const QString&, const UnpackLimits&, std::stop_token) override {
-    return Error{QStringLiteral("no")};
-  }
-};
-
-struct Fixture {
-  FakeDefaultsStore store;
-  FakeClock clock;
-  ShowcaseDefaults defaults{store, clock, QStringLiteral("4.2.1")};
-  FakeHttpFetcher fetcher;
-  NoUnpacker unpacker;
-  FakeWorkspace workspace;
-  FakeUserNotificationCenter userNotifications;
-  NotificationCenter notifications;
-  Branding branding;
-  QTemporaryDir support;
-
-  std::unique_ptr<PromoManager> manager() {
-    return std::make_unique<PromoManager>(
-        PromoManagerServices{defaults, fetcher, unpacker, workspace, userNotifications, notifications, branding,
-                             support.path()},
-        PromoSettings::LoadHalvardData(branding, store),
-        ApplicationFacts{.name = QStringLiteral("Halvard"),
-                         .displayName = {},
-                         .version = QStringLiteral("4.2.1"),
-                         .buildVersion = {},
-                         .systemVersion = QStringLiteral("Test 9")});
-  }
-};
-
-}  // namespace
+using Fixture = PromoFixture;
 
 class TestPromoManager : public QObject {
   Q_OBJECT
@@ -122,8 +79,7 @@ class TestPromoManager : public QObject {
     Fixture f;
     QVERIFY(!f.manager()->openPageInAppStore() && !f.manager()->createConcernEmail());
     QVERIFY(f.workspace.opened.isEmpty());
-    f.branding.storePage = QUrl(QStringLiteral("https://store.example/halvard"));
-    f.branding.supportAddress = QStringLiteral("help@a.example");
+    f.giveAddresses();
     QVERIFY(f.manager()->openPageInAppStore() && f.manager()->createConcernEmail());
     QCOMPARE(f.workspace.opened.at(0), f.branding.storePage);
     QCOMPARE(f.workspace.opened.at(1).toEncoded(),

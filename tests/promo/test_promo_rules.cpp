@@ -1,60 +1,27 @@
 #include <QtTest>
 
-#include "core/notification_center.h"
-#include "platform/fake/fake_clock.h"
-#include "platform/fake/fake_defaults_store.h"
-#include "platform/fake/fake_http_fetcher.h"
+#include "news_page.h"
 #include "platform/fake/fake_mounted_volumes.h"
-#include "platform/fake/fake_user_notification_center.h"
-#include "platform/ports/zip_unpacker.h"
 #include "preferences/stored_keys.h"
-#include "promo/application_facts.h"
 #include "promo/feed_document.h"
 #include "promo/free_space_warning.h"
-#include "promo/html_downloader.h"
 #include "promo/page_links.h"
-#include "promo/promo_free_space_checker.h"
-#include "promo/promo_settings.h"
 #include "promo/promo_xml.h"
 #include "promo/showcase_schedule.h"
+#include "promo_fixture.h"
 
 using namespace halvard;
 using namespace std::chrono_literals;
+using Fixture = PromoFixture;
 
 namespace {
 
-struct NoUnpacker : ZipUnpacker {
-  Result<void> unzipFileAtPath(const QString&, const QString&, const UnpackLimits&, std::stop_token) override {
-    return Error{QStringLiteral("no")};
-  }
-};
-
-struct Fixture {
-  FakeDefaultsStore store;
-  FakeClock clock;
-  ShowcaseDefaults defaults{store, clock, QStringLiteral("4.2.1")};
-};
-
 HTMLDownloaderInitData page() {
-  HTMLDownloaderInitData data;
-  ShowcaseDefaults::initShowcaseDownloaderData(data);
-  data.seconds_between_update = 60;
-  data.embedded_width = 10;
-  data.embedded_height = 20;
-  data.file_name_to_load = QStringLiteral("p.html");
-  data.xml_url = QUrl(QStringLiteral("https://a.example/feeds/f.xml"));
-  data.xml_root_tag = QStringLiteral("page");
-  data.xml_version_tag = QStringLiteral("version");
-  data.xml_content_url_tag = QStringLiteral("url");
-  data.xml_window_width_tag = QStringLiteral("width");
-  data.xml_window_height_tag = QStringLiteral("height");
-  data.subfolder_name_in_application_support = QStringLiteral("Test");
-  data.html_folder_prefix = QStringLiteral("P_v");
-  return data;
+  return newsPage(QUrl(QStringLiteral("https://a.example/feeds/f.xml")));
 }
 
 QByteArray feed(const QByteArray& inner) {
-  return "<r><page>" + inner + "</page></r>";
+  return "<r><news>" + inner + "</news></r>";
 }
 
 }  // namespace
@@ -126,7 +93,7 @@ class TestPromoRules : public QObject {
     QTest::addColumn<int>("version");  // -1: the feed does not count
     QTest::addColumn<int>("width");
     QTest::addColumn<int>("height");
-    const auto row = [](const char* name, const QByteArray& bytes, int version, int width = 10, int height = 20) {
+    const auto row = [](const char* name, const QByteArray& bytes, int version, int width = 382, int height = 337) {
       QTest::newRow(name) << bytes << version << width << height;
     };
     const QByteArray url = "<url>p.zip</url>";
@@ -154,11 +121,11 @@ class TestPromoRules : public QObject {
     row("file address", feed("<version>3</version><url>file:///etc/passwd</url>"), -1);
     row("gives up encryption", feed("<version>3</version><url>http://a.example/p.zip</url>"), -1);
     row("other root", "<r><other>" + three + "</other></r>", -1);
-    row("root at the top", "<page>" + three + "</page>", -1);
+    row("root at the top", "<news>" + three + "</news>", -1);
     row("cut off", feed(three).chopped(4), -1);
     row("empty", {}, -1);
     row("no XML", "{\"version\": 3}", -1);
-    row("nested deeply", "<r><page>" + QByteArray("<a>").repeated(3'000'000), -1);
+    row("nested deeply", "<r><news>" + QByteArray("<a>").repeated(3'000'000), -1);
     row("nested deeply and closed",
         feed(three + QByteArray("<a>").repeated(500'000) + QByteArray("</a>").repeated(500'000)), 3);
     row("10 MiB", feed(three + "<x>" + QByteArray(10 * 1024 * 1024, 'x') + "</x>"), 3);
@@ -214,14 +181,11 @@ class TestPromoRules : public QObject {
 
   void theShowcaseShowsItselfOncePerVersionAndAtMostOnceAWeek() {
     Fixture f;
-    FakeHttpFetcher fetcher;
-    NoUnpacker unpacker;
-    NotificationCenter center;
     HTMLDownloaderInitData data = page();
     data.xml_url = QUrl();
     int shown = 0;
     const auto start = [&](std::chrono::seconds wait) {
-      HTMLDownloader downloader({f.defaults, fetcher, unpacker, center, std::nullopt}, data);
+      HTMLDownloader downloader({f.defaults, f.fetcher, f.unpacker, f.notifications, std::nullopt}, data);
       ShowcaseSchedule schedule(f.defaults, downloader, f.clock, [&] { ++shown; });
       schedule.pleaseShowWindowIfNeedAutomaticallyWithDelay();
       f.clock.advance(wait);
@@ -243,33 +207,28 @@ class TestPromoRules : public QObject {
     QVERIFY2(shown == 2, "the same version once more");
   }
 
-  void aDiskIsNearlyFull_data() {
-    QTest::addColumn<double>("size");
-    QTest::addColumn<double>("freeSize");
-    QTest::addColumn<bool>("full");
-    const auto row = [](const char* name, double size, double freeSize, bool full) {
-      QTest::newRow(name) << size << freeSize << full;
+  void aDiskIsNearlyFullByItsShareOrByItsBytes() {
+    struct Disk {
+      double size;
+      double freeSize;
+      bool full;
     };
-    row("500 with 9", 500e9, 9e9, true);
-    row("500 with 25", 500e9, 25e9, false);
-    row("200 with 10", 200e9, 10e9, false);
-    row("64 with 3", 64e9, 3e9, true);
-    row("64 with 4", 64e9, 4e9, false);
-    row("100 with 9", 100e9, 9e9, false);
-    row("just above 100 with 9", 100e9 + 1, 9e9, true);
-    row("exactly 5 %", 20e9, 1e9, false);
-    row("full", 1e6, 0, true);
-    row("both 0", 0, 0, false);
-  }
-
-  void aDiskIsNearlyFull() {
-    QFETCH(double, size);
-    QFETCH(double, freeSize);
-    Fixture f;
-    FakeMountedVolumes volumes;
-    volumes.add(QStringLiteral("/data"), {static_cast<ByteCount>(size), static_cast<ByteCount>(freeSize)});
-    PromoFreeSpaceChecker checker(volumes, f.defaults, f.clock, 432000s);
-    QTEST(checker.isNeedShowLackOfMemoryWarning(), "full");
+    for (const Disk& disk : {Disk{500e9, 9e9, true},
+                             {500e9, 25e9, false},
+                             {200e9, 10e9, false},
+                             {64e9, 3e9, true},
+                             {64e9, 4e9, false},
+                             {100e9, 9e9, false},
+                             {100e9 + 1, 9e9, true},
+                             {20e9, 1e9, false},
+                             {1e6, 0, true},
+                             {0, 0, false}}) {
+      Fixture f;
+      FakeMountedVolumes volumes;
+      volumes.add(QStringLiteral("/data"), {static_cast<ByteCount>(disk.size), static_cast<ByteCount>(disk.freeSize)});
+      PromoFreeSpaceChecker checker(volumes, f.defaults, f.clock, 432000s);
+      QVERIFY2(checker.isNeedShowLackOfMemoryWarning() == disk.full, qPrintable(QString::number(disk.size)));
+    }
   }
 
   void onlyVolumesThatCanBeWrittenAndMeasuredCount() {
@@ -321,13 +280,12 @@ class TestPromoRules : public QObject {
     FakeMountedVolumes volumes;
     volumes.add(QStringLiteral("/data"), {64'000'000'000, 1'500'000'000});
     PromoFreeSpaceChecker checker(volumes, f.defaults, f.clock, 432000s);
-    FakeUserNotificationCenter notifications;
-    FreeSpaceWarning warning(checker, f.defaults, notifications, f.clock);
+    FreeSpaceWarning warning(checker, f.defaults, f.userNotifications, f.clock);
     warning.start();
     f.clock.advance(24h * 15);
-    QCOMPARE(notifications.delivered.size(), std::size_t{4});
+    QCOMPARE(f.userNotifications.delivered.size(), std::size_t{4});
     QSet<QString> texts;
-    for (const UserNotification& notification : notifications.delivered) {
+    for (const UserNotification& notification : f.userNotifications.delivered) {
       texts << notification.informativeText;
       QVERIFY(notification.informativeText.contains(QLatin1String("1.5 GB")));
       QVERIFY(notification.informativeText.contains(QLatin1String("/data")));

@@ -27,6 +27,12 @@ ViewerPageWindow::ViewerPageWindow(Look look, const QString& program)
   connect(m_viewer, &QProcess::readyReadStandardOutput, this, &ViewerPageWindow::readEvents);
   connect(m_viewer, &QProcess::errorOccurred, this, &ViewerPageWindow::viewerEnded);
   connect(m_viewer, &QProcess::finished, this, &ViewerPageWindow::viewerEnded);
+  // With the application everything ends at once.
+  connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, m_viewer, [viewer = m_viewer] {
+    viewer->disconnect();
+    viewer->kill();
+    viewer->waitForFinished();
+  });
   m_patience.setSingleShot(true);
   connect(&m_patience, &QTimer::timeout, m_viewer, &QProcess::kill);
   m_patience.start(kTimeToComeUp);

@@ -3,6 +3,7 @@
 #include <csignal>
 
 #include "promo/webview/page_viewer.h"
+#include "widgets/application_icon.h"
 
 namespace {
 
@@ -25,6 +26,7 @@ int main(int argc, char** argv) {
   QCoreApplication::setApplicationName(QStringLiteral("halvard-page-viewer"));
   QApplication::setDesktopFileName(QStringLiteral("com.tessmar.Halvard"));
   QApplication::setQuitOnLastWindowClosed(false);
+  QApplication::setWindowIcon(halvard::applicationIcon());
   using Look = halvard::PageWindow::Look;
   const bool popup = application.arguments().value(1) == QLatin1String("popup");
   const halvard::PageViewer viewer(popup ? Look::Popup : Look::Dialog);

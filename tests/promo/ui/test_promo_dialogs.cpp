@@ -1,16 +1,8 @@
 #include <QSignalSpy>
-#include <QTemporaryDir>
 #include <QtTest>
 
-#include "core/notification_center.h"
 #include "fake_page_window.h"
-#include "platform/fake/fake_clock.h"
-#include "platform/fake/fake_defaults_store.h"
-#include "platform/fake/fake_http_fetcher.h"
-#include "platform/fake/fake_user_notification_center.h"
-#include "platform/fake/fake_workspace.h"
-#include "platform/ports/zip_unpacker.h"
-#include "promo/promo_manager.h"
+#include "promo/promo_fixture.h"
 #include "promo/ui/news_dialog_wc.h"
 #include "promo/ui/page_frame.h"
 #include "promo/ui/page_text_view.h"
@@ -18,7 +10,6 @@
 #include "promo/ui/rate_dialog_wc.h"
 #include "promo/ui/rate_star_button.h"
 #include "promo/ui/showcase_dialog_wc.h"
-#include "promo/ui/text_page_window.h"
 #include "support/zip_builder.h"
 
 using namespace halvard;
@@ -26,37 +17,14 @@ using namespace std::chrono_literals;
 
 namespace {
 
-struct NoUnpacker : ZipUnpacker {
-  Result<void> unzipFileAtPath(const QString&, const QString&, const UnpackLimits&, std::stop_token) override {
-    return Error{QStringLiteral("no")};
-  }
-};
-
-struct Fixture {
-  FakeDefaultsStore store;
-  FakeClock clock;
-  ShowcaseDefaults defaults{store, clock, QStringLiteral("1.0")};
-  FakeHttpFetcher fetcher;
-  NoUnpacker unpacker;
-  FakeWorkspace workspace;
-  FakeUserNotificationCenter userNotifications;
-  NotificationCenter notifications;
-  Branding branding;
+struct Fixture : PromoFixture {
   FakePageWindow::Record record;
   FakePageWindow* window = nullptr;
   std::unique_ptr<PromoManager> promo;
 
   Fixture() {
-    branding.storePage = QUrl(QStringLiteral("https://store.example/"));
-    branding.supportAddress = QStringLiteral("help@a.example");
-    promo = std::make_unique<PromoManager>(
-        PromoManagerServices{defaults, fetcher, unpacker, workspace, userNotifications, notifications, branding, {}},
-        PromoSettings::LoadHalvardData(branding, store),
-        ApplicationFacts{.name = QStringLiteral("Halvard"),
-                         .displayName = {},
-                         .version = QStringLiteral("1.0"),
-                         .buildVersion = {},
-                         .systemVersion = {}});
+    giveAddresses();
+    promo = manager();
   }
   PageWindow::Make maker() {
     return [this](PageWindow::Look) { return std::make_unique<FakePageWindow>(record, window); };
@@ -176,30 +144,25 @@ class TestPromoDialogs : public QObject {
              QStringLiteral("N 2"));
   }
 
-  void aStarLeadsToTheStoreOrToAMail_data() {
-    QTest::addColumn<int>("star");
-    QTest::addColumn<QString>("scheme");
-    for (int star = 1; star <= 5; ++star) {
-      QTest::addRow("%d", star) << star << (star < 4 ? QStringLiteral("mailto") : QStringLiteral("https"));
-    }
-  }
-
   void aStarLeadsToTheStoreOrToAMail() {
-    QFETCH(int, star);
-    Fixture f;
-    RateDialgoWC rate(*f.promo, f.defaults, f.clock);
-    rate.showWindowAutomaticallyIfNeeded();
-    rate.showWindowByUser();
-    rate.pleaseShowWindow();
-    QVERIFY(!rate.window());
-    f.clock.advance(0ms);
-    QVERIFY(rate.window() && rate.window()->isVisible());
-    QVERIFY(!f.defaults.isUserAlreadyСlickedOnStar());
-    rate.view()->starButton(star).click();
-    QCOMPARE(f.workspace.opened.size(), 1);
-    QTEST(f.workspace.opened.constFirst().scheme(), "scheme");
-    QVERIFY(f.defaults.isUserAlreadyСlickedOnStar());
-    QVERIFY(!rate.window());
+    for (int star = 1; star <= RateDialogView::kStars; ++star) {
+      Fixture f;
+      RateDialgoWC rate(*f.promo, f.defaults, f.clock);
+      rate.showWindowAutomaticallyIfNeeded();
+      rate.showWindowByUser();
+      f.clock.advance(0ms);
+      QVERIFY2(!rate.window(), "neither of these shows it");
+      rate.pleaseShowWindow();
+      QVERIFY(!rate.window());
+      f.clock.advance(0ms);
+      QVERIFY(rate.window() && rate.window()->isVisible());
+      QVERIFY(!f.defaults.isUserAlreadyСlickedOnStar());
+      rate.view()->starButton(star).click();
+      QCOMPARE(f.workspace.opened.size(), 1);
+      QCOMPARE(f.workspace.opened.constFirst().scheme(), star < 4 ? QStringLiteral("mailto") : QStringLiteral("https"));
+      QVERIFY(f.defaults.isUserAlreadyСlickedOnStar());
+      QVERIFY(!rate.window());
+    }
   }
 
   void thePageFrameStaysOnTheScreenAndKeepsItsCentre() {

@@ -111,24 +111,19 @@ class TestViewerProcess : public QObject {
     QTRY_VERIFY_WITH_TIMEOUT(descendants(QCoreApplication::applicationPid()).isEmpty(), 10000);
   }
 
-  void whereTheViewerDoesNotComeUpRichTextStandsIn_data() {
-    QTest::addColumn<QString>("program");
-    QTest::newRow("missing") << QStringLiteral("/nonexistent/viewer");
-    QTest::newRow("ends at once") << QStringLiteral("/bin/false");
-    QTest::newRow("talks nonsense") << m_folder.filePath(QStringLiteral("nonsense"));
-  }
-
   void whereTheViewerDoesNotComeUpRichTextStandsIn() {
-    QFETCH(QString, program);
-    QVERIFY(writeFile(m_folder.filePath(QStringLiteral("nonsense")), "#!/bin/sh\necho hello; echo '[1,'; exit 3\n"));
-    QFile::setPermissions(m_folder.filePath(QStringLiteral("nonsense")), QFile::ReadOwner | QFile::ExeOwner);
-    ViewerPageWindow window(PageWindow::Look::Dialog, program);
-    QSignalSpy closed(&window, &PageWindow::closed);
-    begin(window);
-    QTRY_VERIFY(window.isStoodInFor());
-    QVERIFY(closed.isEmpty());
-    window.close();
-    QCOMPARE(closed.size(), 1);
+    const QString nonsense = m_folder.filePath(QStringLiteral("nonsense"));
+    QVERIFY(writeFile(nonsense, "#!/bin/sh\necho hello; echo '[1,'; exit 3\n"));
+    QFile::setPermissions(nonsense, QFile::ReadOwner | QFile::ExeOwner);
+    for (const QString& program : {QStringLiteral("/nonexistent/viewer"), QStringLiteral("/bin/false"), nonsense}) {
+      ViewerPageWindow window(PageWindow::Look::Dialog, program);
+      QSignalSpy closed(&window, &PageWindow::closed);
+      begin(window);
+      QTRY_VERIFY2(window.isStoodInFor(), qPrintable(program));
+      QVERIFY(closed.isEmpty());
+      window.close();
+      QCOMPARE(closed.size(), 1);
+    }
   }
 
   void theViewerEndsWithTheProgramThatStartedIt() {

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <QTemporaryDir>
+
+#include "core/notification_center.h"
+#include "platform/fake/fake_clock.h"
+#include "platform/fake/fake_defaults_store.h"
+#include "platform/fake/fake_http_fetcher.h"
+#include "platform/fake/fake_user_notification_center.h"
+#include "platform/fake/fake_workspace.h"
+#include "platform/ports/zip_unpacker.h"
+#include "promo/promo_manager.h"
+
+namespace halvard {
+
+struct NoUnpacker : ZipUnpacker {
+  Result<void> unzipFileAtPath(const QString&, const QString&, const UnpackLimits&, std::stop_token) override {
+    return Error{QStringLiteral("no")};
+  }
+};
+
+/// A user's machine on which nothing is real but a folder for application support.
+struct PromoFixture {
+  FakeDefaultsStore store;
+  FakeClock clock;
+  ShowcaseDefaults defaults{store, clock, QStringLiteral("4.2.1")};
+  FakeHttpFetcher fetcher;
+  NoUnpacker unpacker;
+  FakeWorkspace workspace;
+  FakeUserNotificationCenter userNotifications;
+  NotificationCenter notifications;
+  Branding branding;
+  QTemporaryDir support;
+
+  void giveAddresses() {
+    branding.storePage = QUrl(QStringLiteral("https://store.example/halvard"));
+    branding.supportAddress = QStringLiteral("help@a.example");
+  }
+
+  std::unique_ptr<PromoManager> manager() {
+    return std::make_unique<PromoManager>(
+        PromoManagerServices{defaults, fetcher, unpacker, workspace, userNotifications, notifications, branding,
+                             support.path()},
+        PromoSettings::LoadHalvardData(branding, store),
+        ApplicationFacts{.name = QStringLiteral("Halvard"),
+                         .displayName = {},
+                         .version = QStringLiteral("4.2.1"),
+                         .buildVersion = {},
+                         .systemVersion = QStringLiteral("Test 9")});
+  }
+};
+
+}  // namespace halvard
