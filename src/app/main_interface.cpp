@@ -16,6 +16,7 @@
 #include "menubar/summary_view.h"
 #include "platform/ports/appearance.h"
 #include "platform/ports/status_bar_item.h"
+#include "platform/ports/window_hints.h"
 #include "preferences/showcase_defaults.h"
 #include "preferences/stored_keys.h"
 #include "preferences/ui/autostart_popup_wc.h"
@@ -173,6 +174,7 @@ void MainInterface::showAutostartPopupWindow(ByteCount cleanedSize) {
   m_autostartPopup = std::make_unique<AutostartPopupWC>(m_services.purge.preferences, m_services.purge.defaults);
   m_autostartPopup->setCleanedSize(cleanedSize);
   AutostartWindow& window = m_autostartPopup->window();
+  window.setBlended(m_services.windowHints.blendsWindows());
   placeBesideStatusItem(window);
   window.show();
   window.raise();

@@ -103,7 +103,11 @@ void PanelWindow::layOut() {
       top + static_cast<int>(isWindowStateDetailed() ? panel_layout::kDetailedHeight : panel_layout::kCompactHeight);
   m_memoryUsageButton->setGeometry(30, summaryBottom - 31, 120, 24);
   m_disclosureButton->setGeometry(8, summaryBottom - 31, 26, 24);
-  setMask(QRegion(m_panelView->outline().toFillPolygon().toPolygon()));
+  cutOutShape();
+}
+
+void PanelWindow::cutOutShape() {
+  m_blends ? clearMask() : setMask(QRegion(m_panelView->outline().toFillPolygon().toPolygon()));
 }
 
 bool PanelWindow::isLocked() const {
@@ -213,6 +217,8 @@ void PanelWindow::resizeEvent(QResizeEvent* event) {
 
 void PanelWindow::showEvent(QShowEvent* event) {
   if (windowType() != Qt::Window) m_hints.hideFromWindowList(winId());
+  m_blends = m_hints.blendsWindows();
+  cutOutShape();
   DraggableWindow::showEvent(event);
 }
 

@@ -126,12 +126,15 @@ class PanelWindow : public DraggableWindow {
   void modifyWindowToSize(QSize size, bool animated, std::function<void()> completion);
   void stateChangeCompleted();
   void layOut();
+  void cutOutShape();
 
   Clock& m_clock;
   ShowcaseDefaults& m_defaults;
   StatusBarItem& m_statusItem;
   PanelParts& m_parts;
   WindowHints& m_hints;
+  /// What the desktop did with transparent windows when this one was shown last.
+  bool m_blends = false;
   WeakRef<PanelWindowDelegate> m_panelWindowDelegate;
   std::uint64_t m_windowState = 0;
   bool m_animating = false;

@@ -33,6 +33,12 @@ void setTextColor(QLabel& label, const QColor& color) {
   label.setPalette(colors);
 }
 
+/// Moves a text that is padded with a blank to where the others stand.
+void hangLeadingBlank(QLabel& label) {
+  const bool isPadded = label.text().startsWith(QLatin1Char(' '));
+  label.setContentsMargins(isPadded ? -label.fontMetrics().horizontalAdvance(QLatin1Char(' ')) : 0, 0, 0, 0);
+}
+
 void setText(QLabel& label, const QString& text) {
   if (label.text() != text) label.setText(text);
 }
@@ -93,6 +99,7 @@ void SummaryView::showUsedMemory() {
   const auto [fraction, usedSize, totalSize] = *memory;
   setTextColor(*m_pInfoTitleLabel, fraction > kDangerThreshold ? ui_style::dangerColor() : ui_style::calmColor());
   setText(*m_pInfoTitleLabel, QString::asprintf("%2.0f%c", fraction * 100, '%'));
+  hangLeadingBlank(*m_pInfoTitleLabel);
   m_pInfoUsedSizeString = tr("%1 used of %2").arg(sizeText(usedSize), sizeText(totalSize));
   if (m_pInfoSubtitleLastUsedMemorySize->tag == UsedText) {
     setText(*m_pInfoSubtitleLastUsedMemorySize, m_pInfoUsedSizeString);
@@ -140,6 +147,7 @@ void SummaryView::onPurgedMemory(bool isDetailed) {
 void SummaryView::switchToCompactModeAnimated(bool animated) {
   constexpr auto places = panel_layout::kCompact;
   m_pInfoTitleLabel->setFont(ui_style::font(48, QFont::Light));
+  hangLeadingBlank(*m_pInfoTitleLabel);
   m_pInfoTitleLabel->setAlignment(Qt::AlignHCenter | Qt::AlignBottom);
   m_pInfoSubtitleLastUsedMemorySize->setAlignment(Qt::AlignCenter);
   place(m_pInfoTitleLabel, kMargin, places.title, kContentWidth, 62, animated);
@@ -159,6 +167,7 @@ void SummaryView::switchToDetailedModeAnimated(bool animated) {
   constexpr auto places = panel_layout::kDetailed;
   constexpr int titleWidth = kContentWidth - kChartSide - 8;
   m_pInfoTitleLabel->setFont(ui_style::font(38, QFont::Light));
+  hangLeadingBlank(*m_pInfoTitleLabel);
   m_pInfoTitleLabel->setAlignment(Qt::AlignLeft | Qt::AlignBottom);
   m_pInfoSubtitleLastUsedMemorySize->setAlignment(Qt::AlignLeft | Qt::AlignVCenter);
   place(m_pInfoTitleLabel, kMargin, places.title, titleWidth, 46, animated);

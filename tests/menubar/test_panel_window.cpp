@@ -60,6 +60,8 @@ struct Parts : PanelParts {
 };
 
 struct Hints : WindowHints {
+  bool blendsWindows() const override { return blends; }
+  bool blends = false;
   void hideFromWindowList(std::uint64_t) override { ++hidden; }
   int hidden = 0;
 };
@@ -105,6 +107,17 @@ class TestPanelWindow : public QObject {
     QVERIFY(panel.window.isVisible());
     panel.window.processActionOfStatusItem(true);
     QVERIFY(!panel.window.isVisible());
+  }
+
+  void theShapeIsCutOutWhereNothingBlendsWindows() {
+    Panel panel;
+    panel.window.show();
+    QVERIFY(!panel.window.mask().isEmpty());
+    QVERIFY(!panel.window.mask().contains(QPoint(0, 219)));
+    panel.window.close();
+    panel.hints.blends = true;
+    panel.window.show();
+    QVERIFY(panel.window.mask().isEmpty());
   }
 
   void draggingDetachesAndRemembersThePlace() {

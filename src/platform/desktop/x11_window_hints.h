@@ -8,6 +8,8 @@ namespace halvard {
 class X11WindowHints : public WindowHints {
  public:
   void hideFromWindowList(std::uint64_t windowId) override;
+  /// Whether a compositing manager owns its selection of the first screen; where there is no X, true for Wayland.
+  bool blendsWindows() const override;
 };
 
 }  // namespace halvard

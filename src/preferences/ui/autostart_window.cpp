@@ -71,9 +71,18 @@ AutostartWindow::AutostartWindow() : QWidget(nullptr, Qt::Tool | Qt::FramelessWi
 void AutostartWindow::setPointer(Qt::Edge edge, int apex) {
   m_pointerEdge = edge;
   m_apex = apex;
-  // Without a compositor nothing is translucent: the shape is cut out.
-  setMask(QRegion(outline(QRectF(rect()), edge, apex).toFillPolygon().toPolygon()));
+  cutOutShape();
   update();
+}
+
+void AutostartWindow::setBlended(bool blended) {
+  m_blended = blended;
+  cutOutShape();
+}
+
+void AutostartWindow::cutOutShape() {
+  if (m_blended) return clearMask();
+  setMask(QRegion(outline(QRectF(rect()), m_pointerEdge, m_apex).toFillPolygon().toPolygon()));
 }
 
 void AutostartWindow::paintEvent(QPaintEvent*) {

@@ -17,6 +17,8 @@ class AutostartWindow : public QWidget {
   /// The edge, top or bottom, that the pointer sits on, and its distance from the left edge; the middle of the top edge
   /// at first.
   void setPointer(Qt::Edge edge, int apex);
+  /// On a desktop that blends windows, where the shape need not be cut out.
+  void setBlended(bool blended);
 
   // Owned by the window.
   QLabel* cleanedSizeLabel;
@@ -27,8 +29,11 @@ class AutostartWindow : public QWidget {
   void paintEvent(QPaintEvent* event) override;
 
  private:
+  void cutOutShape();
+
   Qt::Edge m_pointerEdge = Qt::TopEdge;
   int m_apex = 0;
+  bool m_blended = false;
 };
 
 }  // namespace halvard
