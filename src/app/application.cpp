@@ -34,7 +34,7 @@ class Application::CpuUsage : public CpuUsageSource {
 /// What other subsystems draw in the panel.
 class Application::Parts : public PanelParts {
  public:
-  explicit Parts(ProcessesManager& processes) : m_processes(processes) {}
+  Parts(ProcessesManager& processes, DiskSection& disk) : m_processes(processes), m_disk(disk) {}
 
   void setPromoManager(const PromoManager& promoManager) { m_promoManager = &promoManager; }
 
@@ -42,9 +42,9 @@ class Application::Parts : public PanelParts {
     return std::make_unique<List>(
         m_processes, [this] { return isCanShowAds(); }, parent);
   }
-  std::unique_ptr<PanelDiskUsage> makeDiskUsage(QWidget*) override { return nullptr; }
+  std::unique_ptr<PanelDiskUsage> makeDiskUsage(QWidget* parent) override { return m_disk.makeDiskUsage(parent); }
   bool isCanShowAds() const override { return m_promoManager && m_promoManager->isCanShowAds(); }
-  bool startsWithDiskUsage() const override { return false; }
+  bool startsWithDiskUsage() const override { return m_disk.startsWithDiskUsage(); }
 
  private:
   class List : public PanelProcessList {
@@ -59,6 +59,7 @@ class Application::Parts : public PanelParts {
   };
 
   ProcessesManager& m_processes;
+  DiskSection& m_disk;
   const PromoManager* m_promoManager = nullptr;
 };
 
@@ -85,7 +86,17 @@ Application::Application(const Platform& platform)
       m_largeApplications(std::make_unique<TrackerWatch>(m_tracker)),
       m_purgeManager(platform.purgeHostStatistics, platform.purgeableMemory, platform.clock),
       m_branding(Branding::load(Branding::systemConfigDirectories())),
-      m_parts(std::make_unique<Parts>(m_processes)),
+      m_diskSection({m_platform.disk,
+                     platform.clock,
+                     m_defaults,
+                     m_preferences,
+                     m_notifications,
+                     platform.distributedNotifications,
+                     m_processes,
+                     m_branding,
+                     application_identity::kDisplayName,
+                     {}}),
+      m_parts(std::make_unique<Parts>(m_processes, m_diskSection)),
       m_interface(std::make_unique<MainInterface>(MainInterfaceServices{
           PurgeControllerServices{platform.hostStatistics, m_purgeManager, m_preferences, m_defaults, platform.clock,
                                   m_notifications, platform.userNotifications, *m_cpuUsage, *m_largeApplications,
@@ -96,6 +107,7 @@ Application::Application(const Platform& platform)
       m_delegate(m_notifications, m_startAtLogin) {
   m_reportedCpuInfo.getCPUUsage();  // the first report measures from here, not from the start of the machine
   connectControlServer();
+  m_diskSection.join(m_interface->panel());
 }
 
 Application::~Application() = default;
@@ -104,7 +116,9 @@ void Application::start(const QStringList& arguments) {
   makePromotion();
   m_interface->awakeFromNib();
   m_platform.controlServer.start(*m_interface);
+  m_diskSection.copyApplications();
   m_delegate.applicationDidFinishLaunching(arguments);
+  m_diskSection.removeMistakenFolders();
   m_delegate.applicationDidBecomeActive();
   m_promotion->start();
 }

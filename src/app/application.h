@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "app/disk_section.h"
 #include "app/main_interface.h"
 #include "app/promotion.h"
 #include "app/zp_app_delegate.h"
@@ -41,6 +42,7 @@ struct Platform {
   ScriptRunner& scripts;
   LoginItemService& loginItems;
   PromotionPlatform promotion;
+  DiskPlatform disk;
 };
 
 /// The composition root: makes every service once, in the order of the members, and hands it on by reference.
@@ -58,6 +60,7 @@ class Application : public QObject {
   MainInterface& interface() { return *m_interface; }
   NotificationCenter& notifications() { return m_notifications; }
   ShowcaseDefaults& defaults() { return m_defaults; }
+  DiskSection& diskSection() { return m_diskSection; }
 
  private:
   class TrackerWatch;
@@ -82,6 +85,7 @@ class Application : public QObject {
   std::unique_ptr<TrackerWatch> m_largeApplications;
   PurgeManager m_purgeManager;
   Branding m_branding;
+  DiskSection m_diskSection;
   std::unique_ptr<Parts> m_parts;
   std::unique_ptr<Promotion> m_promotion;
   std::unique_ptr<MainInterface> m_interface;

@@ -82,7 +82,8 @@ Platform DemoDesktop::platform() {
           m_real.controlServer,
           m_real.scripts,
           m_loginItems,
-          {m_real.promotion.workspace, m_fetcher, m_beacon, m_real.promotion.unpacker, m_volumes, std::nullopt}};
+          {m_real.promotion.workspace, m_fetcher, m_beacon, m_real.promotion.unpacker, m_volumes, std::nullopt},
+          m_disk.platform()};
 }
 
 }  // namespace halvard

@@ -5,6 +5,7 @@
 #include <atomic>
 
 #include "app/application.h"
+#include "app/demo_disk.h"
 #include "core/clock.h"
 #include "platform/fake/fake_defaults_store.h"
 #include "platform/fake/fake_distributed_notification_center.h"
@@ -49,6 +50,7 @@ class DemoDesktop : public QObject {
   FakeHttpFetcher m_fetcher;
   FakeHttpBeacon m_beacon;
   FakeMountedVolumes m_volumes;
+  DemoDisk m_disk;
   QTimer m_breath;
   int m_breaths = 0;
   /// Bytes of application memory that a purge may still page out.

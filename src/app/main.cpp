@@ -12,6 +12,7 @@
 #include "core/application_identity.h"
 #include "crash/crash_on_purpose.h"
 #include "crash/tessmar_fall_manager.h"
+#include "files_searcher/walk_metadata_queries.h"
 #include "platform/desktop/desktop_status_bar_item.h"
 #include "platform/desktop/x11_window_hints.h"
 #include "platform/desktop/xembed_status_bar_item.h"
@@ -21,6 +22,7 @@
 #include "platform/linux/dbus/dbus_user_notification_center.h"
 #include "platform/linux/dbus/portal_appearance.h"
 #include "platform/linux/dbus/status_notifier_item.h"
+#include "platform/linux/files/linux_disk.h"
 #include "platform/linux/gio/gio_workspace.h"
 #include "platform/linux/minizip/minizip_unpacker.h"
 #include "platform/linux/network/qt_http_fetcher.h"
@@ -82,24 +84,26 @@ struct LinuxDesktop {
         controlServer(bus) {}
 
   Platform platform() {
-    return {clock,
-            hostStatistics,
-            purgeHostStatistics,
-            processorTicks,
-            processInformation,
-            purgeMemory,
-            processTable,
-            runningApplications,
-            defaultsStore,
-            statusItem,
-            windowHints,
-            appearance,
-            userNotifications,
-            distributedNotifications,
-            controlServer,
-            scripts,
-            loginItems,
-            {workspace, fetcher, beacon, unpacker, volumes, dataFolder()}};
+    return {
+        clock,
+        hostStatistics,
+        purgeHostStatistics,
+        processorTicks,
+        processInformation,
+        purgeMemory,
+        processTable,
+        runningApplications,
+        defaultsStore,
+        statusItem,
+        windowHints,
+        appearance,
+        userNotifications,
+        distributedNotifications,
+        controlServer,
+        scripts,
+        loginItems,
+        {workspace, fetcher, beacon, unpacker, volumes, dataFolder()},
+        {disk.reader, disk.catalog, disk.lastUsedDates, disk.priority, disk.folders, disk.access, queries, workspace}};
   }
 
   SystemClock clock;
@@ -127,6 +131,8 @@ struct LinuxDesktop {
   SslBeacon beacon{userAgent()};
   MinizipUnpacker unpacker;
   LinuxMountedVolumes volumes;
+  LinuxDisk disk;
+  WalkMetadataQueries queries{disk.reader, disk.mounts, disk.catalog, disk.priority};
 };
 
 /// Where no tray shows the item, the panel is the only way to the program.
@@ -152,8 +158,7 @@ bool openShotState(Clock& clock, Application& program) {
   }
   // It comes by itself at the first start, and a picture shows one state.
   program.defaults().notifyShowcaseDialogDataThatShowedAutomaticallyVersion(0);
-  clock.callAfter(std::chrono::seconds(2), &program,
-                  [state, &program] { shot_states::open(state, program.interface()); });
+  clock.callAfter(std::chrono::seconds(2), &program, [state, &program] { shot_states::open(state, program); });
   return true;
 }
 

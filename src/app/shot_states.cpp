@@ -3,6 +3,8 @@
 #include <QMap>
 #include <functional>
 
+#include "app/application.h"
+#include "app/disk_shot_states.h"
 #include "app/main_interface.h"
 #include "app/promotion.h"
 #include "menubar/summary_view.h"
@@ -104,15 +106,17 @@ const QMap<QString, Opener>& openers() {
 }  // namespace
 
 bool isKnown(const QString& name) {
-  return openers().contains(name);
+  return openers().contains(name) || disk_shot_states::names().contains(name);
 }
 
-void open(const QString& name, MainInterface& interface) {
-  openers().value(name)(interface);
+void open(const QString& name, Application& program) {
+  if (openers().contains(name)) return openers().value(name)(program.interface());
+  openPanel(program.interface());
+  disk_shot_states::open(name, program.diskSection(), program.interface().panel());
 }
 
 QString names() {
-  return openers().keys().join(QStringLiteral(", "));
+  return (openers().keys() + disk_shot_states::names()).join(QStringLiteral(", "));
 }
 
 }  // namespace halvard::shot_states

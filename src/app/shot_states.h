@@ -4,7 +4,7 @@
 
 namespace halvard {
 
-class MainInterface;
+class Application;
 
 /// Window states by name, for screenshots: what the user would have clicked to get there.
 namespace shot_states {
@@ -12,7 +12,7 @@ namespace shot_states {
 bool isKnown(const QString& name);
 
 /// `name` is known.
-void open(const QString& name, MainInterface& interface);
+void open(const QString& name, Application& program);
 
 /// The known names, for an error message.
 QString names();

@@ -11,8 +11,11 @@
 #include "cli/format_command.h"
 #include "cli/memory_commands.h"
 #include "core/application_identity.h"
+#include "files_searcher/disk_commands.h"
+#include "files_searcher/walk_metadata_queries.h"
 #include "platform/linux/applications/linux_running_applications.h"
 #include "platform/linux/control/dbus_control_client.h"
+#include "platform/linux/files/linux_disk.h"
 #include "platform/linux/processes/linux_process_information.h"
 #include "platform/linux/processes/linux_process_table.h"
 #include "platform/linux/procfs/linux_host_statistics.h"
@@ -42,6 +45,11 @@ const char* const kUsage =
   activate PID|NAME      bring an application to the front
   quit PID|NAME          ask an application to quit
   kill PID|NAME          end an application at once
+  scan [--json]          what fills the disk: junk, duplicates, large and old files, applications
+  size PATH [--ignore-root-ds-store]
+                         the bytes that the files below a folder occupy
+  large [--json]         the files behind "large and old", the largest first
+  duplicates [--json]    the groups of files behind "duplicates"
   format NAME BYTES      a byte count in one of the program's notations
   --version, --help)";
 
@@ -105,14 +113,30 @@ int runApplicationCommand(const QString& command, const QStringList& words, cons
   return commands.runTop(words);
 }
 
+/// The words as bytes: paths need not be text.
+int runDiskCommand(const QByteArrayList& words, const CommandOutput& output) {
+  SystemClock clock;
+  LinuxDisk disk;
+  const PathsGenerator paths(disk.folders);
+  const BundleExcludeList excludeList;
+  WalkMetadataQueries queries(disk.reader, disk.mounts, disk.catalog, disk.priority);
+  const SqliteDefaultsStore store(defaultsFilePath(application_identity::kBundleIdentifier),
+                                  application_identity::kBundleIdentifier);
+  const DiskSearchServices services{clock, disk.reader, disk.catalog, disk.lastUsedDates,           disk.priority,
+                                    paths, excludeList, queries,      isCalculationLogWanted(store)};
+  return DiskCommands(services, store, output.out, output.err, isTerminal(output.err)).run(words).value_or(kExitUsage);
+}
+
 bool isOneOf(const QString& command, std::initializer_list<const char*> names) {
   return std::any_of(names.begin(), names.end(), [&](const char* name) { return command == QLatin1String(name); });
 }
 
-int run(const QStringList& arguments, const CommandOutput& output) {
+/// `bytes`: the same words as they were given.
+int run(const QStringList& arguments, const QByteArrayList& bytes, const CommandOutput& output) {
   const QString command = arguments.value(0);
   const QStringList words = arguments.mid(1);
   if (isOneOf(command, {"status", "watch", "clean"})) return runMemoryCommand(command, words, output);
+  if (isOneOf(command, {"scan", "size", "large", "duplicates"})) return runDiskCommand(bytes, output);
   if (isOneOf(command, {"top", "activate", "quit", "kill"})) return runApplicationCommand(command, words, output);
   if (command == QStringLiteral("defaults")) {
     SqliteDefaultsStore store(defaultsFilePath(application_identity::kBundleIdentifier),
@@ -131,7 +155,8 @@ int run(const QStringList& arguments, const CommandOutput& output) {
   const QString reason =
       command.isEmpty() ? QStringLiteral("no command") : QStringLiteral("unknown command '%1'").arg(command);
   return output.fail(
-      reason + QStringLiteral(": status, watch, clean, top, activate, quit, kill, defaults or format; --help explains"),
+      reason + QStringLiteral(": status, watch, clean, top, activate, quit, kill, scan, size, large, duplicates, "
+                              "defaults or format; --help explains"),
       kExitUsage);
 }
 
@@ -140,5 +165,5 @@ int run(const QStringList& arguments, const CommandOutput& output) {
 int main(int argc, char* argv[]) {
   const QCoreApplication application(argc, argv);
   QCoreApplication::setApplicationVersion(QStringLiteral(HALVARD_VERSION));
-  return run(QCoreApplication::arguments().mid(1), {});
+  return run(QCoreApplication::arguments().mid(1), QByteArrayList(argv + std::min(argc, 1), argv + argc), {});
 }

@@ -66,8 +66,7 @@ std::vector<FoundFile> countedApplications(const DiskSearchServices& services, c
   return applications;
 }
 
-AppsSearcher::AppsSearcher(const DiskSearchServices& services)
-    : m_services(services), m_jobs(QStringLiteral("applications")) {}
+AppsSearcher::AppsSearcher(const DiskSearchServices& services, JobQueue& jobs) : m_services(services), m_jobs(jobs) {}
 AppsSearcher::~AppsSearcher() = default;
 
 void AppsSearcher::findAppsWithDelegate(AppsSearcherDelegate& delegate) {

@@ -22,7 +22,8 @@ class AppsSearcherDelegate : public WeakTarget {
 /// it ends the work.
 class AppsSearcher : public QObject {
  public:
-  explicit AppsSearcher(const DiskSearchServices& services);
+  /// `jobs` outlives the searcher.
+  AppsSearcher(const DiskSearchServices& services, JobQueue& jobs);
   ~AppsSearcher() override;
 
   void findAppsWithDelegate(AppsSearcherDelegate& delegate);
@@ -35,7 +36,7 @@ class AppsSearcher : public QObject {
   const DiskSearchServices m_services;
   WeakRef<AppsSearcherDelegate> m_delegate;
   std::unique_ptr<FileMetadataQuery> m_metadataQuery;
-  JobQueue m_jobs;
+  JobQueue& m_jobs;
 };
 
 /// The rules of the search, apart from its course. Blocks; `results` may be null.

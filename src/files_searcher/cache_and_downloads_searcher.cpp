@@ -6,8 +6,8 @@ namespace halvard {
 
 using namespace std::chrono_literals;
 
-CacheAndDownloadsSearcher::CacheAndDownloadsSearcher(const DiskSearchServices& services)
-    : m_services(services), m_jobs(QStringLiteral("junk sizes"), 3) {}
+CacheAndDownloadsSearcher::CacheAndDownloadsSearcher(const DiskSearchServices& services, JobQueue& jobs)
+    : m_services(services), m_jobs(jobs) {}
 
 void CacheAndDownloadsSearcher::findCacheAndDownloadsWithDelegate(CacheAndDownloadsSearcherDelegate& delegate) {
   m_delegate = &delegate;

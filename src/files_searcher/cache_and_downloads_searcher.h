@@ -22,7 +22,8 @@ class CacheAndDownloadsSearcherDelegate : public WeakTarget {
 /// the work.
 class CacheAndDownloadsSearcher : public QObject {
  public:
-  explicit CacheAndDownloadsSearcher(const DiskSearchServices& services);
+  /// `jobs` outlives the searcher.
+  CacheAndDownloadsSearcher(const DiskSearchServices& services, JobQueue& jobs);
 
   /// Starts the three sums a fifth of a second apart, the first after as long. The delegate hears once, when all three
   /// are there.
@@ -37,7 +38,7 @@ class CacheAndDownloadsSearcher : public QObject {
   std::optional<ByteCount> m_cacheSizeNum;
   std::optional<ByteCount> m_downloadsSizeNum;
   std::optional<ByteCount> m_trashSizeNum;
-  JobQueue m_jobs;
+  JobQueue& m_jobs;
 };
 
 }  // namespace halvard

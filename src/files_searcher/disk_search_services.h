@@ -9,6 +9,7 @@
 #include "files_searcher/paths_generator.h"
 #include "platform/ports/application_catalog.h"
 #include "platform/ports/background_priority.h"
+#include "platform/ports/defaults_store.h"
 #include "platform/ports/file_metadata_query.h"
 #include "platform/ports/folder_reader.h"
 #include "platform/ports/last_used_dates.h"
@@ -28,6 +29,9 @@ struct DiskSearchServices {
   /// Writes what is found to the log.
   bool showsCalculationLog = false;
 };
+
+/// What `showsCalculationLog` is to be by the stored settings.
+bool isCalculationLogWanted(const DefaultsStore& store);
 
 /// One file or application that counts.
 struct FoundFile {

@@ -26,8 +26,8 @@ QByteArray pathOfItem(const ResultSets& files, Separator::Item item) {
   return (*set)->path(index);
 }
 
-DuplicatesSearcher::DuplicatesSearcher(const DiskSearchServices& services)
-    : m_services(services), m_jobs(QStringLiteral("duplicates")) {}
+DuplicatesSearcher::DuplicatesSearcher(const DiskSearchServices& services, JobQueue& jobs)
+    : m_services(services), m_jobs(jobs) {}
 DuplicatesSearcher::~DuplicatesSearcher() = default;
 
 std::vector<QByteArray> DuplicatesSearcher::scopes(const FolderReader& reader, const PathsGenerator& paths) {

@@ -36,7 +36,8 @@ class DuplicatesSearcher : public QObject {
   /// With less than this among the large files the small ones are searched too.
   static constexpr ByteCount kEnough = 0x6400000;
 
-  explicit DuplicatesSearcher(const DiskSearchServices& services);
+  /// `jobs` outlives the searcher.
+  DuplicatesSearcher(const DiskSearchServices& services, JobQueue& jobs);
   ~DuplicatesSearcher() override;
 
   void findDuplicatesWithDelegate(DuplicatesSearcherDelegate& delegate);
@@ -60,7 +61,7 @@ class DuplicatesSearcher : public QObject {
   /// What the first pass found; and with it what the second found.
   std::optional<ResultSets> m_arrOneMB;
   std::optional<ResultSets> m_arrFiftyKB;
-  JobQueue m_jobs;
+  JobQueue& m_jobs;
 };
 
 }  // namespace halvard

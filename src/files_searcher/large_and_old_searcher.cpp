@@ -22,8 +22,8 @@ std::vector<FoundFile> oldFiles(const DiskSearchServices& services, const FileMe
   return files;
 }
 
-LargeAndOldSearcher::LargeAndOldSearcher(const DiskSearchServices& services)
-    : m_services(services), m_jobs(QStringLiteral("large files")) {}
+LargeAndOldSearcher::LargeAndOldSearcher(const DiskSearchServices& services, JobQueue& jobs)
+    : m_services(services), m_jobs(jobs) {}
 LargeAndOldSearcher::~LargeAndOldSearcher() = default;
 
 void LargeAndOldSearcher::findLargeOldWithDelegate(LargeAndOldSearcherDelegate& delegate) {

@@ -23,7 +23,8 @@ class LargeAndOldSearcherDelegate : public WeakTarget {
 /// others. Destroying it ends the work.
 class LargeAndOldSearcher : public QObject {
  public:
-  explicit LargeAndOldSearcher(const DiskSearchServices& services);
+  /// `jobs` outlives the searcher.
+  LargeAndOldSearcher(const DiskSearchServices& services, JobQueue& jobs);
   ~LargeAndOldSearcher() override;
 
   void findLargeOldWithDelegate(LargeAndOldSearcherDelegate& delegate);
@@ -39,7 +40,7 @@ class LargeAndOldSearcher : public QObject {
   const DiskSearchServices m_services;
   WeakRef<LargeAndOldSearcherDelegate> m_delegate;
   std::unique_ptr<FileMetadataQuery> m_metadataQuery;
-  JobQueue m_jobs;
+  JobQueue& m_jobs;
 };
 
 /// Those of the files that are old. A file without any date is not. Blocks; `results` may be null.

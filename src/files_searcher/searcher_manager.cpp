@@ -8,6 +8,8 @@
 namespace halvard {
 namespace {
 
+/// The three junk folders and the other three figures.
+constexpr int kThreads = 6;
 constexpr std::array kTypes{DiskInfoType::Junk, DiskInfoType::Applications, DiskInfoType::LargeAndOld,
                             DiskInfoType::Duplicates};
 
@@ -19,7 +21,7 @@ ByteCount totalSize(const std::vector<FoundFile>& files) {
 }  // namespace
 
 SearcherManager::SearcherManager(const DiskSearchServices& services, const DefaultsStore& store)
-    : m_services(services), m_restart(services.clock) {
+    : m_services(services), m_jobs(QStringLiteral("disk figures"), kThreads), m_restart(services.clock) {
   const auto stored = store.objectForKey(stored_keys::testRescanDiskJunkTime);
   if (stored && stored->isNumber()) m_nRescanTime = static_cast<float>(stored->toReal().value_or(m_nRescanTime));
 }
@@ -55,22 +57,22 @@ void SearcherManager::startSearchForType(DiskInfoType type) {
   switch (type) {
     case DiskInfoType::Junk:
       lastScanDate(type) = m_services.clock.now();
-      m_cacheAndDownloadsSearcher = std::make_unique<CacheAndDownloadsSearcher>(m_services);
+      m_cacheAndDownloadsSearcher = std::make_unique<CacheAndDownloadsSearcher>(m_services, m_jobs);
       m_services.clock.callAfter(std::chrono::milliseconds(0), m_cacheAndDownloadsSearcher.get(),
                                  [this] { m_cacheAndDownloadsSearcher->findCacheAndDownloadsWithDelegate(*this); });
       break;
     case DiskInfoType::Applications:
-      m_appSearcher = std::make_unique<AppsSearcher>(m_services);
+      m_appSearcher = std::make_unique<AppsSearcher>(m_services, m_jobs);
       m_appSearcher->findAppsWithDelegate(*this);
       lastScanDate(type) = m_services.clock.now();
       break;
     case DiskInfoType::LargeAndOld:
-      m_largeOldSearcher = std::make_unique<LargeAndOldSearcher>(m_services);
+      m_largeOldSearcher = std::make_unique<LargeAndOldSearcher>(m_services, m_jobs);
       m_largeOldSearcher->findLargeOldWithDelegate(*this);
       lastScanDate(type) = m_services.clock.now();
       break;
     case DiskInfoType::Duplicates:
-      m_duplicatesSearcher = std::make_unique<DuplicatesSearcher>(m_services);
+      m_duplicatesSearcher = std::make_unique<DuplicatesSearcher>(m_services, m_jobs);
       m_duplicatesSearcher->findDuplicatesWithDelegate(*this);
       lastScanDate(type) = m_services.clock.now();
       break;

@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "core/clock.h"
+#include "core/jobs.h"
 #include "core/weak_ref.h"
 #include "files_searcher/apps_searcher.h"
 #include "files_searcher/cache_and_downloads_searcher.h"
@@ -74,6 +75,8 @@ class SearcherManager : public QObject,
   float m_nRescanTime = 86400;
   WeakRef<SearcherManagerDelegate> m_delegate;
 
+  /// Outlives the searchers, so that letting go of one that works does not wait for it.
+  JobQueue m_jobs;
   std::unique_ptr<CacheAndDownloadsSearcher> m_cacheAndDownloadsSearcher;
   std::unique_ptr<AppsSearcher> m_appSearcher;
   std::unique_ptr<LargeAndOldSearcher> m_largeOldSearcher;

@@ -127,6 +127,8 @@ bool Worker::scanBatch(const WalkedFolder& walked, const std::shared_ptr<FolderN
   for (const FolderEntry& entry : entries) {
     if (entry.type == EntryType::Folder) continue;
     m_visitor.visitEntry(walked, entry);
+    // A thread that ran out of work does not wait for the last file of this folder.
+    if (m_course.shared.isWanted()) m_course.shared.offer(m_stack.popItem());
     if (--untilStop > 0) continue;
     if (m_course.stop.stop_requested()) return false;
     untilStop = kEntriesBetweenStops;

@@ -1,5 +1,6 @@
 #include "menubar/panel_window.h"
 
+#include <QDialog>
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QLabel>
@@ -99,10 +100,10 @@ void PanelWindow::layOut() {
   m_closeButton->setVisible(!m_panelView->showsTriangle());
   m_nameLabel->setGeometry(40, bar, width() - 80, panel_layout::kTitleBarHeight);
   m_prefecencesButton->setGeometry(width() - 6 - 26, bar + 3, 26, 24);
-  const int summaryBottom =
-      top + static_cast<int>(isWindowStateDetailed() ? panel_layout::kDetailedHeight : panel_layout::kCompactHeight);
+  const int summaryBottom = top + summaryHeight();
   m_memoryUsageButton->setGeometry(30, summaryBottom - 31, 120, 24);
   m_disclosureButton->setGeometry(8, summaryBottom - 31, 26, 24);
+  if (m_adBasedOnSpotlightVC) m_adBasedOnSpotlightVC->view()->move(0, top + m_diskUsageTop);
   cutOutShape();
 }
 
@@ -220,12 +221,26 @@ void PanelWindow::showEvent(QShowEvent* event) {
   m_blends = m_hints.blendsWindows();
   cutOutShape();
   DraggableWindow::showEvent(event);
+  Q_EMIT didShow();
 }
 
 void PanelWindow::closeEvent(QCloseEvent* event) {
   m_hint->hideItself();
+  endSheets();
   Q_EMIT willClose();
   DraggableWindow::closeEvent(event);
+}
+
+void PanelWindow::endSheets() {
+  // The end of one may open another.
+  const auto openSheet = [this]() -> QDialog* {
+    for (QDialog* const sheet : findChildren<QDialog*>()) {
+      if (sheet->isVisible()) return sheet;
+    }
+    return nullptr;
+  };
+  while (QDialog* const sheet = openSheet())
+    sheet->reject();
 }
 
 bool PanelWindow::event(QEvent* event) {

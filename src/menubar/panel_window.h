@@ -100,6 +100,8 @@ class PanelWindow : public DraggableWindow {
   void preferencesButtonPressed();
   /// The panel was closed, by whatever way.
   void willClose();
+  /// The panel has become visible.
+  void didShow();
 
  protected:
   void moveEvent(QMoveEvent* event) override;
@@ -123,6 +125,10 @@ class PanelWindow : public DraggableWindow {
   std::uint64_t initialState() const;
   void updateDiskUsagePart();
   float diskUsageHeight() const;
+  /// Of the summary area.
+  int summaryHeight() const;
+  /// Cancels every sheet that is attached to the panel.
+  void endSheets();
   void modifyWindowToSize(QSize size, bool animated, std::function<void()> completion);
   void stateChangeCompleted();
   void layOut();
@@ -138,6 +144,8 @@ class PanelWindow : public DraggableWindow {
   WeakRef<PanelWindowDelegate> m_panelWindowDelegate;
   std::uint64_t m_windowState = 0;
   bool m_animating = false;
+  /// Where the disk usage begins below the panel's top: under the summary area, in an animation on the way there.
+  int m_diskUsageTop = 0;
   bool m_savesPosition = false;
   std::optional<std::chrono::steady_clock::time_point> m_closedByFocusLoss;
   std::unique_ptr<HintWindow> m_hint;

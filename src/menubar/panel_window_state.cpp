@@ -37,8 +37,8 @@ void PanelWindow::changeWindowStateTo(std::uint64_t state, bool animated) {
     m_summary->switchToCompactModeAnimated(animates);
   }
   if (m_adBasedOnSpotlightVC) m_adBasedOnSpotlightVC->changeToCompactMode(!isWindowWithDetailedAd(), animates);
-  const float base = isWindowStateDetailed() ? panel_layout::kDetailedHeight : panel_layout::kCompactHeight;
-  const QSize size(panel_layout::kPanelWidth, static_cast<int>(base + diskUsageHeight()));
+  const QSize size(panel_layout::kPanelWidth,
+                   static_cast<int>(static_cast<float>(summaryHeight()) + diskUsageHeight()));
   modifyWindowToSize(size, animates, [this] { stateChangeCompleted(); });
 }
 
@@ -47,7 +47,13 @@ void PanelWindow::updateDiskUsagePart() {
     m_adBasedOnSpotlightVC.reset();
   } else if (!m_adBasedOnSpotlightVC) {
     m_adBasedOnSpotlightVC = m_parts.makeDiskUsage(m_panelView);
+    m_diskUsageTop = summaryHeight();
+    if (m_adBasedOnSpotlightVC) m_adBasedOnSpotlightVC->view()->show();
   }
+}
+
+int PanelWindow::summaryHeight() const {
+  return static_cast<int>(isWindowStateDetailed() ? panel_layout::kDetailedHeight : panel_layout::kCompactHeight);
 }
 
 float PanelWindow::diskUsageHeight() const {
@@ -63,7 +69,9 @@ void PanelWindow::modifyWindowToSize(QSize size, bool animated, std::function<vo
     const int dropped = m_panelView->bodyOffset() != 0 ? height() - newSize.height() : 0;
     setGeometry(constrainedFrame(QRect(QPoint(x(), y() + dropped), newSize)));
   };
+  const int diskUsageTop = summaryHeight();
   if (!animated) {
+    m_diskUsageTop = diskUsageTop;
     apply(size);
     completion();
     return;
@@ -72,10 +80,14 @@ void PanelWindow::modifyWindowToSize(QSize size, bool animated, std::function<vo
   m_frameAnimation = new QVariantAnimation(this);
   m_frameAnimation->setDuration(kResizeMilliseconds);
   m_frameAnimation->setEasingCurve(QEasingCurve::InOutQuad);
-  m_frameAnimation->setStartValue(this->size());
-  m_frameAnimation->setEndValue(size);
+  m_frameAnimation->setStartValue(0.0);
+  m_frameAnimation->setEndValue(1.0);
   connect(m_frameAnimation, &QVariantAnimation::valueChanged, this,
-          [apply](const QVariant& value) { apply(value.toSize()); });
+          [this, apply, size, diskUsageTop, oldSize = this->size(), oldTop = m_diskUsageTop](const QVariant& value) {
+            const qreal share = value.toReal();
+            m_diskUsageTop = oldTop + qRound((diskUsageTop - oldTop) * share);
+            apply(oldSize + (size - oldSize) * share);
+          });
   connect(m_frameAnimation, &QVariantAnimation::finished, this, [this, completion = std::move(completion)] {
     m_animating = false;
     savePosition();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QRect>
+#include <QSize>
 #include <chrono>
 
 class QWidget;
@@ -13,5 +14,7 @@ inline constexpr std::chrono::milliseconds kLayoutDuration{400};
 
 /// A running change of the same widget is replaced.
 void setFrame(QWidget* widget, const QRect& frame, bool usingAnimator);
+/// The same for the size alone: somebody else may move the widget meanwhile.
+void setSize(QWidget* widget, QSize size, bool usingAnimator);
 
 }  // namespace halvard::animated_geometry

@@ -1,12 +1,18 @@
 // The real program, without a display: started, asked, cleaned, and killed in the middle of things.
+#include <sched.h>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QtTest>
+
 #include <csignal>
 
+#include "files_searcher/disk_tree.h"
 #include "platform/linux/control/dbus_control_client.h"
+#include "platform/linux/files/linux_folder_access.h"
+#include "platform/linux/sqlite/sqlite_defaults_store.h"
+#include "preferences/stored_keys.h"
 #include "support/private_bus.h"
 
 using namespace halvard;
@@ -128,6 +134,53 @@ class TestProgram : public QObject {
     QVERIFY(!client.status().value().value(QStringLiteral("purging")).toBool());
     program.kill();
     WAIT_FOR(&program);
+  }
+
+  void sizeTakesPathsOfAnyBytes() {
+    Session session;
+    DiskTree tree;
+    tree.addFolder("not text \xff\n");
+    tree.addFile("not text \xff\n/file", 5000);
+    QProcess shell;
+    shell.setProcessEnvironment(session.environment);
+    shell.setWorkingDirectory(QFile::decodeName(tree.path()));
+    shell.start(QStringLiteral("sh"), {QStringLiteral("-c"), QStringLiteral("exec \"$0\" size \"$PWD\"/not*"),
+                                       kBin + QStringLiteral("halvardctl")});
+    WAIT_FOR(&shell);
+    QCOMPARE(shell.readAllStandardOutput().trimmed().toULongLong(), sizeByDu(tree.path()));
+    QProcess* missing = session.ctl({QStringLiteral("size"), QStringLiteral("/no/such/folder")}, this);
+    WAIT_FOR(missing);
+    QCOMPARE(missing->exitCode(), 1);
+  }
+
+  void quittingEndsARunningSearchAtOnce() {
+    Session session;
+    const QString folder =
+        session.environment.value(QStringLiteral("XDG_CONFIG_HOME")) + QStringLiteral("/com.tessmar.Halvard");
+    QDir().mkpath(folder);
+    {
+      // With a granted disk the program searches it from its start on.
+      SqliteDefaultsStore store(folder + QStringLiteral("/defaults.db"), QStringLiteral("com.tessmar.Halvard"));
+      store.setObject(stored_keys::diskAccessData, {*LinuxFolderAccess().createBookmark("/")});
+      QVERIFY(store.synchronize());
+    }
+    QProcess program;
+    session.start(program);
+    const auto searches = [&] {
+      const QDir threads(QStringLiteral("/proc/%1/task").arg(program.processId()));
+      for (const QString& thread : threads.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        if (::sched_getscheduler(thread.toInt()) == SCHED_IDLE) return true;
+      }
+      return false;
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(searches(), 20000);
+    QElapsedTimer sinceAsked;
+    sinceAsked.start();
+    program.terminate();
+    WAIT_FOR(&program);
+    QCOMPARE(program.exitCode(), 0);
+    // The walk stops within 0.2 s where it gets the processor; on a busy machine everybody else comes first.
+    QVERIFY2(sinceAsked.elapsed() < 2000, qPrintable(QString::number(sinceAsked.elapsed())));
   }
 
   void killedProgramLeavesNoWorker() {

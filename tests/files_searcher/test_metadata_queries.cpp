@@ -1,8 +1,12 @@
+#include <malloc.h>
+
 #include <QSignalSpy>
 #include <QtTest>
 #include <algorithm>
 
 #include "files_searcher/disk_tree.h"
+#include "files_searcher/duplicates_searcher.h"
+#include "files_searcher/metadata_pass.h"
 #include "files_searcher/walk_metadata_queries.h"
 #include "platform/fake/fake_disk.h"
 #include "platform/linux/files/linux_folder_reader.h"
@@ -136,6 +140,37 @@ class TestMetadataQueries : public QObject {
     }
     QCoreApplication::processEvents();
     QVERIFY(!answer.finished);
+  }
+
+  void memoryGrowsWithWhatIsFoundNotWithWhatIsWalked() {
+    constexpr int kFolders = 40;
+    constexpr int kFiles = 250;
+    Search search;
+    for (int folder = 0; folder < kFolders; ++folder) {
+      const QByteArray name = search.tree.addFolder("folder" + QByteArray::number(folder));
+      for (int file = 0; file < kFiles; ++file) {
+        search.tree.addFile(QFileInfo(QString::fromUtf8(name)).fileName().toUtf8() + "/a file of usual length " +
+                                QByteArray::number(file) + ".jpeg",
+                            1000, false);
+      }
+    }
+    const MetadataPass pass(search.reader, search.mounts, search.catalog, nullptr, 1);
+    const auto kept = [&](ByteCount largerThan) {
+      std::atomic<std::uint64_t> seen = 0;
+      const std::size_t before = ::mallinfo2().uordblks;
+      const auto results = pass.run({{{search.tree.path()}, between(largerThan)}}, seen, {});
+      Separator groups = DuplicatesSearcher::findDuplicatesInFiles({results.front()});
+      groups.calculateTotalSizeOfDuplicates();
+      return std::pair(results.front()->count(), ::mallinfo2().uordblks - before);
+    };
+    if (::mallinfo2().uordblks == 0) QSKIP("the sanitizer's allocator does not count");
+    kept(1000);
+    const auto [none, withoutFinds] = kept(1000);
+    const auto [all, withFinds] = kept(999);
+    QCOMPARE(none, 0U);
+    QCOMPARE(all, std::size_t{kFolders * kFiles});
+    QVERIFY2(withoutFinds < 8 * 1024, qPrintable(QString::number(withoutFinds)));
+    QVERIFY2(withFinds <= 130 * all, qPrintable(QString::number(withFinds / all)));
   }
 
   void moreQueriesThanOnePassHolds() {

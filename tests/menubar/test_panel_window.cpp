@@ -1,3 +1,4 @@
+#include <QDialog>
 #include <QLabel>
 #include <QtTest>
 
@@ -35,7 +36,7 @@ struct Parts : PanelParts {
     Parts& parts;
   };
   struct Disk : PanelDiskUsage {
-    Disk(QWidget* parent, Parts& owner) : widget(parent), parts(owner) {}
+    Disk(QWidget* parent, Parts& owner) : widget(parent), parts(owner) { parts.diskView = &widget; }
     QWidget* view() override { return &widget; }
     float getViewHeightForMode(Mode mode) override { return mode == Compact ? 40.5F : 150.0F; }
     void changeToCompactMode(bool compact, bool) override { parts.diskCompact = compact; }
@@ -55,6 +56,7 @@ struct Parts : PanelParts {
   bool hasDisk = false;
   bool startsDetailed = false;
   bool diskCompact = false;
+  QWidget* diskView = nullptr;
   int lists = 0;
   int updates = 0;
 };
@@ -223,6 +225,29 @@ class TestPanelWindow : public QObject {
     QCOMPARE(panel.window.height(), 220);
     panel.window.checkIsCanShowAds();
     QVERIFY(panel.window.isWindowStateWithAd());
+  }
+
+  void diskUsageStandsBelowTheSummary() {
+    Panel panel(true);
+    panel.item.rect = QRect(400, 2, 24, 24);
+    panel.window.processActionOfStatusItem(true);
+    QVERIFY(panel.parts.diskView->isVisible());
+    QCOMPARE(panel.parts.diskView->y(), 220);
+    panel.window.showDetailedMemoryUsageButtonPressed();
+    QTRY_VERIFY(!panel.window.isAnimating());
+    QCOMPARE(panel.parts.diskView->y(), 285);
+    QCOMPARE(panel.window.height(), 325);
+  }
+
+  void closingEndsAttachedSheets() {
+    Panel panel;
+    panel.window.bringToFront();
+    auto* const first = new QDialog(&panel.window);
+    auto* const second = new QDialog(&panel.window);
+    connect(first, &QDialog::rejected, second, [second] { second->show(); });
+    first->show();
+    panel.window.close();
+    QVERIFY(!first->isVisible() && !second->isVisible());
   }
 
   void losingTheFocusClosesOnlyAnAttachedPanel() {

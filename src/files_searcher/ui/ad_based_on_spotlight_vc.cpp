@@ -1,5 +1,7 @@
 #include "files_searcher/ui/ad_based_on_spotlight_vc.h"
 
+#include <QGraphicsOpacityEffect>
+#include <QPropertyAnimation>
 #include <QVariantAnimation>
 
 #include <algorithm>
@@ -123,7 +125,22 @@ void AdBasedOnSpotlightVC::changeToCompactMode(bool compact, bool animated) {
   }
   arrange();
   const QSize size(kWidth, static_cast<int>(getViewHeightForMode(compact ? Compact : Detailed)));
-  animated_geometry::setFrame(m_view, QRect(m_view->pos(), size), animated);
+  animated_geometry::setSize(m_view, size, animated);
+  if (animated) fadeIn();
+}
+
+void AdBasedOnSpotlightVC::fadeIn() {
+  auto* const effect = new QGraphicsOpacityEffect(m_view);
+  effect->setOpacity(0);
+  m_view->setGraphicsEffect(effect);
+  auto* const animation = new QPropertyAnimation(effect, "opacity", effect);
+  animation->setDuration(static_cast<int>(animated_geometry::kLayoutDuration.count()));
+  animation->setEndValue(1.0);
+  // Drawing through an effect costs, so it goes when it has done its work.
+  connect(
+      animation, &QPropertyAnimation::finished, m_view, [view = m_view] { view->setGraphicsEffect(nullptr); },
+      Qt::QueuedConnection);
+  animation->start();
 }
 
 void AdBasedOnSpotlightVC::completionChangeToCompactMode(bool compact) {
@@ -163,6 +180,7 @@ void AdBasedOnSpotlightVC::arrange() {
 
 void AdBasedOnSpotlightVC::setIsScanning(bool scanning) {
   m_bIsScanning = scanning;
+  m_paused = false;
   diskUsageButton->setEnabled(!scanning);
   m_pShowDetailedDiskUsageBlueButton->setTitle(scanning ? tr("Scanning...") : tr("Review"));
   m_details->setText(scanning ? tr("Scanning...") : tr("Details"));
@@ -183,6 +201,17 @@ void AdBasedOnSpotlightVC::startScanning(bool forced) {
   setIsScanning(true);
   arrange();
   m_services.searchers.startSearchWithDelegate(*this, forced);
+}
+
+void AdBasedOnSpotlightVC::pauseScanning() {
+  if (!m_bIsScanning) return;
+  m_services.searchers.cancelSearches();
+  m_progressTimer.stop();
+  m_paused = true;
+}
+
+void AdBasedOnSpotlightVC::resumeScanning() {
+  if (m_bIsScanning && m_paused) startScanning(false);
 }
 
 void AdBasedOnSpotlightVC::resetLabel(std::size_t page) {

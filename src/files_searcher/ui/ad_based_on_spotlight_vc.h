@@ -59,8 +59,14 @@ class AdBasedOnSpotlightVC : public QObject, private SearcherManagerDelegate {
   void showDetailedDiskUsagePressedBlueButton();
   /// Asks for access until the right folder is chosen or the user cancels; tells whether it was granted.
   void showOpenPanelToGrantAccessCompletion(std::function<void(bool granted)> completion);
+  /// Nobody looks any more: ends a search that runs; what it has found stays.
+  void pauseScanning();
+  /// Searches for what pauseScanning() left open.
+  void resumeScanning();
   void totalSizeLabelPressed();
   void detailsButtonPressed();
+  /// Slides a page in over the summary. Nothing happens while scanning, during another slide, or without a figure.
+  void showView(State state);
   void backButtonPressed();
 
   bool isScanning() const { return m_bIsScanning; }
@@ -85,8 +91,9 @@ class AdBasedOnSpotlightVC : public QObject, private SearcherManagerDelegate {
   void resetLabel(std::size_t page);
   void sizeLabelPressed(std::size_t page);
   void updateOverallViewContent();
-  void showView(State state);
   /// Moves a page; `ended` may be empty.
+  /// Lets the content appear out of nothing.
+  void fadeIn();
   void slide(AdBasedOnSpotlightView* page, int from, int to, std::function<void()> ended);
   AdBasedOnSpotlightView* getCurrentView() const;
 
@@ -108,6 +115,7 @@ class AdBasedOnSpotlightVC : public QObject, private SearcherManagerDelegate {
   QTimer m_progressTimer;
   State m_state = Summary;
   bool m_bIsScanning = false;
+  bool m_paused = false;
   bool m_animating = false;
   bool m_compact = true;
 };

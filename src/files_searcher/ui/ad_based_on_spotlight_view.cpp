@@ -109,7 +109,7 @@ void AdBasedOnSpotlightView::getAppPressed() {
 
 void AdBasedOnSpotlightView::paintEvent(QPaintEvent*) {
   QPainter painter(this);
-  painter.fillRect(rect(), Qt::white);
+  paintGround(painter, rect());
   painter.fillRect(QRect(0, 0, width(), 1), ui_style::titleBarSeparatorColor());
   painter.fillRect(QRect(kMargin, kHeaderHeight, width() - 2 * kMargin, 1), ui_style::titleBarSeparatorColor());
   painter.setRenderHint(QPainter::Antialiasing);

@@ -19,7 +19,7 @@ void DiskUsageSummary::setProgress(double progress) {
 
 void DiskUsageSummary::paintEvent(QPaintEvent*) {
   QPainter painter(this);
-  painter.fillRect(rect(), Qt::white);
+  disk_usage_style::paintGround(painter, rect());
   painter.fillRect(QRect(0, 0, width(), 1), ui_style::titleBarSeparatorColor());
   if (m_progress < 0) return;
   painter.fillRect(QRect(0, 0, width(), 3), ui_style::pieChartFreeColor());
