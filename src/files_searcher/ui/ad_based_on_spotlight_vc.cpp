@@ -175,7 +175,8 @@ void AdBasedOnSpotlightVC::arrange() {
          "applications."));
   m_hint->setGeometry(kMargin, 56, kWidth - 2 * kMargin, 90);
   m_pShowDetailedDiskUsageBlueButton->setVisible(!detailed);
-  m_pShowDetailedDiskUsageBlueButton->setGeometry(kMargin, m_compact ? 48 : 166, kWidth - 2 * kMargin, 34);
+  m_pShowDetailedDiskUsageBlueButton->setGeometry(kButtonMargin, m_compact ? 50 : 166, kButtonWidth,
+                                                  m_pShowDetailedDiskUsageBlueButton->sizeHint().height());
 }
 
 void AdBasedOnSpotlightVC::setIsScanning(bool scanning) {
