@@ -1,6 +1,7 @@
 #include "app/disk_shot_states.h"
 
 #include <QFileDialog>
+#include <QLineEdit>
 #include <QMap>
 #include <QTimer>
 #include <functional>
@@ -39,8 +40,9 @@ void afterScan(DiskSection& disk, PanelWindow& panel, const Action& action) {
 
 void chooseFolder(PanelWindow& panel, const QString& path) {
   auto* const dialog = panel.findChild<QFileDialog*>();
-  if (!dialog) return;
-  dialog->selectFile(path);
+  auto* const name = dialog ? dialog->findChild<QLineEdit*>() : nullptr;
+  if (!name) return;
+  name->setText(path);
   static_cast<QDialog*>(dialog)->accept();
 }
 

@@ -11,7 +11,7 @@ namespace halvard::disk_usage_style {
 inline constexpr int kWidth = 250;
 inline constexpr int kMargin = 20;
 /// Buttons stand under those of the panel's summary.
-inline constexpr int kButtonMargin = 15;
+inline constexpr int kButtonMargin = 16;
 inline constexpr int kButtonWidth = kWidth - 2 * kButtonMargin;
 inline constexpr int kDetailedHeight = 250;
 inline constexpr int kCompactHeight = 120;
