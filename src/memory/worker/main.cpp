@@ -6,22 +6,15 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <stdlib.h>
-#include <string.h>
-#include <sys/prctl.h>
-#include <sys/resource.h>
-#include <sys/socket.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
-#include <csignal>
-
 #include "memory/worker/buffers.h"
+#include "memory/worker/channel.h"
+#include "memory/worker/confinement.h"
 
 using namespace halvard::purge_worker;
 
 namespace {
-
-constexpr int kChannel = 0;
 
 /// Makes the kernel choose this process first when memory runs out. Raising the score needs no privilege.
 bool becomeFirstVictim() {
@@ -31,44 +24,6 @@ bool becomeFirstVictim() {
   const bool written = write(file, kScore, sizeof kScore - 1) == static_cast<ssize_t>(sizeof kScore - 1);
   close(file);
   return written;
-}
-
-bool isPacketSocket(int descriptor) {
-  int type = 0;
-  socklen_t length = sizeof type;
-  return getsockopt(descriptor, SOL_SOCKET, SO_TYPE, &type, &length) == 0 && type == SOCK_SEQPACKET;
-}
-
-/// False when the parent is gone already: then no signal will come.
-bool endWithParent(long parent) {
-  return prctl(PR_SET_PDEATHSIG, SIGKILL) == 0 && getppid() == parent;
-}
-
-/// Whoever works at the desktop comes first, at the processors and at the disk. Failing is no reason to stop.
-void stepBehindEveryoneElse() {
-  constexpr int kWhoProcess = 1;
-  constexpr int kClassIdle = 3 << 13;
-  (void)setpriority(PRIO_PROCESS, 0, 19);
-  (void)syscall(SYS_ioprio_set, kWhoProcess, 0, kClassIdle);
-}
-
-void dropWhatWasInherited() {
-  (void)clearenv();
-  (void)syscall(SYS_close_range, 3U, ~0U, 0U);
-  const rlimit noCore{0, 0};
-  (void)setrlimit(RLIMIT_CORE, &noCore);
-  (void)prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
-}
-
-bool answer(int error, std::uint64_t serial) {
-  Answer message;
-  message.error = error;
-  message.serial = serial;
-  ssize_t sent = 0;
-  do {
-    sent = send(kChannel, &message, sizeof message, MSG_NOSIGNAL);
-  } while (sent < 0 && errno == EINTR);
-  return sent == static_cast<ssize_t>(sizeof message);
 }
 
 int perform(Buffers& buffers, const Command& command) {
@@ -89,9 +44,7 @@ int perform(Buffers& buffers, const Command& command) {
 /// Serves one command. False when the channel is closed.
 bool serve(Buffers& buffers) {
   Command command;
-  // MSG_TRUNC: the length of the whole packet, so that a longer one does not pass for a command. Descriptors sent
-  // along are dropped by the kernel, for there is no room for them.
-  const ssize_t length = recv(kChannel, &command, sizeof command, MSG_TRUNC);
+  const ssize_t length = receivePacket(&command, sizeof command);
   if (length < 0) return errno == EINTR;
   if (length == 0) return false;
   if (length != static_cast<ssize_t>(sizeof command)) return answer(EBADMSG, 0);
@@ -101,11 +54,7 @@ bool serve(Buffers& buffers) {
 
 ExitStatus run(int argc, char** argv) {
   if (!becomeFirstVictim()) return kNotProtected;
-  if (argc != 2 || !isPacketSocket(kChannel)) {
-    constexpr char kExplanation[] = "halvard-purge-worker: started by halvard, not by hand\n";
-    (void)!write(STDERR_FILENO, kExplanation, sizeof kExplanation - 1);
-    return kNotStartedByUs;
-  }
+  if (!hasChannel("halvard-purge-worker") || argc != 2) return kNotStartedByUs;
   if (!endWithParent(strtol(argv[1], nullptr, 10))) return kChannelClosed;
   dropWhatWasInherited();
   stepBehindEveryoneElse();

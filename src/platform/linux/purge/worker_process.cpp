@@ -107,13 +107,7 @@ Result<std::unique_ptr<WorkerProcess>> WorkerProcess::start(const std::string& p
     return failure("pidfd", code);
   }
   std::unique_ptr<WorkerProcess> worker(new WorkerProcess(child, std::move(process), std::move(ours), answerLimit));
-  Answer ready;
-  int code = worker->receive(ready);
-  if (code == 0 && (ready.serial != 0 || ready.error != 0)) code = EBADMSG;
-  if (code != 0) {
-    worker->kill();
-    return failure("not ready", code);
-  }
+  if (const int code = worker->receiveReadiness()) return failure("not ready", worker->fail(code));
   return worker;
 }
 
@@ -123,29 +117,40 @@ WorkerProcess::~WorkerProcess() {
 }
 
 int WorkerProcess::perform(Operation operation, std::uint32_t buffer, std::uint64_t size) {
-  if (!m_channel) return EPIPE;
   Command command;
   command.operation = operation;
   command.buffer = buffer;
-  command.serial = ++m_serial;
   command.size = size;
   Answer answer;
-  int code = 0;
-  // There is room for the packet: the one before was answered.
-  if (::send(m_channel.get(), &command, sizeof command, MSG_NOSIGNAL | MSG_DONTWAIT) < 0) code = errno;
-  if (code == 0) code = receive(answer);
-  if (code == 0 && answer.serial != command.serial) code = EBADMSG;
-  if (code == 0) return answer.error;
-  kill();
-  return code;
+  const int code = exchange(command, answer);
+  return code != 0 ? code : answer.error;
 }
 
-int WorkerProcess::receive(Answer& answer) {
+int WorkerProcess::transfer(std::span<const std::byte> command, std::span<std::byte> answer) {
+  if (!m_channel) return EPIPE;
+  // There is room for the packet: the one before was answered.
+  const ssize_t sent = ::send(m_channel.get(), command.data(), command.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+  const int code = sent < 0 ? errno : receive(answer);
+  return code == 0 ? 0 : fail(code);
+}
+
+int WorkerProcess::receive(std::span<std::byte> packet) {
   if (!waitReadable(m_channel.get(), m_answerLimit)) return ETIMEDOUT;
-  const ssize_t length = ::recv(m_channel.get(), &answer, sizeof answer, MSG_DONTWAIT | MSG_TRUNC);
+  const ssize_t length = ::recv(m_channel.get(), packet.data(), packet.size(), MSG_DONTWAIT | MSG_TRUNC);
   if (length < 0) return errno;
   if (length == 0) return ECONNRESET;
-  return length == static_cast<ssize_t>(sizeof answer) && answer.magic == purge_worker::kMagic ? 0 : EBADMSG;
+  return static_cast<std::size_t>(length) == packet.size() ? 0 : EBADMSG;
+}
+
+int WorkerProcess::receiveReadiness() {
+  Answer ready;
+  if (const int code = receive(std::as_writable_bytes(std::span(&ready, 1)))) return code;
+  return ready.magic == purge_worker::kMagic && ready.serial == 0 ? ready.error : EBADMSG;
+}
+
+int WorkerProcess::fail(int code) {
+  kill();
+  return code;
 }
 
 bool WorkerProcess::isAlive() const {

@@ -14,6 +14,7 @@
 #include "platform/fake/fake_clock.h"
 #include "platform/linux/purge/worker_process.h"
 #include "platform/linux/purge/worker_purgeable_memory.h"
+#include "support/bare_worker.h"
 
 using namespace halvard;
 using namespace std::chrono_literals;
@@ -54,53 +55,16 @@ std::vector<int> childProcesses() {
   return found;
 }
 
-/// A worker without the adapter: its bare channel.
-class BareWorker {
+/// halvard-purge-worker by its bare channel.
+class BareWorker : public test::BareWorker {
  public:
-  explicit BareWorker(int parent = ::getpid()) {
-    int ends[2];
-    if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) qFatal("socketpair");
-    const QByteArray argument = QByteArray::number(parent);
-    m_process = ::fork();
-    if (m_process == 0) {
-      ::dup2(ends[1], 0);
-      ::execl(kWorker, kWorker, argument.constData(), nullptr);
-      ::_exit(127);
-    }
-    ::close(ends[1]);
-    m_channel.reset(ends[0]);
-  }
-  ~BareWorker() {
-    if (m_process > 0) finish();
-  }
-
-  int process() const { return m_process; }
-  int channel() const { return m_channel.get(); }
-  bool send(const void* bytes, std::size_t length) {
-    return ::send(m_channel.get(), bytes, length, MSG_NOSIGNAL) == static_cast<ssize_t>(length);
-  }
-  std::optional<Answer> receive() {
-    Answer answer;
-    if (::recv(m_channel.get(), &answer, sizeof answer, MSG_TRUNC) != sizeof answer) return std::nullopt;
-    return answer.magic == purge_worker::kMagic ? std::optional(answer) : std::nullopt;
-  }
-  /// Sends a command; the answer's error, or -1 without a proper answer.
+  explicit BareWorker(int parent = ::getpid()) : test::BareWorker(kWorker, parent) {}
+  std::optional<Answer> receive() { return test::BareWorker::receive<Answer>(); }
+  /// The answer's error, or -1 without a proper answer.
   int ask(const Command& command) {
-    if (!send(&command, sizeof command)) return -1;
-    const std::optional<Answer> answer = receive();
+    const std::optional<Answer> answer = test::BareWorker::ask<Answer>(command);
     return answer ? answer->error : -1;
   }
-  /// Closes the channel; the worker's exit status, or minus the signal that ended it.
-  int finish() {
-    m_channel.reset();
-    int status = 0;
-    ::waitpid(std::exchange(m_process, -1), &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
-  }
-
- private:
-  FileDescriptor m_channel;
-  pid_t m_process = -1;
 };
 
 /// What the guard reads, as the test says: room without end, and calm, unless told otherwise.

@@ -1,0 +1,263 @@
+// The program that may advise other processes: what it accepts, whom it touches, what it keeps of its rights.
+#include <grp.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QtTest>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <random>
+
+#include "platform/linux/purge/page_out_protocol.h"
+#include "support/bare_worker.h"
+#include "support/idle_process.h"
+#include "support/zram_swap.h"
+
+using namespace halvard;
+using purge_worker::PageOutAnswer;
+using purge_worker::PageOutCommand;
+using test::BareWorker;
+using test::IdleProcess;
+using test::ZramSwap;
+
+namespace {
+
+constexpr std::uint64_t kMiB = 1 << 20;
+constexpr uid_t kNobody = 65534;
+constexpr const char* kWorker = HALVARD_BIN_DIR "/halvard-pageout-worker";
+
+QByteArray statusOf(int process) {
+  QFile file(QStringLiteral("/proc/%1/status").arg(process));
+  return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+PageOutCommand commandFor(const IdleProcess& process, std::uint64_t bytes = 10 * kMiB) {
+  PageOutCommand command;
+  command.pid = process.pid();
+  command.startTime = process.startTime();
+  command.serial = 1;
+  command.bytes = bytes;
+  return command;
+}
+
+/// A worker that is ready; where it lacks its right, the test is not about that.
+#define READY_WORKER(worker)                                                                             \
+  BareWorker worker(kWorker);                                                                            \
+  {                                                                                                      \
+    const auto ready = worker.receive<purge_worker::Answer>();                                           \
+    QVERIFY(ready);                                                                                      \
+    if (ready->error != 0) QSKIP("the worker has no cap_sys_nice: run as root, or give it with setcap"); \
+  }
+
+/// Pages out everything of a process, as the application does; the bytes, or minus an error.
+std::int64_t pageOutAll(BareWorker& worker, PageOutCommand command) {
+  std::int64_t bytes = 0;
+  for (;;) {
+    ++command.serial;
+    const auto answer = worker.ask<PageOutAnswer>(command);
+    if (!answer || answer->serial != command.serial) return -EBADMSG;
+    if (answer->error != 0) return -answer->error;
+    bytes += static_cast<std::int64_t>(answer->bytes);
+    if (answer->more == 0) return bytes;
+  }
+}
+
+/// Run in a process that has become an ordinary user: 0, or the number of the line that failed.
+int actAsOrdinaryUser(const char* worker, bool hasSwap) {
+  if (::setgroups(0, nullptr) != 0 || ::setresgid(kNobody, kNobody, kNobody) != 0) return __LINE__;
+  if (::setresuid(kNobody, kNobody, kNobody) != 0) return __LINE__;
+  ::prctl(PR_SET_DUMPABLE, 1, 0, 0, 0);
+  const IdleProcess own(32 * kMiB);
+  BareWorker process(worker);
+  const auto ready = process.receive<purge_worker::Answer>();
+  if (!ready || ready->error != 0) return __LINE__;
+  const QByteArray status = statusOf(process.process());
+  // CAP_SYS_NICE alone, and no way to more.
+  for (const char* line : {"CapPrm:\t0000000000800000", "CapEff:\t0000000000800000", "CapInh:\t0000000000000000",
+                           "CapAmb:\t0000000000000000", "NoNewPrivs:\t1"})
+    if (!status.contains(line)) return __LINE__;
+  const std::int64_t gone = pageOutAll(process, commandFor(own));
+  if (hasSwap ? gone < static_cast<std::int64_t>(24 * kMiB) : gone < 0) return __LINE__;
+  PageOutCommand others = commandFor(own);
+  others.pid = ::getppid();
+  others.startTime = 1;
+  if (pageOutAll(process, others) != -ESRCH) return __LINE__;
+  return process.finish() == purge_worker::kChannelClosed ? 0 : __LINE__;
+}
+
+}  // namespace
+
+class TestPageOutWorker : public QObject {
+  Q_OBJECT
+
+ private Q_SLOTS:
+  void anIdleProcessIsPagedOutInStepsAndNobodyElse() {
+    ZramSwap swap;
+    const QString reason = swap.start(1024 * kMiB);
+    if (!reason.isEmpty()) QSKIP(qPrintable(reason));
+    READY_WORKER(worker);
+    const IdleProcess idle(128 * kMiB);
+    const IdleProcess focused(64 * kMiB);
+    const std::uint64_t focusedBefore = focused.residentBytes();
+    PageOutCommand command = commandFor(idle);
+    const auto first = worker.ask<PageOutAnswer>(command);
+    QVERIFY(first && first->error == 0 && first->more == 1);
+    QVERIFY2(first->bytes >= 8 * kMiB && first->bytes <= 12 * kMiB, qPrintable(QString::number(first->bytes)));
+    QVERIFY(idle.residentBytes() < 122 * kMiB && idle.residentBytes() > 112 * kMiB);
+    const std::int64_t rest = pageOutAll(worker, command);
+    QVERIFY2(rest > static_cast<std::int64_t>(112 * kMiB), qPrintable(QString::number(rest)));
+    QVERIFY(idle.residentBytes() < 4 * kMiB);
+    QCOMPARE(focused.residentBytes(), focusedBefore);
+    // A second round has nothing left to take, and says so.
+    QVERIFY(pageOutAll(worker, command) < static_cast<std::int64_t>(4 * kMiB));
+  }
+
+  void onlyTheVeryProcessIsTouched() {
+    READY_WORKER(worker);
+    IdleProcess idle(4 * kMiB);
+    PageOutCommand command = commandFor(idle);
+    for (const std::uint64_t wrong : {command.startTime - 1, command.startTime + 1}) {
+      command.startTime = wrong;
+      QCOMPARE(worker.ask<PageOutAnswer>(command)->error, ESRCH);
+    }
+    command = commandFor(idle);
+    QCOMPARE(worker.ask<PageOutAnswer>(command)->error, 0);
+    idle.end();
+    QCOMPARE(worker.ask<PageOutAnswer>(command)->error, ESRCH);
+    command.pid = 0x7fffffff;
+    QCOMPARE(worker.ask<PageOutAnswer>(command)->error, ESRCH);
+  }
+
+  void anotherUsersProcessIsNeverTouchedAlsoWithAPidThatWasOurs() {
+    if (::geteuid() != 0) QSKIP("needs root, to start a process as another user");
+    ZramSwap swap;
+    const QString reason = swap.start(512 * kMiB);
+    READY_WORKER(worker);
+    IdleProcess own(32 * kMiB);
+    const PageOutCommand before = commandFor(own);
+    QCOMPARE(worker.ask<PageOutAnswer>(before)->error, 0);
+    // In the middle of its memory it ends, and another user's process gets its pid.
+    const pid_t pid = own.pid();
+    own.end();
+    const IdleProcess foreign(32 * kMiB, kNobody, pid);
+    if (foreign.pid() != pid) QSKIP("the kernel does not let this test choose a pid");
+    const std::uint64_t resident = foreign.residentBytes();
+    QCOMPARE(worker.ask<PageOutAnswer>(before)->error, ESRCH);
+    QCOMPARE(worker.ask<PageOutAnswer>(commandFor(foreign))->error, EPERM);
+    QCOMPARE(foreign.residentBytes(), resident);
+    if (!reason.isEmpty()) qInfo("without zram only the refusals were tried");
+  }
+
+  void anOrdinaryUserNeedsTheOneCapabilityOfTheFile() {
+    if (::geteuid() != 0) QSKIP("needs root, to give a file a capability and become another user");
+    QTemporaryDir folder;
+    QFile::setPermissions(folder.path(), QFile::Permissions::fromInt(0x7755));
+    const QByteArray copy = QFile::encodeName(folder.filePath(QStringLiteral("worker")));
+    QVERIFY(QFile::copy(QString::fromLatin1(kWorker), QFile::decodeName(copy)));
+    ZramSwap swap;
+    const bool hasSwap = swap.start(512 * kMiB).isEmpty();
+    const auto run = [&] {
+      const pid_t child = ::fork();
+      if (child == 0) ::_exit(actAsOrdinaryUser(copy.constData(), hasSwap) == 0 ? 0 : 1);
+      int status = 0;
+      ::waitpid(child, &status, 0);
+      return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+    };
+    QVERIFY2(!run(), "without the capability");
+    QProcess setcap;
+    setcap.start(QStringLiteral("/usr/sbin/setcap"), {QStringLiteral("cap_sys_nice+ep"), QFile::decodeName(copy)});
+    if (!setcap.waitForFinished() || setcap.exitCode() != 0) QSKIP("no setcap, or a file system without capabilities");
+    QVERIFY(run());
+  }
+
+  void aCallerOfAnotherUserIsRefused() {
+    if (::geteuid() != 0) QSKIP("needs root, to start the worker as another user");
+    int ends[2];
+    QCOMPARE(::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends), 0);
+    const QByteArray parent = QByteArray::number(::getpid());
+    const pid_t child = ::fork();
+    if (child == 0) {
+      ::dup2(ends[1], 0);
+      if (::setresuid(kNobody, kNobody, kNobody) == 0) ::execl(kWorker, kWorker, parent.constData(), nullptr);
+      ::_exit(127);
+    }
+    int status = 0;
+    QCOMPARE(::waitpid(child, &status, 0), child);
+    ::close(ends[0]);
+    ::close(ends[1]);
+    if (WEXITSTATUS(status) == 127) QSKIP("other users may not start the worker here");
+    QCOMPARE(WEXITSTATUS(status), int(purge_worker::kForeignCaller));
+    QCOMPARE(BareWorker(kWorker, 1).finish(), int(purge_worker::kForeignCaller));
+  }
+
+  void startedByHandItExplainsItself() {
+    QProcess byHand;
+    byHand.start(QString::fromLatin1(kWorker), {});
+    QVERIFY(byHand.waitForFinished());
+    QCOMPARE(byHand.exitCode(), int(purge_worker::kNotStartedByUs));
+    QVERIFY(byHand.readAllStandardError().contains("halvard-pageout-worker: started by halvard"));
+  }
+
+  void commandsAreChecked() {
+    READY_WORKER(worker);
+    const IdleProcess idle(4 * kMiB);
+    const PageOutCommand good = commandFor(idle);
+    const auto errorOf = [&](auto change) {
+      PageOutCommand command = good;
+      change(command);
+      const auto answer = worker.ask<PageOutAnswer>(command);
+      return answer ? answer->error : -1;
+    };
+    QCOMPARE(errorOf([](PageOutCommand&) {}), 0);
+    for (const std::int32_t pid : {-1, 0, 1})
+      QCOMPARE(errorOf([&](PageOutCommand& c) { c.pid = pid; }), EINVAL);
+    QCOMPARE(errorOf([](PageOutCommand& c) { c.startTime = 0; }), EINVAL);
+    QCOMPARE(errorOf([](PageOutCommand& c) { c.bytes = 0; }), EINVAL);
+    QCOMPARE(errorOf([](PageOutCommand& c) { c.bytes = purge_worker::kMaxPageOut; }), 0);
+    QCOMPARE(errorOf([](PageOutCommand& c) { c.bytes = purge_worker::kMaxPageOut + 1; }), EINVAL);
+    QCOMPARE(errorOf([](PageOutCommand& c) { c.serial = 0; }), EBADMSG);
+    QCOMPARE(errorOf([](PageOutCommand& c) { c.magic = purge_worker::kMagic; }), EBADMSG);
+  }
+
+  void garbageOnTheChannelIsAnsweredWithAnError() {
+    READY_WORKER(worker);
+    const IdleProcess idle(4 * kMiB);
+    const PageOutCommand good = commandFor(idle);
+    std::mt19937_64 random(20240116);
+    const std::array<std::int32_t, 8> pids{idle.pid(), idle.pid(), 0, 1, -1, 2, 0x7fffffff, ::getpid()};
+    const std::array<quint64, 5> starts{good.startTime, good.startTime, 0, good.startTime + 1, ~quint64(0)};
+    const std::array<quint64, 6> sizes{0, 1, 4096, 10 * kMiB, purge_worker::kMaxPageOut + 1, ~quint64(0)};
+    int understood = 0;
+    for (int round = 0; round < 20000; ++round) {
+      std::array<unsigned char, 100> packet;
+      for (unsigned char& byte : packet)
+        byte = static_cast<unsigned char>(random());
+      // Half are of any size, the rest come ever closer to a command.
+      std::size_t length = 1 + random() % packet.size();
+      const PageOutCommand command{purge_worker::kPageOutMagic, pids[random() % pids.size()], random() % 4,
+                                   starts[random() % starts.size()], sizes[random() % sizes.size()]};
+      if (random() % 2 == 0) {
+        length = sizeof command;
+        std::memcpy(packet.data(), &command, random() % 3 == 0 ? random() % sizeof command : sizeof command);
+      }
+      QVERIFY(worker.send(packet.data(), length));
+      const auto answer = worker.receive<PageOutAnswer>();
+      QVERIFY2(answer, qPrintable(QStringLiteral("round %1").arg(round)));
+      if (length != sizeof command) QCOMPARE(answer->error, EBADMSG);
+      if (answer->error == EBADMSG) QCOMPARE(answer->serial, 0u);
+      if (answer->error != 0) QCOMPARE(answer->bytes, 0u);
+      if (answer->error == 0) ++understood;
+    }
+    QVERIFY(understood > 100);
+    QCOMPARE(worker.ask<PageOutAnswer>(good)->error, 0);
+    QCOMPARE(worker.finish(), int(purge_worker::kChannelClosed));
+  }
+};
+
+QTEST_GUILESS_MAIN(TestPageOutWorker)
+#include "test_pageout_worker.moc"
