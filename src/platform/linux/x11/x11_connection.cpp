@@ -87,7 +87,7 @@ std::vector<ApplicationWindow> X11Windows::Connection::windows() {
   std::vector<Known> known;
   std::vector<ApplicationWindow> result;
   for (const Questions& questions : asked) {
-    const std::int32_t pid = pidOf(questions);
+    const std::int32_t pid = pidOf(questions.pid);
     known.push_back(describe(questions, pid));
     const bool hidden = keepsOutOfTaskBars(questions);
     if (pid > 0 && known.back().isForApplications && !hidden) result.push_back(known.back().window);
@@ -100,9 +100,7 @@ X11Windows::Connection::Questions X11Windows::Connection::ask(xcb_window_t windo
   Questions questions;
   questions.id = window;
   // The pid each time: once its client has gone, the server gives a window's id to the next.
-  const xcb_res_client_id_spec_t spec{window, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
-  questions.pid = m_hasClientIds ? ::xcb_res_query_client_ids(m_connection, 1, &spec).sequence
-                                 : askProperty(window, m_ewmh._NET_WM_PID, XCB_ATOM_CARDINAL).sequence;
+  questions.pid = askPid(window);
   questions.state = askProperty(window, m_ewmh._NET_WM_STATE, XCB_ATOM_ATOM);
   const bool isKnown = std::ranges::any_of(m_known, [&](const Known& known) { return known.window.id == window; });
   if (isKnown) return questions;
@@ -112,13 +110,19 @@ X11Windows::Connection::Questions X11Windows::Connection::ask(xcb_window_t windo
   return questions;
 }
 
-std::int32_t X11Windows::Connection::pidOf(const Questions& questions) {
+unsigned int X11Windows::Connection::askPid(xcb_window_t window) {
+  const xcb_res_client_id_spec_t spec{window, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
+  return m_hasClientIds ? ::xcb_res_query_client_ids(m_connection, 1, &spec).sequence
+                        : askProperty(window, m_ewmh._NET_WM_PID, XCB_ATOM_CARDINAL).sequence;
+}
+
+std::int32_t X11Windows::Connection::pidOf(unsigned int question) {
   if (!m_hasClientIds) {
-    const auto values = numbers({questions.pid});
+    const auto values = numbers({question});
     return values.empty() ? 0 : static_cast<std::int32_t>(values.front());
   }
   const XcbReply<xcb_res_query_client_ids_reply_t> reply(
-      ::xcb_res_query_client_ids_reply(m_connection, {questions.pid}, nullptr));
+      ::xcb_res_query_client_ids_reply(m_connection, {question}, nullptr));
   if (!reply) return 0;
   for (auto ids = ::xcb_res_query_client_ids_ids_iterator(reply.get()); ids.rem > 0;
        ::xcb_res_client_id_value_next(&ids)) {
@@ -158,6 +162,36 @@ bool X11Windows::Connection::keepsOutOfTaskBars(const Questions& questions) {
 
 std::vector<xcb_window_t> X11Windows::Connection::stackingOrder() {
   return numbers(askProperty(m_root, m_ewmh._NET_CLIENT_LIST_STACKING, XCB_ATOM_WINDOW));
+}
+
+std::int32_t X11Windows::Connection::pidOfWindow(xcb_window_t window) {
+  return pidOf(askPid(window));
+}
+
+// The window manager's word; without one, the server's own.
+xcb_window_t X11Windows::Connection::focusedWindow() {
+  const auto active = numbers(askProperty(m_root, m_ewmh._NET_ACTIVE_WINDOW, XCB_ATOM_WINDOW));
+  if (!active.empty() && active.front() != 0) return active.front();
+  const XcbReply<xcb_get_input_focus_reply_t> focus(
+      ::xcb_get_input_focus_reply(m_connection, ::xcb_get_input_focus(m_connection), nullptr));
+  const bool isWindow = focus && focus->focus > XCB_INPUT_FOCUS_POINTER_ROOT && focus->focus != m_root;
+  return isWindow ? focus->focus : 0;
+}
+
+xcb_window_t X11Windows::Connection::selectionOwner(xcb_atom_t selection) {
+  const XcbReply<xcb_get_selection_owner_reply_t> reply(
+      ::xcb_get_selection_owner_reply(m_connection, ::xcb_get_selection_owner(m_connection, selection), nullptr));
+  return reply ? reply->owner : 0;
+}
+
+std::vector<xcb_window_t> X11Windows::Connection::windowsOfServants() {
+  auto result = numbers(askProperty(m_root, m_ewmh._NET_SUPPORTING_WM_CHECK, XCB_ATOM_WINDOW));
+  const QByteArray screen = QByteArray::number(m_screen);
+  for (const char* const selection : {"_NET_WM_CM_S", "_NET_SYSTEM_TRAY_S"})
+    result.push_back(selectionOwner(atom(selection + screen)));
+  for (const std::uint32_t inputMethod : numbers(askProperty(m_root, atom("XIM_SERVERS"), XCB_ATOM_ATOM)))
+    result.push_back(selectionOwner(inputMethod));
+  return result;
 }
 
 void X11Windows::Connection::activate(xcb_window_t window) {

@@ -31,6 +31,12 @@ class X11Windows::Connection {
   std::vector<ApplicationWindow> windows();
   /// All windows of programs, from the bottom to the top.
   std::vector<xcb_window_t> stackingOrder();
+  /// 0 when there is none.
+  xcb_window_t focusedWindow();
+  /// One window each of the window manager, the compositor, the tray host and the input methods. May hold zeros.
+  std::vector<xcb_window_t> windowsOfServants();
+  /// 0 when the server does not know.
+  std::int32_t pidOfWindow(xcb_window_t window);
   void activate(xcb_window_t window);
   /// False when the window cannot be asked.
   bool close(xcb_window_t window);
@@ -57,8 +63,10 @@ class X11Windows::Connection {
   xcb_get_property_cookie_t askProperty(xcb_window_t window, xcb_atom_t property, xcb_atom_t type);
   std::vector<std::uint32_t> numbers(xcb_get_property_cookie_t cookie);
   QByteArray text(xcb_get_property_cookie_t cookie);
+  xcb_window_t selectionOwner(xcb_atom_t selection);
+  unsigned int askPid(xcb_window_t window);
   Questions ask(xcb_window_t window);
-  std::int32_t pidOf(const Questions& questions);
+  std::int32_t pidOf(unsigned int question);
   Known describe(const Questions& questions, std::int32_t pid);
   bool keepsOutOfTaskBars(const Questions& questions);
 

@@ -35,6 +35,23 @@ std::vector<ApplicationWindow> X11Windows::windows() {
   return result;
 }
 
+DesktopAttention X11Windows::attention() {
+  const std::lock_guard lock(m_mutex);
+  Connection* server = connection();
+  if (!server) return {};
+  DesktopAttention result;
+  const auto owner = [server](xcb_window_t window) { return window == 0 ? 0 : server->pidOfWindow(window); };
+  const std::int32_t focused = owner(server->focusedWindow());
+  if (focused > 0) result.focused = focused;
+  for (const xcb_window_t window : server->windowsOfServants()) {
+    const std::int32_t pid = owner(window);
+    if (pid > 0 && !contains(result.servants, pid)) result.servants.push_back(pid);
+  }
+  server->flush();
+  result.hasDisplay = server->isAlive();
+  return result;
+}
+
 bool X11Windows::activate(std::span<const std::int32_t> pids) {
   const std::lock_guard lock(m_mutex);
   Connection* server = connection();

@@ -23,6 +23,17 @@ struct ApplicationWindow {
   bool operator==(const ApplicationWindow&) const = default;
 };
 
+/// What somebody at an X11 display looks at, and which programs keep the desktop going. Pids as the X server knows
+/// them.
+struct DesktopAttention {
+  /// False when no X server answers: then nothing else is known.
+  bool hasDisplay = false;
+  /// The process of the window that has the focus; nothing when no window of a program has it.
+  std::optional<std::int32_t> focused;
+  /// Window manager, compositor, tray hosts and input methods.
+  std::vector<std::int32_t> servants;
+};
+
 /// The windows of an X11 display. Without a display, or once it is gone, there are none; a display that comes back is
 /// used again. Any thread.
 class X11Windows {
@@ -33,6 +44,9 @@ class X11Windows {
 
   /// The windows in the order in which they were opened. Asks the server.
   std::vector<ApplicationWindow> windows();
+
+  /// Asks the server.
+  DesktopAttention attention();
 
   /// Brings the topmost window of these processes to the front. False when they have none.
   bool activate(std::span<const std::int32_t> pids);
