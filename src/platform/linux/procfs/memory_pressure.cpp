@@ -18,8 +18,9 @@ std::optional<std::uint32_t> takePercentage(TextScanner& scanner) {
   return static_cast<std::uint32_t>(*whole * 100 + *hundredths);
 }
 
-std::optional<MemoryPressure> parseFullLine(TextScanner scanner) {
-  if (!scanner.skip("full avg10=")) return std::nullopt;
+/// What follows the name of a line.
+std::optional<MemoryPressure> parseAverages(TextScanner scanner) {
+  if (!scanner.skip("avg10=")) return std::nullopt;
   const std::optional<std::uint32_t> average10 = takePercentage(scanner);
   if (!average10 || *average10 > 10000 || !scanner.skip(" avg60=") || !takePercentage(scanner)) return std::nullopt;
   if (!scanner.skip(" avg300=") || !takePercentage(scanner) || !scanner.skip(" total=")) return std::nullopt;
@@ -30,19 +31,20 @@ std::optional<MemoryPressure> parseFullLine(TextScanner scanner) {
 
 }  // namespace
 
-std::optional<MemoryPressure> parseMemoryPressure(std::string_view text) {
+std::optional<MemoryPressure> parseMemoryPressure(std::string_view text, PressureLine line) {
   for (TextScanner scanner(text); !scanner.atEnd(); scanner.takeLine()) {
     // The line's newline stays in view: a total without it may have been cut off.
-    if (scanner.rest().starts_with("full ")) return parseFullLine(scanner);
+    if (scanner.skip(line == PressureLine::Full ? "full " : "some ")) return parseAverages(scanner);
   }
   return std::nullopt;
 }
 
-MemoryPressureReader::MemoryPressureReader(const std::string& procRoot) : m_file(procRoot + "/pressure/memory") {}
+MemoryPressureReader::MemoryPressureReader(const std::string& procRoot, PressureLine line)
+    : m_line(line), m_file(procRoot + "/pressure/memory") {}
 
 std::optional<MemoryPressure> MemoryPressureReader::read() {
   std::array<char, 512> buffer;
-  return parseMemoryPressure(m_file.read(buffer));
+  return parseMemoryPressure(m_file.read(buffer), m_line);
 }
 
 }  // namespace halvard

@@ -22,10 +22,18 @@ bool hasRoom(const GuardReadings& now, ByteCount step) {
   return room > step && room - step > guardReserve(now.physical);
 }
 
-bool stalledSince(const GuardReadings& now, const GuardReadings& before) {
-  if (!now.pressure || !before.pressure) return false;
-  const auto stalled = now.pressure->total - before.pressure->total;
-  return stalled >= kShortestStall && stalled * kStallShare >= now.time - before.time;
+/// How much the counter of a line grew; 0 where the kernel does not count.
+std::chrono::microseconds stallBetween(const std::optional<MemoryPressure>& before,
+                                       const std::optional<MemoryPressure>& now) {
+  return before && now ? now->total - before->total : 0us;
+}
+
+bool isLong(std::chrono::microseconds stall, const GuardReadings& now, const GuardReadings& before) {
+  return stall >= kShortestStall && stall * kStallShare >= now.time - before.time;
+}
+
+bool isShortOfBreath(const std::optional<MemoryPressure>& pressure, bool isFirstStep) {
+  return pressure && pressure->average10 >= (isFirstStep ? kStalledBefore : kStalledMeanwhile);
 }
 
 }  // namespace
@@ -35,11 +43,27 @@ ByteCount guardReserve(ByteCount physicalMemory) {
   return std::max(kLeast, physicalMemory / 20);
 }
 
+bool isSwapFull(const GuardReadings& now) {
+  return (now.swapTotal - std::min(now.swapFree, now.swapTotal)) * 5 >= now.swapTotal * 4;
+}
+
 GuardVerdict judgeStep(const GuardReadings& now, const std::optional<GuardReadings>& before, ByteCount step) {
-  if (!hasRoom(now, step)) return GuardVerdict::Refuse;
-  const std::uint32_t limit = before ? kStalledMeanwhile : kStalledBefore;
-  if (now.pressure && now.pressure->average10 >= limit) return GuardVerdict::Refuse;
-  return before && stalledSince(now, *before) ? GuardVerdict::Wait : GuardVerdict::Pin;
+  if (!hasRoom(now, step) || (now.swapTotal > 0 && isSwapFull(now))) return GuardVerdict::Refuse;
+  if (isShortOfBreath(now.pressure, !before)) return GuardVerdict::Refuse;
+  const bool waits = before && isLong(stallBetween(before->pressure, now.pressure), now, *before);
+  return waits ? GuardVerdict::Wait : GuardVerdict::Go;
+}
+
+std::chrono::milliseconds restAfterStep(const GuardReadings& now, const GuardReadings& before) {
+  constexpr std::chrono::milliseconds kLongest = 100ms;
+  const auto stall = std::chrono::ceil<std::chrono::milliseconds>(stallBetween(before.somePressure, now.somePressure));
+  return std::clamp(stall, 0ms, kLongest);
+}
+
+GuardVerdict judgePageOut(const GuardReadings& now, const std::optional<GuardReadings>& before) {
+  if (isSwapFull(now) || isShortOfBreath(now.somePressure, !before)) return GuardVerdict::Refuse;
+  const bool waits = before && isLong(stallBetween(before->somePressure, now.somePressure), now, *before);
+  return waits ? GuardVerdict::Wait : GuardVerdict::Go;
 }
 
 bool mayUseHugePages(const GuardReadings& now) {
@@ -47,13 +71,17 @@ bool mayUseHugePages(const GuardReadings& now) {
 }
 
 ProcfsGuardReadings::ProcfsGuardReadings(Clock& clock, const std::string& procRoot)
-    : m_clock(clock), m_meminfo(procRoot + "/meminfo"), m_pressure(procRoot) {}
+    : m_clock(clock),
+      m_meminfo(procRoot + "/meminfo"),
+      m_pressure(procRoot),
+      m_somePressure(procRoot, PressureLine::Some) {}
 
 std::optional<GuardReadings> ProcfsGuardReadings::read() {
   std::array<char, 8192> buffer;
   const std::optional<MemoryInfo> info = parseMemoryInfo(m_meminfo.read(buffer));
   if (!info) return std::nullopt;
-  return GuardReadings{info->total, info->available, info->swapFree, m_pressure.read(), m_clock.monotonicNow()};
+  return GuardReadings{info->total,     info->available,      info->swapFree, m_pressure.read(), m_clock.monotonicNow(),
+                       info->swapTotal, m_somePressure.read()};
 }
 
 }  // namespace halvard

@@ -11,7 +11,7 @@
 
 namespace halvard {
 
-/// What the guard of a fill looks at.
+/// What the guard of a purge looks at.
 struct GuardReadings {
   ByteCount physical = 0;
   ByteCount available = 0;  ///< MemAvailable
@@ -19,10 +19,13 @@ struct GuardReadings {
   /// Nothing where the kernel does not measure it: then only room counts.
   std::optional<MemoryPressure> pressure;
   std::chrono::steady_clock::time_point time;
+  ByteCount swapTotal = 0;
+  /// The line "some": somebody waited for memory, whoever it was.
+  std::optional<MemoryPressure> somePressure = std::nullopt;
 };
 
 enum class GuardVerdict {
-  Pin,
+  Go,
   /// The machine is short of breath: ask again in a moment.
   Wait,
   Refuse,
@@ -31,8 +34,12 @@ enum class GuardVerdict {
 /// Bytes that stay free of a fill: the larger of 512 MiB and 5 % of physical memory.
 ByteCount guardReserve(ByteCount physicalMemory);
 
+/// True without swap and from four fifths on: what is left is for the machine's own needs.
+bool isSwapFull(const GuardReadings& now);
+
 /// Whether `step` more bytes may be filled.
 ///
+/// - Refuse when swap is full (isSwapFull), where its size is known.
 /// - Refuse when there is no free swap. A fill gains by paging out what idle programs hold; without swap it can only
 ///   push out the page cache, which counts as free already.
 /// - Refuse unless MemAvailable and half of the free swap (what is paged out to zram stays in RAM, compressed), less
@@ -43,6 +50,18 @@ ByteCount guardReserve(ByteCount physicalMemory);
 /// - Wait when it did so during a quarter or more of the time since `before`, and for 20 ms at least: avg10 is slow to
 ///   notice. `before` is the reading before the latest step or wait; nothing before the first.
 GuardVerdict judgeStep(const GuardReadings& now, const std::optional<GuardReadings>& before, ByteCount step);
+
+/// How long a fill rests before its next step: as long as somebody waited for memory since `before`, at most 100 ms, so
+/// that whoever needs memory meets the fill at most half of the time.
+std::chrono::milliseconds restAfterStep(const GuardReadings& now, const GuardReadings& before);
+
+/// Whether one more step of paging out idle programs may be made. That takes no memory and makes nobody wait by itself,
+/// so that whoever waits is another.
+///
+/// - Refuse when swap is full, and when somebody waited for memory during a tenth of the last ten seconds before the
+///   first step, or during two fifths of them later.
+/// - Wait when somebody did during a quarter or more of the time since `before`, and for 20 ms at least.
+GuardVerdict judgePageOut(const GuardReadings& now, const std::optional<GuardReadings>& before);
 
 /// Whether a step may use huge pages: while more than an eighth of physical memory is available, so that nothing has to
 /// be reclaimed for them. Huge pages are filled faster, but page out less of the idle programs: of 3 GiB 1.4 GiB when
@@ -57,7 +76,7 @@ class GuardReadingsSource {
   virtual std::optional<GuardReadings> read() = 0;
 };
 
-/// /proc/meminfo and /proc/pressure/memory, one pread each.
+/// /proc/meminfo and both lines of /proc/pressure/memory, one pread each.
 class ProcfsGuardReadings : public GuardReadingsSource {
  public:
   explicit ProcfsGuardReadings(Clock& clock, const std::string& procRoot = "/proc");
@@ -67,6 +86,7 @@ class ProcfsGuardReadings : public GuardReadingsSource {
   Clock& m_clock;
   KeptFile m_meminfo;
   MemoryPressureReader m_pressure;
+  MemoryPressureReader m_somePressure;
 };
 
 }  // namespace halvard

@@ -42,13 +42,19 @@ class Filling {
       if (!now) return false;
       const GuardVerdict verdict = judgeStep(*now, m_before, size);
       if (verdict == GuardVerdict::Refuse) return false;
+      if (verdict == GuardVerdict::Go && m_before) rest(restAfterStep(*now, *m_before));
       m_before = now;
-      if (verdict == GuardVerdict::Pin) return true;
+      if (verdict == GuardVerdict::Go) return true;
       if (waited >= m_limits.waitForBuffer || m_waited >= m_limits.waitInAll) return false;
-      m_clock.sleepFor(kOneWait);
-      m_waited += kOneWait;
+      rest(kOneWait);
     }
     return false;
+  }
+
+  void rest(std::chrono::milliseconds duration) {
+    if (duration <= 0ms) return;
+    m_clock.sleepFor(duration);
+    m_waited += duration;
   }
 
   /// By the readings that allowed the pin.
@@ -90,6 +96,7 @@ class WorkerSession : public PurgeableSession {
     return std::make_unique<WorkerData>(m_filling, size);
   }
   bool isAlive() const override { return m_filling->isAlive(); }
+  ReclaimOutcome outcome() const override { return {ReclaimMethod::Fill, 0, {}}; }
 
  private:
   std::shared_ptr<Filling> m_filling;

@@ -52,7 +52,7 @@ class TestPurgeGuard : public QObject {
     now.available = available;
     now.swapFree = swapFree;
     const GuardVerdict verdict = judgeStep(now, std::nullopt, kStep);
-    QTEST(verdict == GuardVerdict::Pin, "pins");
+    QTEST(verdict == GuardVerdict::Go, "pins");
     QVERIFY2(verdict != GuardVerdict::Wait, "room does not come back by waiting");
   }
 
@@ -61,7 +61,7 @@ class TestPurgeGuard : public QObject {
     QTest::addColumn<int>("stalledMicroseconds");
     QTest::addColumn<int>("elapsedMilliseconds");
     QTest::addColumn<int>("verdict");
-    const auto pin = static_cast<int>(GuardVerdict::Pin);
+    const auto pin = static_cast<int>(GuardVerdict::Go);
     const auto wait = static_cast<int>(GuardVerdict::Wait);
     const auto refuse = static_cast<int>(GuardVerdict::Refuse);
     QTest::newRow("calm") << 0 << 0 << 10 << pin;
@@ -89,7 +89,7 @@ class TestPurgeGuard : public QObject {
   void beforeTheFirstStepTheStallIsAnothers() {
     GuardReadings now = calm();
     now.pressure->average10 = 999;
-    QVERIFY(judgeStep(now, std::nullopt, kStep) == GuardVerdict::Pin);
+    QVERIFY(judgeStep(now, std::nullopt, kStep) == GuardVerdict::Go);
     now.pressure->average10 = 1000;
     QVERIFY(judgeStep(now, std::nullopt, kStep) == GuardVerdict::Refuse);
   }
@@ -106,9 +106,9 @@ class TestPurgeGuard : public QObject {
     const GuardReadings before = calm();
     GuardReadings now = calm(1ms);
     now.pressure->total += 1h;
-    QVERIFY(judgeStep(now, std::nullopt, kStep) == GuardVerdict::Pin);
+    QVERIFY(judgeStep(now, std::nullopt, kStep) == GuardVerdict::Go);
     now.pressure.reset();
-    QVERIFY(judgeStep(now, before, kStep) == GuardVerdict::Pin);
+    QVERIFY(judgeStep(now, before, kStep) == GuardVerdict::Go);
     now.available = 0;
     now.swapFree = 0;
     QVERIFY(judgeStep(now, before, kStep) == GuardVerdict::Refuse);
