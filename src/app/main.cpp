@@ -31,12 +31,13 @@
 #include "platform/linux/processes/linux_process_table.h"
 #include "platform/linux/procfs/linux_host_statistics.h"
 #include "platform/linux/procfs/linux_processor_ticks.h"
-#include "platform/linux/purge/worker_purgeable_memory.h"
+#include "platform/linux/reclaim/linux_purgeable_memory.h"
 #include "platform/linux/session/shell_script_runner.h"
 #include "platform/linux/session/termination_signals.h"
 #include "platform/linux/sqlite/sqlite_defaults_store.h"
 #include "platform/linux/volumes/linux_mounted_volumes.h"
 #include "platform/linux/xdg/halvard_login_jobs.h"
+#include "preferences/cleaning_exclusions.h"
 #include "widgets/application_icon.h"
 #include "widgets/status_image.h"
 #include "widgets/ui_style.h"
@@ -111,8 +112,7 @@ struct LinuxDesktop {
   LinuxHostStatistics purgeHostStatistics;
   LinuxProcessorTicks processorTicks;
   LinuxProcessInformation processInformation;
-  ProcfsGuardReadings guardReadings{clock};
-  WorkerPurgeableMemory purgeMemory{guardReadings, clock};
+  LinuxPurgeableMemory purgeMemory{clock, [this] { return CleaningExclusions(defaultsStore).names(); }};
   LinuxProcessTable processTable;
   LinuxRunningApplications runningApplications;
   SqliteDefaultsStore defaultsStore{defaultsFilePath(application_identity::kBundleIdentifier),

@@ -20,11 +20,12 @@
 #include "platform/linux/processes/linux_process_table.h"
 #include "platform/linux/procfs/linux_host_statistics.h"
 #include "platform/linux/procfs/linux_processor_ticks.h"
-#include "platform/linux/purge/worker_purgeable_memory.h"
+#include "platform/linux/reclaim/linux_purgeable_memory.h"
 #include "platform/linux/session/shell_script_runner.h"
 #include "platform/linux/session/terminal.h"
 #include "platform/linux/session/termination_signals.h"
 #include "platform/linux/sqlite/sqlite_defaults_store.h"
+#include "preferences/cleaning_exclusions.h"
 #include "process_manager/processes_manager.h"
 
 using namespace halvard;
@@ -71,8 +72,7 @@ struct Machine {
   LinuxHostStatistics purgeHostStatistics;
   LinuxProcessorTicks processorTicks;
   LinuxProcessInformation processInformation;
-  ProcfsGuardReadings guardReadings{clock};
-  WorkerPurgeableMemory purgeMemory{guardReadings, clock};
+  LinuxPurgeableMemory purgeMemory{clock, [this] { return CleaningExclusions(store).names(); }};
   SqliteDefaultsStore store{defaultsFilePath(application_identity::kBundleIdentifier),
                             application_identity::kBundleIdentifier};
   ShellScriptRunner scripts;

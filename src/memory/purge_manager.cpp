@@ -93,6 +93,7 @@ void PurgeManager::allocatePurgeableDataBlocksCount(std::uint32_t count, ByteCou
     blocks.pop_front();
     block->discardContentIfPossible();
   }
+  m_lastOutcome = session->outcome();
   notifyAboutProgress(1.0F, true);
 }
 

@@ -10,11 +10,11 @@
 #include "core/units.h"
 #include "core/weak_ref.h"
 #include "platform/ports/host_statistics.h"
+#include "platform/ports/purgeable_memory.h"
 
 namespace halvard {
 
 class Clock;
-class PurgeableMemory;
 
 /// Receives the course of a purge, on the main thread.
 class PurgeManagerDelegate : public WeakTarget {
@@ -48,6 +48,9 @@ class PurgeManager : public QObject {
   /// Main thread, while no purge runs.
   void setDelegate(PurgeManagerDelegate* delegate);
 
+  /// What the latest purge's steps did. Main thread, from the completion on.
+  const ReclaimOutcome& lastOutcome() const { return m_lastOutcome; }
+
   /// Starts a purge; `completion` is called on the main thread when it has ended. Ignored while one runs.
   /// Any thread.
   void purgeWithCompletion(Completion completion);
@@ -75,6 +78,7 @@ class PurgeManager : public QObject {
   std::uint32_t m_nMemoryPageSize;
   std::atomic<bool> m_bAllocationInProgress = false;
   float m_lastReportedProgress = 0;  // the allocation thread
+  ReclaimOutcome m_lastOutcome;      // the allocation thread while a purge runs, then the main thread
   std::mutex m_completionMutex;
   Completion m_pPurgeCompletion;  // guarded by m_completionMutex; empty when idle
   // Last, so that it is stopped and joined before anything it uses goes.

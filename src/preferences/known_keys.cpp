@@ -47,6 +47,8 @@ QStringList sortedKeys() {
                    cleanedSize,
                    showAutostartPopupAfterClean,
                    autoStart,
+                   cleaningExclusions,
+                   cleaningHistory,
                    windowLocked,
                    windowDetailed,
                    windowX,

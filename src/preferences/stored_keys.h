@@ -52,6 +52,11 @@ inline const QString showAutostartPopupAfterClean = QStringLiteral("KEY_showAuto
 /// any kind, none: an earlier start-at-login switch, removed once migrated.
 inline const QString autoStart = QStringLiteral("AutoStart");
 
+/// array of strings, none: names of programs and applications that a cleaning leaves alone.
+inline const QString cleaningExclusions = QStringLiteral("cleaning:exclusions");
+/// string (JSON array of purge records, oldest first), none: the latest cleanings.
+inline const QString cleaningHistory = QStringLiteral("cleaning:history");
+
 // Panel window.
 /// bool, true: locked to the status item.
 inline const QString windowLocked = QStringLiteral("main_window:state:lock");

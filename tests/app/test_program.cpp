@@ -26,7 +26,7 @@ const QString kBin = QStringLiteral(HALVARD_BIN_DIR "/");
 QList<qint64> workersOf(qint64 parent) {
   QProcess pgrep;
   pgrep.start(QStringLiteral("pgrep"), {QStringLiteral("-P"), QString::number(parent), QStringLiteral("-f"),
-                                        QStringLiteral("halvard-purge-worker")});
+                                        QStringLiteral("halvard-(purge|pageout)-worker")});
   pgrep.waitForFinished();
   QList<qint64> pids;
   for (const QByteArray& line : pgrep.readAllStandardOutput().split('\n')) {

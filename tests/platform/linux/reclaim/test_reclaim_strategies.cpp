@@ -1,0 +1,218 @@
+// Which way is taken when, and what a step of each does. The unified hierarchy is a made-up folder.
+#include <QDir>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include "platform/fake/fake_clock.h"
+#include "platform/fake/fake_purgeable_memory.h"
+#include "platform/linux/reclaim/control_group_strategy.h"
+#include "platform/linux/reclaim/fill_strategy.h"
+#include "platform/linux/reclaim/page_out_strategy.h"
+#include "platform/linux/reclaim/reclaim_pace.h"
+#include "platform/linux/reclaim/strategic_purgeable_memory.h"
+
+using namespace halvard;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr ByteCount kMiB = 1 << 20;
+
+struct ScriptedReadings : GuardReadingsSource {
+  std::optional<GuardReadings> readings = GuardReadings{
+      8192 * kMiB, 4096 * kMiB, 2048 * kMiB, MemoryPressure{0, 0us}, {}, 2048 * kMiB, MemoryPressure{0, 0us}};
+  std::chrono::milliseconds stallPerReading{0};
+  int calls = 0;
+
+  std::optional<GuardReadings> read() override {
+    ++calls;
+    if (readings) readings->somePressure->total += stallPerReading;
+    if (readings) readings->time += stallPerReading + 1ms;
+    return readings;
+  }
+};
+
+struct ScriptedVictims : VictimSource {
+  Reading reading;
+  Reading read() override { return reading; }
+};
+
+ReclaimCandidate application(std::int32_t pid, const char* unit, ByteCount bytes) {
+  ReclaimCandidate candidate;
+  candidate.pid = pid;
+  candidate.program = QStringLiteral("program%1").arg(pid);
+  candidate.applicationName = candidate.program;
+  candidate.application = pid;
+  candidate.isOwn = true;
+  candidate.anonymousBytes = bytes;
+  candidate.unit = unit;
+  return candidate;
+}
+
+/// Ten buffers, as a purge begins them.
+void tenSteps(PurgeableSession& session) {
+  std::vector<std::unique_ptr<PurgeableData>> buffers;
+  for (int index = 0; index < 10; ++index) {
+    buffers.push_back(session.makeData(10 * kMiB));
+    buffers.back()->beginContentAccess();
+    buffers.back()->overwriteWithZeros();
+  }
+  for (auto& buffer : buffers) {
+    buffer->endContentAccess();
+    buffer->discardContentIfPossible();
+  }
+}
+
+struct ClosedStrategy : ReclaimStrategy {
+  Result<std::unique_ptr<PurgeableSession>> open() override { return Error{QStringLiteral("not here")}; }
+  Result<ReclaimForecast> forecast() override { return Error{QStringLiteral("not here")}; }
+};
+
+}  // namespace
+
+class TestReclaimStrategies : public QObject {
+  Q_OBJECT
+
+ private:
+  FakeClock m_clock;
+  ScriptedReadings m_readings;
+  ScriptedVictims m_victims;
+  QTemporaryDir m_root;
+
+  void write(const QString& path, const QByteArray& text) {
+    const QString whole = m_root.filePath(path);
+    QDir().mkpath(QFileInfo(whole).path());
+    QFile file(whole);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(text);
+  }
+  QByteArray read(const QString& path) {
+    QFile file(m_root.filePath(path));
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("none");
+  }
+  ControlGroupStrategy groups() { return {m_victims, m_readings, m_clock, m_root.path().toStdString()}; }
+
+ private Q_SLOTS:
+  void init() {
+    m_readings = ScriptedReadings();
+    m_victims.reading = {};
+    QVERIFY(m_root.isValid());
+  }
+
+  void thePaceStopsForGood_data() {
+    QTest::addColumn<int>("reason");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("swap four fifths full") << 0 << QStringLiteral("swap is four fifths full");
+    QTest::newRow("others wait") << 1 << QStringLiteral("other programs are waiting for memory");
+    QTest::newRow("no readings") << 2 << QStringLiteral("the machine does not say how much memory it has");
+  }
+
+  void thePaceStopsForGood() {
+    QFETCH(int, reason);
+    ReclaimPace pace(m_readings, m_clock);
+    QVERIFY(pace.mayStep() && pace.refusal().isEmpty());
+    const auto calm = m_readings.readings;
+    if (reason == 0) m_readings.readings->swapFree = m_readings.readings->swapTotal / 5;
+    if (reason == 1) m_readings.readings->somePressure->average10 = 4000;
+    if (reason == 2) m_readings.readings.reset();
+    QVERIFY(!pace.mayStep());
+    QTEST(pace.refusal(), "text");
+    m_readings.readings = calm;
+    const int calls = m_readings.calls;
+    QVERIFY(!pace.mayStep());
+    QCOMPARE(m_readings.calls, calls);
+  }
+
+  void thePaceWaitsForOthersButNotForEver() {
+    FakeClock clock;
+    ReclaimPace pace(m_readings, clock);
+    QVERIFY(pace.mayStep());
+    m_readings.stallPerReading = 30ms;
+    clock.onSleep = [&](std::chrono::milliseconds) {
+      if (clock.sleeps().size() == 3) m_readings.stallPerReading = 0ms;
+    };
+    QVERIFY(pace.mayStep());
+    QCOMPARE(clock.sleeps(), std::vector(3, 100ms));
+    m_readings.stallPerReading = 30ms;
+    QVERIFY(!pace.mayStep());
+    QCOMPARE(clock.sleeps().size(), 3u + 10);
+  }
+
+  void aUnitIsAskedInStepsAndMoreThanItHoldsNever() {
+    write(QStringLiteral("cgroup.controllers"), "memory\n");
+    write(QStringLiteral("app.slice/one.scope/memory.reclaim"), "");
+    write(QStringLiteral("app.slice/one.scope/memory.swap.current"), "0\n");
+    m_victims.reading.candidates = {application(10, "/app.slice/one.scope", 25 * kMiB),
+                                    application(11, "/app.slice/without.scope", 25 * kMiB),
+                                    application(12, "/../outside.scope", 25 * kMiB)};
+    auto strategy = groups();
+    const auto forecast = strategy.forecast();
+    QVERIFY(forecast && forecast.value().method == ReclaimMethod::ControlGroups);
+    QCOMPARE(forecast.value().pageOutBytes, 25 * kMiB);
+    auto session = strategy.open();
+    QVERIFY(session);
+    auto first = session.value()->makeData(10 * kMiB);
+    first->beginContentAccess();
+    QVERIFY(read(QStringLiteral("app.slice/one.scope/memory.reclaim")).startsWith("10485760 swappiness=200"));
+    const int calls = m_readings.calls;
+    tenSteps(*session.value());
+    QVERIFY(read(QStringLiteral("app.slice/one.scope/memory.reclaim")).startsWith("5242880 "));
+    // Two more steps and the question that ends them; what is left to do is nothing, and costs nothing.
+    QVERIFY(m_readings.calls - calls <= 3);
+    QVERIFY(session.value()->isAlive());
+    QVERIFY(session.value()->outcome().method == ReclaimMethod::ControlGroups);
+    auto last = session.value()->makeData(kMiB);
+    session.value().reset();
+    last->beginContentAccess();
+  }
+
+  void largeStepsAreCutIntoThirtyTwoMebibytes() {
+    write(QStringLiteral("cgroup.controllers"), "memory\n");
+    write(QStringLiteral("app.slice/one.scope/memory.reclaim"), "");
+    m_victims.reading.candidates = {application(10, "/app.slice/one.scope", 500 * kMiB)};
+    auto strategy = groups();
+    auto session = strategy.open();
+    QVERIFY(session);
+    session.value()->makeData(40 * kMiB)->beginContentAccess();
+    QVERIFY(read(QStringLiteral("app.slice/one.scope/memory.reclaim")).startsWith("8388608 "));
+  }
+
+  void whatCannotBeDoneIsSaidInOneLine() {
+    auto strategy = groups();
+    QFile::remove(m_root.filePath(QStringLiteral("cgroup.controllers")));
+    QCOMPARE(strategy.open().error().message, QStringLiteral("control groups are not of version 2"));
+    write(QStringLiteral("cgroup.controllers"), "memory\n");
+    QVERIFY(strategy.open().error().message.startsWith(QStringLiteral("no idle application has a control group")));
+    m_readings.readings->swapTotal = 0;
+    QCOMPARE(strategy.open().error().message, QStringLiteral("there is no swap to page out to"));
+    PageOutStrategy pageOut(m_victims, m_readings, m_clock, "/nonexistent/worker");
+    QCOMPARE(pageOut.open().error().message, QStringLiteral("there is no swap to page out to"));
+    m_readings = ScriptedReadings();
+    QVERIFY(pageOut.forecast().error().message.contains(QStringLiteral("cap_sys_nice")));
+  }
+
+  void theFirstOpenWayIsTakenAndTheClosedOnesExplained() {
+    ClosedStrategy closed;
+    FakePurgeableMemory fill;
+    FillStrategy last(fill, m_readings);
+    StrategicPurgeableMemory memory({closed, last});
+    auto session = memory.openSession();
+    QVERIFY(session->isAlive());
+    tenSteps(*session);
+    QCOMPARE(fill.sizes().size(), 10u);
+    QCOMPARE(session->outcome().explanation, QStringLiteral("not here"));
+    const ReclaimForecast forecast = memory.forecast();
+    QVERIFY(forecast.method == ReclaimMethod::Fill && forecast.sources.empty());
+    QVERIFY(forecast.explanation.endsWith(QStringLiteral("; not here")));
+    m_readings.readings->swapTotal = 0;
+    QVERIFY(memory.forecast().method == ReclaimMethod::None);
+    StrategicPurgeableMemory nothing({closed});
+    auto dead = nothing.openSession();
+    QVERIFY(!dead->isAlive());
+    tenSteps(*dead);
+    QCOMPARE(dead->outcome().explanation, QStringLiteral("not here"));
+  }
+};
+
+QTEST_GUILESS_MAIN(TestReclaimStrategies)
+#include "test_reclaim_strategies.moc"
