@@ -17,8 +17,8 @@ void AlertGenerator::showAlertWith(const std::optional<CrashException>& exceptio
   if (std::exchange(m_shown, true)) return;
   m_services.cache.incrementCrashesCount();
   m_services.counted();
-  const CrashAlertContent shown = content();
-  const std::optional<CrashAlertAnswer> answer = m_services.alert.runModal(shown);
+  const Alert shown = content();
+  const std::optional<AlertAnswer> answer = m_services.alert.runModal(shown);
   if (!answer) {
     m_services.exit();
     return;
@@ -29,8 +29,8 @@ void AlertGenerator::showAlertWith(const std::optional<CrashException>& exceptio
   m_services.clock.callAfter(std::chrono::milliseconds(200), this, m_services.exit);
 }
 
-CrashAlertContent AlertGenerator::content() const {
-  CrashAlertContent content;
+Alert AlertGenerator::content() const {
+  Alert content;
   content.message = tr("The application %1 quit unexpectedly.").arg(m_bundleName);
   content.informativeText =
       tr("Mac OS X and other applications are not affected.\n\nClick Relaunch to launch the application again. Click "
@@ -38,6 +38,7 @@ CrashAlertContent AlertGenerator::content() const {
   content.buttons = {tr("Relaunch"), tr("Report Us..."), tr("Ignore")};
   if (m_services.cache.sendCrashReportsDisabled())
     content.suppression = tr("Send Crash Reports to Tessmar automatically");
+  content.isCritical = true;
   return content;
 }
 

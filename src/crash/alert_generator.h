@@ -5,27 +5,12 @@
 #include <functional>
 #include <optional>
 
+#include "core/alert.h"
 #include "core/clock.h"
 #include "crash/cache_manager.h"
 #include "crash/email_generator.h"
 
 namespace halvard {
-
-/// What the crash alert shows.
-struct CrashAlertContent {
-  QString message;
-  QString informativeText;
-  /// The first is the default one.
-  QStringList buttons;
-  /// The title of the check box; nothing: there is none.
-  std::optional<QString> suppression;
-};
-
-struct CrashAlertAnswer {
-  /// Index of the chosen button; closing the alert counts as the last.
-  int button = 0;
-  bool suppressionIsOn = false;
-};
 
 /// Shows the alert and waits for the answer.
 class CrashAlert {
@@ -33,7 +18,7 @@ class CrashAlert {
   virtual ~CrashAlert() = default;
 
   /// Nothing when there is no display to show it on.
-  virtual std::optional<CrashAlertAnswer> runModal(const CrashAlertContent& content) = 0;
+  virtual std::optional<AlertAnswer> runModal(const Alert& content) = 0;
 };
 
 /// What the alert sets going. All of it outlives the generator.
@@ -63,7 +48,7 @@ class AlertGenerator : public QObject {
   void showAlertWith(const std::optional<CrashException>& exception, const std::optional<SignalInformation>& signal);
 
  private:
-  CrashAlertContent content() const;
+  Alert content() const;
 
   AlertServices m_services;
   const QString m_bundleName;

@@ -18,12 +18,12 @@ using namespace std::chrono_literals;
 namespace {
 
 struct ScriptedAlert : CrashAlert {
-  std::optional<CrashAlertAnswer> runModal(const CrashAlertContent& shown) override {
+  std::optional<AlertAnswer> runModal(const Alert& shown) override {
     contents.push_back(shown);
     return answer;
   }
-  std::optional<CrashAlertAnswer> answer = CrashAlertAnswer{2, false};
-  std::vector<CrashAlertContent> contents;
+  std::optional<AlertAnswer> answer = AlertAnswer{2, false};
+  std::vector<Alert> contents;
 };
 
 ThreadStack stackOf(std::int32_t thread, int frames = 1) {
@@ -106,11 +106,11 @@ void TestCrashRules::alertCountsAsksOnceAndLeavesLater() {
   QFETCH(QStringList, steps);
   QFETCH(int, mails);
   Crash crash;
-  crash.window.answer = CrashAlertAnswer{button, false};
+  crash.window.answer = AlertAnswer{button, false};
   for (int call = 0; call < 2; ++call)
     crash.alert.showAlertWith(std::nullopt, kSegmentationFault);
   QCOMPARE(crash.window.contents.size(), 1u);
-  const CrashAlertContent& content = crash.window.contents.front();
+  const Alert& content = crash.window.contents.front();
   QCOMPARE(content.message, QStringLiteral("The application Hal Vard quit unexpectedly."));
   const QStringList buttons{QStringLiteral("Relaunch"), QStringLiteral("Report Us..."), QStringLiteral("Ignore")};
   QCOMPARE(content.buttons, buttons);
@@ -137,13 +137,13 @@ void TestCrashRules::suppressionIsOfferedOnlyWhileReportsAreDisabled() {
   for (const bool isOn : {false, true}) {
     Crash crash;
     crash.cache.setSendCrashReportsDisabled(true);
-    crash.window.answer = CrashAlertAnswer{2, isOn};
+    crash.window.answer = AlertAnswer{2, isOn};
     crash.alert.showAlertWith(std::nullopt, kSegmentationFault);
     QCOMPARE(crash.window.contents.front().suppression, QStringLiteral("Send Crash Reports to Tessmar automatically"));
     QCOMPARE(crash.cache.sendCrashReportsDisabled(), !isOn);
   }
   Crash crash;
-  crash.window.answer = CrashAlertAnswer{2, false};
+  crash.window.answer = AlertAnswer{2, false};
   crash.alert.showAlertWith(std::nullopt, kSegmentationFault);
   QCOMPARE(crash.store.objectForKey(stored_keys::sendCrashReportsDisabled), StoredValue{false});
 }

@@ -14,10 +14,10 @@
 #include "catalogue/catalogue.h"
 #include "core/application_identity.h"
 #include "crash/handler/crash_handler.h"
-#include "crash/ui/crash_alert_window.h"
 #include "platform/linux/crash/display.h"
 #include "platform/linux/crash/dwfl_thread_stacks.h"
 #include "platform/linux/crash/isolated_thread_stacks.h"
+#include "widgets/alert_window.h"
 
 namespace halvard {
 namespace {
@@ -108,12 +108,12 @@ void CrashReporter::saveReport() {
   if (m_saved) m_dying.tell(Progress::saved);
 }
 
-std::optional<CrashAlertAnswer> CrashReporter::runModal(const CrashAlertContent& content) {
+std::optional<AlertAnswer> CrashReporter::runModal(const Alert& content) {
   if (!m_application) {
     sayWhatHappened();
     return std::nullopt;
   }
-  CrashAlertWindow window(application_identity::kDisplayName, content);
+  AlertWindow window(application_identity::kDisplayName, content);
   QSocketNotifier gone(m_dying.descriptor(), QSocketNotifier::Read);
   QObject::connect(&gone, &QSocketNotifier::activated, &window, &QDialog::reject);
   window.exec();

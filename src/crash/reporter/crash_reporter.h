@@ -25,7 +25,7 @@ class CrashReporter : private CrashAlert {
  private:
   CrashSurroundings surroundings() const;
   void saveReport();
-  std::optional<CrashAlertAnswer> runModal(const CrashAlertContent& content) override;
+  std::optional<AlertAnswer> runModal(const Alert& content) override;
   void openDisplay();
   void letGo();
   void sayWhatHappened() const;

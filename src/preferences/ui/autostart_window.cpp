@@ -1,12 +1,12 @@
 #include "preferences/ui/autostart_window.h"
 
 #include <QHBoxLayout>
-#include <QLabel>
 #include <QPainter>
 #include <QPainterPath>
 #include <QVBoxLayout>
 
 #include "widgets/push_button.h"
+#include "widgets/text_label.h"
 #include "widgets/ui_style.h"
 
 namespace halvard {
@@ -31,18 +31,6 @@ QPainterPath outline(const QRectF& bounds, Qt::Edge edge, qreal apex) {
   return pointer.united(box);
 }
 
-QLabel* addLine(QVBoxLayout& layout, const QString& text, const QFont& font, const QColor& color) {
-  auto* label = new QLabel(text);
-  label->setFont(font);
-  label->setAlignment(Qt::AlignCenter);
-  label->setWordWrap(true);
-  QPalette colors = label->palette();
-  colors.setColor(QPalette::WindowText, color);
-  label->setPalette(colors);
-  layout.addWidget(label);
-  return label;
-}
-
 }  // namespace
 
 AutostartWindow::AutostartWindow() : QWidget(nullptr, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint) {
@@ -53,9 +41,9 @@ AutostartWindow::AutostartWindow() : QWidget(nullptr, Qt::Tool | Qt::FramelessWi
   auto* layout = new QVBoxLayout(this);
   layout->setContentsMargins(24, 27, 24, 26);
   layout->setSpacing(6);
-  cleanedSizeLabel = addLine(*layout, {}, ui_style::font(14), ui_style::primaryTextColor());
-  addLine(*layout, tr("Start at login and free up memory automatically from now on?"), ui_style::font(12),
-          ui_style::secondaryTextColor());
+  cleanedSizeLabel = addCentredLine(*layout, {}, ui_style::font(14), ui_style::primaryTextColor());
+  addCentredLine(*layout, tr("Start at login and free up memory automatically from now on?"), ui_style::font(12),
+                 ui_style::secondaryTextColor());
   layout->addStretch();
   noButton = new PushButton(tr("No"), PushButton::Role::Other);
   yesButton = new PushButton(tr("Yes"), PushButton::Role::Offered);

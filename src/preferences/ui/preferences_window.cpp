@@ -3,7 +3,6 @@
 #include <QFrame>
 #include <QHBoxLayout>
 #include <QKeyEvent>
-#include <QLabel>
 #include <QPainter>
 #include <QPropertyAnimation>
 #include <QSequentialAnimationGroup>
@@ -11,6 +10,7 @@
 
 #include "widgets/check_box.h"
 #include "widgets/pop_up_list.h"
+#include "widgets/text_label.h"
 #include "widgets/ui_style.h"
 #include "widgets/value_slider.h"
 
@@ -21,15 +21,6 @@ constexpr int kWidth = 500;
 constexpr int kSide = 28;
 constexpr int kIndent = 28;
 constexpr int kBlinkMilliseconds = 400;
-
-QLabel* makeLabel(const QString& text, const QFont& font, const QColor& color) {
-  auto* label = new QLabel(text);
-  label->setFont(font);
-  QPalette colors = label->palette();
-  colors.setColor(QPalette::WindowText, color);
-  label->setPalette(colors);
-  return label;
-}
 
 QPropertyAnimation* fade(QWidget& window, double from, double to) {
   auto* animation = new QPropertyAnimation(&window, "windowOpacity");

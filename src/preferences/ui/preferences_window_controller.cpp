@@ -1,13 +1,13 @@
 #include "preferences/ui/preferences_window_controller.h"
 
 #include <QLabel>
-#include <QMessageBox>
 
 #include "login/run_at_login_manager.h"
 #include "preferences/cleaning_frequency.h"
 #include "preferences/showcase_defaults.h"
 #include "preferences/stored_keys.h"
 #include "preferences/ui/preferences_window.h"
+#include "widgets/alert_window.h"
 #include "widgets/check_box.h"
 #include "widgets/pop_up_list.h"
 #include "widgets/ui_style.h"
@@ -221,14 +221,15 @@ void PreferencesWindowController::followStoredFrequency() {
 }
 
 void PreferencesWindowController::showFailure(bool enabling) {
-  auto* alert = new QMessageBox(QMessageBox::Warning, m_window->windowTitle(), tr("An error ocurred"),
-                                QMessageBox::NoButton, m_window.get());
-  alert->setAttribute(Qt::WA_DeleteOnClose);
-  alert->setInformativeText(enabling ? tr("Couldn't add Helper App to launch at login item list.")
-                                     : tr("Couldn't remove Helper App from launch at login item list."));
-  alert->addButton(tr("OK"), QMessageBox::AcceptRole);
-  connect(alert, &QDialog::finished, this, &PreferencesWindowController::showLaunchAtLogin);
-  alert->open();
+  const Alert alert{.message = tr("An error ocurred"),
+                    .informativeText = enabling ? tr("Couldn't add Helper App to launch at login item list.")
+                                                : tr("Couldn't remove Helper App from launch at login item list."),
+                    .buttons = {tr("OK")},
+                    .isCritical = true};
+  auto* window = new AlertWindow(m_window->windowTitle(), alert, m_window.get());
+  connect(window, &QDialog::finished, this, &PreferencesWindowController::showLaunchAtLogin);
+  connect(window, &QDialog::finished, window, &QObject::deleteLater);
+  window->open();
 }
 
 }  // namespace halvard

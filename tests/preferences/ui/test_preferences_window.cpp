@@ -1,5 +1,4 @@
 #include <QLabel>
-#include <QMessageBox>
 #include <QtTest>
 #include <cmath>
 
@@ -15,6 +14,7 @@
 #include "preferences/ui/autostart_window.h"
 #include "preferences/ui/preferences_window.h"
 #include "preferences/ui/preferences_window_controller.h"
+#include "widgets/alert_window.h"
 #include "widgets/check_box.h"
 #include "widgets/pop_up_list.h"
 #include "widgets/value_slider.h"
@@ -173,11 +173,14 @@ class TestPreferencesWindow : public QObject {
     controller.showWindow();
     CheckBox& box = *controller.window().launchAtLoginButton;
     box.click();
-    auto* alert = controller.window().findChild<QMessageBox*>();
+    auto* alert = controller.window().findChild<AlertWindow*>();
     QVERIFY(alert);
-    QCOMPARE(alert->text(), latin("An error ocurred"));
-    QCOMPARE(alert->informativeText(), latin("Couldn't add Helper App to launch at login item list."));
-    alert->done(QMessageBox::Accepted);
+    const QList<QLabel*> lines = alert->findChildren<QLabel*>();
+    QCOMPARE(lines.size(), 2);
+    QCOMPARE(lines[0]->text(), latin("An error ocurred"));
+    QCOMPARE(lines[1]->text(), latin("Couldn't add Helper App to launch at login item list."));
+    QCOMPARE(alert->findChildren<QAbstractButton*>().size(), 1);
+    alert->findChild<QAbstractButton*>()->click();
     QVERIFY(!box.isChecked());
   }
 

@@ -1,13 +1,14 @@
-#include "crash/ui/crash_alert_window.h"
+#include "widgets/alert_window.h"
 
-#include <QCheckBox>
 #include <QHBoxLayout>
-#include <QLabel>
 #include <QPainter>
 #include <QPushButton>
 #include <QVBoxLayout>
+#include <utility>
 
+#include "widgets/check_box.h"
 #include "widgets/gauge_icon.h"
+#include "widgets/text_label.h"
 #include "widgets/ui_style.h"
 
 namespace halvard {
@@ -18,16 +19,11 @@ constexpr int kIconSide = 64;
 constexpr int kMargin = 24;
 constexpr int kTextLeft = kMargin + kIconSide + 20;
 
-QLabel* addText(QVBoxLayout& layout, const QString& text, const QFont& font, const QColor& color) {
-  auto* const label = new QLabel(text);
-  label->setFont(font);
+void addText(QVBoxLayout& layout, const QString& text, const QFont& font, const QColor& color) {
+  QLabel* label = makeLabel(text, font, color);
   label->setWordWrap(true);
   label->setTextFormat(Qt::PlainText);
-  QPalette colors = label->palette();
-  colors.setColor(QPalette::WindowText, color);
-  label->setPalette(colors);
   layout.addWidget(label);
-  return label;
 }
 
 QString buttonStyle(bool isDefault) {
@@ -55,32 +51,28 @@ void paintCriticalBadge(QPainter& painter, QPointF center) {
 
 }  // namespace
 
-CrashAlertWindow::CrashAlertWindow(const QString& title, const CrashAlertContent& content)
-    : m_button(static_cast<int>(content.buttons.size()) - 1) {
+AlertWindow::AlertWindow(const QString& title, const Alert& alert, QWidget* parent)
+    : QDialog(parent), m_isCritical(alert.isCritical), m_button(static_cast<int>(alert.buttons.size()) - 1) {
   setWindowTitle(title);
   auto* const layout = new QVBoxLayout(this);
   layout->setContentsMargins(kTextLeft, kMargin, kMargin, 20);
   layout->setSpacing(10);
-  addTexts(*layout, content);
+  addTexts(*layout, alert);
   layout->addSpacing(8);
-  addButtons(*layout, content.buttons);
+  addButtons(*layout, alert.buttons);
   ensurePolished();
   setFixedSize(kWidth, layout->totalHeightForWidth(kWidth));
 }
 
-void CrashAlertWindow::addTexts(QVBoxLayout& layout, const CrashAlertContent& content) {
-  addText(layout, content.message, ui_style::font(14, QFont::DemiBold), ui_style::primaryTextColor());
-  addText(layout, content.informativeText, ui_style::font(12), ui_style::secondaryTextColor());
-  if (!content.suppression) return;
-  m_suppression = new QCheckBox(*content.suppression);
-  m_suppression->setFont(ui_style::font(12));
-  QPalette colors = m_suppression->palette();
-  colors.setColor(QPalette::WindowText, ui_style::primaryTextColor());
-  m_suppression->setPalette(colors);
+void AlertWindow::addTexts(QVBoxLayout& layout, const Alert& alert) {
+  addText(layout, alert.message, ui_style::font(14, QFont::DemiBold), ui_style::primaryTextColor());
+  addText(layout, alert.informativeText, ui_style::font(12), ui_style::secondaryTextColor());
+  if (!alert.suppression) return;
+  m_suppression = new CheckBox(*alert.suppression);
   layout.addWidget(m_suppression);
 }
 
-void CrashAlertWindow::addButtons(QVBoxLayout& layout, const QStringList& titles) {
+void AlertWindow::addButtons(QVBoxLayout& layout, const QStringList& titles) {
   auto* const row = new QHBoxLayout;
   row->setSpacing(10);
   row->addStretch();
@@ -99,17 +91,44 @@ void CrashAlertWindow::addButtons(QVBoxLayout& layout, const QStringList& titles
   layout.addLayout(row);
 }
 
-CrashAlertAnswer CrashAlertWindow::answer() const {
+AlertAnswer AlertWindow::answer() const {
   return {m_button, m_suppression && m_suppression->isChecked()};
 }
 
-void CrashAlertWindow::paintEvent(QPaintEvent*) {
+void AlertWindow::paintEvent(QPaintEvent*) {
   QPainter painter(this);
   painter.fillRect(rect(), Qt::white);
   QImage icon = gaugeIcon(QStringLiteral("icon_memory_60"), static_cast<int>(kIconSide * devicePixelRatioF()));
   icon.setDevicePixelRatio(devicePixelRatioF());
   painter.drawImage(QPointF(kMargin, kMargin), icon);
-  paintCriticalBadge(painter, QPointF(kMargin + kIconSide - 10, kMargin + kIconSide - 8));
+  if (m_isCritical) paintCriticalBadge(painter, QPointF(kMargin + kIconSide - 10, kMargin + kIconSide - 8));
+}
+
+AlertWindows::AlertWindows(QString title) : m_title(std::move(title)) {}
+
+AlertWindows::~AlertWindows() {
+  for (const QPointer<QWidget>& window : std::as_const(m_open))
+    delete window;
+}
+
+void AlertWindows::show(const Alert& alert, Done done) {
+  auto* const window = new AlertWindow(m_title, alert);
+  window->setAttribute(Qt::WA_QuitOnClose, false);
+  m_open.removeAll(nullptr);
+  m_open << window;
+  connect(window, &QDialog::finished, this, [window, done = std::move(done)] {
+    window->deleteLater();
+    if (done) done(window->answer());
+  });
+  window->show();
+  window->raise();
+  window->activateWindow();
+}
+
+AlertAnswer AlertWindows::runModal(const Alert& alert) {
+  AlertWindow window(m_title, alert);
+  window.exec();
+  return window.answer();
 }
 
 }  // namespace halvard
