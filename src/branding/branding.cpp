@@ -100,6 +100,7 @@ Branding Branding::load(const QStringList& configDirectories) {
   result.feedFolder = folder(values.webAddress(QStringLiteral("Maker/FeedFolder")));
   result.supportAddress = values.text(QStringLiteral("Maker/SupportAddress"));
   result.twitterHashtags = values.text(QStringLiteral("Maker/TwitterHashtags"));
+  result.isSuite = QVariant(values.text(QStringLiteral("Maker/ZPP_KEY_Suite"))).toBool();
   result.updateFeed = values.webAddress(QStringLiteral("Update/Feed"));
   result.updatePublicKey = values.text(QStringLiteral("Update/PublicKey"));
   result.analyticsEndpoint = collectionEndpoint(values.webAddress(QStringLiteral("Analytics/Endpoint")));

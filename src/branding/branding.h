@@ -44,6 +44,8 @@ struct Branding {
   QUrl feedFolder;
   /// Where feedback and crash reports are mailed to: a bare address.
   QString supportAddress;
+  /// The edition that is sold as part of a suite ("ZPP_KEY_Suite"): others care for where it is installed.
+  bool isSuite = false;
   /// For shared messages, each with its "#", separated by blanks.
   QString twitterHashtags;
 

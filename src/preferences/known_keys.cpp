@@ -88,6 +88,7 @@ QStringList sortedKeys() {
                    rateCurrentAppVersion,
                    rateIsUserSelectStar,
                    rateCountOfAutoShow,
+                   updaterLastCheckDate,
                    analyticsUserId,
                    crashesCount,
                    sendCrashReportsDisabled};

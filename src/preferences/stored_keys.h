@@ -129,6 +129,10 @@ inline const QString rateIsUserSelectStar = QStringLiteral("RATE_DIALOG_DATA:is_
 /// integer, 0: how often the dialog showed itself.
 inline const QString rateCountOfAutoShow = QStringLiteral("RATE_DIALOG_DATA:count_of_auto_show");
 
+// Updater.
+/// date, none (due now): when a newer version was last looked for.
+inline const QString updaterLastCheckDate = QStringLiteral("UPDATER:last_check_date");
+
 // Analytics and crashes.
 /// string (UUID), generated on first use: anonymous client identifier.
 inline const QString analyticsUserId = QStringLiteral("ga:user_id");

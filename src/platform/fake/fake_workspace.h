@@ -14,6 +14,7 @@ class FakeWorkspace : public Workspace {
     opened << url;
     return true;
   }
+  bool canOpenURL(const QUrl& url) override { return !missingSchemes.contains(url.scheme()); }
   std::optional<QString> pathOfApplication(const QString& identifier) override {
     return installed.contains(identifier) ? std::optional(installed.value(identifier)) : std::nullopt;
   }
@@ -22,6 +23,8 @@ class FakeWorkspace : public Workspace {
     return installed.contains(identifier);
   }
 
+  /// Schemes that no program takes.
+  QStringList missingSchemes;
   QList<QUrl> opened;
   /// Identifiers, in order, installed or not.
   QStringList launched;

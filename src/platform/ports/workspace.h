@@ -15,6 +15,8 @@ class Workspace {
   /// Hands the address to the user's program for it. False when it is not one of http, https, mailto and appstream, or
   /// no program takes it.
   virtual bool openURL(const QUrl& url) = 0;
+  /// Whether openURL() would find a program for the address.
+  virtual bool canOpenURL(const QUrl& url) = 0;
 
   /// The desktop entry file of an application; nothing when it is not installed. `identifier` is the entry's id with
   /// or without ".desktop".

@@ -19,6 +19,7 @@ class FakeWorkspace : public Workspace {
     opened << url;
     return true;
   }
+  bool canOpenURL(const QUrl&) override { return true; }
   std::optional<QString> pathOfApplication(const QString& identifier) override {
     if (!installed.contains(identifier)) return {};
     return identifier;

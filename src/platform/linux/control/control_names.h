@@ -8,5 +8,7 @@ namespace halvard::control_names {
 inline const QString kService = QStringLiteral("com.tessmar.Halvard");
 inline const QString kPath = QStringLiteral("/com/tessmar/Halvard");
 inline const QString kInterface = QStringLiteral("com.tessmar.Halvard");
+/// The error of a request that the program understood and refused; its message is the reason.
+inline const QString kRefused = QStringLiteral("com.tessmar.Halvard.Refused");
 
 }  // namespace halvard::control_names

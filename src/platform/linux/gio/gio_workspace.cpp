@@ -39,6 +39,12 @@ bool GioWorkspace::openURL(const QUrl& url) {
   return g_app_info_launch_default_for_uri(url.toEncoded().constData(), nullptr, nullptr) != FALSE;
 }
 
+bool GioWorkspace::canOpenURL(const QUrl& url) {
+  if (!mayLeaveTheProgram(url)) return false;
+  const Owned<GAppInfo> handler(g_app_info_get_default_for_uri_scheme(url.scheme().toUtf8().constData()));
+  return handler != nullptr;
+}
+
 std::optional<QString> GioWorkspace::pathOfApplication(const QString& identifier) {
   const auto entry = entryOf(identifier);
   const char* path = entry ? g_desktop_app_info_get_filename(entry.get()) : nullptr;

@@ -8,6 +8,7 @@ namespace halvard {
 class GioWorkspace : public Workspace {
  public:
   bool openURL(const QUrl& url) override;
+  bool canOpenURL(const QUrl& url) override;
   std::optional<QString> pathOfApplication(const QString& identifier) override;
   bool launchApplication(const QString& identifier) override;
 };

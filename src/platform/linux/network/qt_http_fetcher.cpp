@@ -56,6 +56,7 @@ class Exchange {
 
  private:
   void take() {
+    if (!m_failure.isEmpty()) return;  // given up, and closed
     m_body += m_reply->readAll();
     if (static_cast<ByteCount>(m_body.size()) > m_limits.maximumSize) abort(QStringLiteral("longer than expected"));
   }
