@@ -1,47 +1,50 @@
 #include "app/about_window.h"
 
 #include <QCoreApplication>
+#include <QHBoxLayout>
 #include <QKeyEvent>
-#include <QLabel>
 #include <QPainter>
 #include <QVBoxLayout>
 
 #include "core/application_identity.h"
 #include "widgets/gauge_icon.h"
+#include "widgets/text_button.h"
+#include "widgets/text_label.h"
 #include "widgets/ui_style.h"
 
 namespace halvard {
-namespace {
 
-QLabel* addLine(QVBoxLayout& layout, const QString& text, const QFont& font, const QColor& color) {
-  auto* label = new QLabel(text);
-  label->setFont(font);
-  label->setAlignment(Qt::AlignCenter);
-  label->setWordWrap(true);
-  QPalette colors = label->palette();
-  colors.setColor(QPalette::WindowText, color);
-  label->setPalette(colors);
-  layout.addWidget(label);
-  return label;
-}
-
-}  // namespace
-
-AboutWindow::AboutWindow() {
+AboutWindow::AboutWindow(const std::vector<ShareButton>& shareButtons) {
   const QString name = application_identity::kDisplayName;
   setWindowTitle(tr("About %1").arg(name));
   setAttribute(Qt::WA_QuitOnClose, false);
-  setFixedSize(320, 250);
+  setFixedSize(320, shareButtons.empty() ? 250 : 288);
   auto* layout = new QVBoxLayout(this);
   layout->setContentsMargins(28, 110, 28, 24);
   layout->setSpacing(4);
-  addLine(*layout, name, ui_style::font(20, QFont::DemiBold), ui_style::primaryTextColor());
-  addLine(*layout, tr("Version %1").arg(QCoreApplication::applicationVersion()), ui_style::font(12),
-          ui_style::secondaryTextColor());
+  addCentredLine(*layout, name, ui_style::font(20, QFont::DemiBold), ui_style::primaryTextColor());
+  addCentredLine(*layout, tr("Version %1").arg(QCoreApplication::applicationVersion()), ui_style::font(12),
+                 ui_style::secondaryTextColor());
   layout->addSpacing(8);
-  addLine(*layout, tr("Shows how full the memory of this computer is, and frees it. Nothing leaves the computer."),
-          ui_style::font(12), ui_style::secondaryTextColor());
+  addCentredLine(*layout,
+                 tr("Shows how full the memory of this computer is, and frees it. Nothing leaves the computer."),
+                 ui_style::font(12), ui_style::secondaryTextColor());
   layout->addStretch();
+  if (!shareButtons.empty()) addShareButtons(*layout, shareButtons);
+}
+
+void AboutWindow::addShareButtons(QVBoxLayout& layout, const std::vector<ShareButton>& shareButtons) {
+  auto* row = new QHBoxLayout;
+  row->setSpacing(14);
+  row->addStretch();
+  row->addWidget(makeLabel(tr("Share on"), ui_style::font(12), ui_style::secondaryTextColor()));
+  for (const ShareButton& entry : shareButtons) {
+    auto* button = new TextButton(entry.title);
+    connect(button, &TextButton::clicked, this, entry.share);
+    row->addWidget(button);
+  }
+  row->addStretch();
+  layout.addLayout(row);
 }
 
 void AboutWindow::paintEvent(QPaintEvent*) {

@@ -1,8 +1,11 @@
 #include "app/application.h"
 
-#include <QCoreApplication>
+#include <QApplication>
 #include <QFileInfo>
+#include <QProcess>
+#include <QStyle>
 
+#include "app/launch_steps.h"
 #include "core/application_identity.h"
 #include "memory/memory_status.h"
 #include "process_manager/ui/process_tableview_controller.h"
@@ -63,7 +66,43 @@ class Application::Parts : public PanelParts {
   const PromoManager* m_promoManager = nullptr;
 };
 
+/// The steps of a launch that belong to other subsystems.
+class Application::Launch : public LaunchSteps {
+ public:
+  explicit Launch(Application& application) : m_application(application) {}
+
+  void forceLightAppearance() override {
+    if (!m_application.m_version.isMacOSHasVersion(QStringLiteral("10.14"), false, true)) return;
+    QApplication::setPalette(QApplication::style()->standardPalette());
+  }
+  void awakeInterface() override {
+    m_application.makePromotion();
+    m_application.m_interface->awakeFromNib();
+    m_application.m_platform.controlServer.start(*m_application.m_interface);
+  }
+  void copyApplications() override { m_application.m_diskSection.copyApplications(); }
+  void setSharingButton() override { m_application.m_lifecycle.setSharingButton(*m_application.m_interface); }
+  void startUpdater() override { m_application.m_lifecycle.startUpdater(*m_application.m_interface); }
+  void startPromotionManager() override { m_application.m_promotion->start(); }
+  void removeMistakenFolders() override { m_application.m_diskSection.removeMistakenFolders(); }
+  void terminate() override { m_application.quit(); }
+
+ private:
+  Application& m_application;
+};
+
 namespace {
+
+/// Its own surroundings are those of the program, not of the bundle that it leaves.
+bool launchBundle(const QString& program) {
+  QProcess process;
+  QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+  for (const char* name : {"APPIMAGE", "APPDIR", "ARGV0", "OWD"})
+    environment.remove(QString::fromLatin1(name));
+  process.setProcessEnvironment(environment);
+  process.setProgram(program);
+  return process.startDetached();
+}
 
 QString ownProgram() {
   return QFileInfo(QCoreApplication::applicationFilePath()).canonicalFilePath();
@@ -104,23 +143,28 @@ Application::Application(const Platform& platform)
                                   QStringLiteral(":/purge.sh")},
           platform.statusItem, platform.appearance, *m_parts, platform.windowHints, *m_reportedCpuUsage,
           m_startAtLogin})),
-      m_delegate(m_notifications, m_startAtLogin) {
+      m_lifecycle(platform.lifecycle, platform.defaultsStore, platform.clock, platform.distributedNotifications,
+                  m_notifications, m_branding),
+      m_launch(std::make_unique<Launch>(*this)),
+      m_delegate({m_notifications, m_startAtLogin, m_lifecycle.singleInstance, m_lifecycle.moveOffer,
+                  m_lifecycle.documents, *m_launch, launchBundle, m_branding.isSuite}) {
   m_reportedCpuInfo.getCPUUsage();  // the first report measures from here, not from the start of the machine
   connectControlServer();
   m_diskSection.join(m_interface->panel());
+  connect(m_interface.get(), &MainInterface::quitRequested, this, &Application::quit);
+  connect(m_interface.get(), &MainInterface::reopened, &m_delegate, &ZPAppDelegate::applicationShouldHandleReopen);
 }
 
 Application::~Application() = default;
 
-void Application::start(const QStringList& arguments) {
-  makePromotion();
-  m_interface->awakeFromNib();
-  m_platform.controlServer.start(*m_interface);
-  m_diskSection.copyApplications();
-  m_delegate.applicationDidFinishLaunching(arguments);
-  m_diskSection.removeMistakenFolders();
+bool Application::start(const QStringList& arguments) {
+  if (!m_delegate.applicationDidFinishLaunching(arguments)) return false;
   m_delegate.applicationDidBecomeActive();
-  m_promotion->start();
+  return true;
+}
+
+void Application::quit() {
+  if (m_delegate.applicationShouldTerminate()) QCoreApplication::quit();
 }
 
 void Application::makePromotion() {

@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "app/disk_section.h"
+#include "app/lifecycle_services.h"
 #include "app/main_interface.h"
 #include "app/promotion.h"
 #include "app/zp_app_delegate.h"
@@ -43,6 +44,7 @@ struct Platform {
   LoginItemService& loginItems;
   PromotionPlatform promotion;
   DiskPlatform disk;
+  LifecyclePlatform lifecycle;
 };
 
 /// The composition root: makes every service once, in the order of the members, and hands it on by reference.
@@ -54,8 +56,10 @@ class Application : public QObject {
   explicit Application(const Platform& platform);
   ~Application() override;
 
-  /// Wakes the interface, then does what follows a launch. `arguments` without the program's path.
-  void start(const QStringList& arguments);
+  /// Does what follows a launch. `arguments` without the program's path. False when this copy must end: another runs.
+  bool start(const QStringList& arguments);
+  /// Ends the program, unless something is to be kept from being lost.
+  void quit();
 
   MainInterface& interface() { return *m_interface; }
   NotificationCenter& notifications() { return m_notifications; }
@@ -66,6 +70,7 @@ class Application : public QObject {
   class TrackerWatch;
   class CpuUsage;
   class Parts;
+  class Launch;
 
   void connectControlServer();
   void makePromotion();
@@ -89,6 +94,8 @@ class Application : public QObject {
   std::unique_ptr<Parts> m_parts;
   std::unique_ptr<Promotion> m_promotion;
   std::unique_ptr<MainInterface> m_interface;
+  LifecycleServices m_lifecycle;
+  std::unique_ptr<Launch> m_launch;
   ZPAppDelegate m_delegate;
 };
 

@@ -83,7 +83,8 @@ Platform DemoDesktop::platform() {
           m_real.scripts,
           m_loginItems,
           {m_real.promotion.workspace, m_fetcher, m_beacon, m_real.promotion.unpacker, m_volumes, std::nullopt},
-          m_disk.platform()};
+          m_disk.platform(),
+          {m_copies, m_real.lifecycle.folders, m_objectStore, m_fetcher, m_real.lifecycle.workspace, std::nullopt}};
 }
 
 }  // namespace halvard

@@ -14,10 +14,12 @@
 #include "platform/fake/fake_http_fetcher.h"
 #include "platform/fake/fake_login_item_service.h"
 #include "platform/fake/fake_mounted_volumes.h"
+#include "platform/fake/fake_object_store.h"
 #include "platform/fake/fake_process_table.h"
 #include "platform/fake/fake_processor_ticks.h"
 #include "platform/fake/fake_purgeable_memory.h"
 #include "platform/fake/fake_running_applications.h"
+#include "platform/fake/fake_running_copies.h"
 
 namespace halvard {
 
@@ -51,6 +53,8 @@ class DemoDesktop : public QObject {
   FakeHttpBeacon m_beacon;
   FakeMountedVolumes m_volumes;
   DemoDisk m_disk;
+  FakeRunningCopies m_copies;
+  FakeObjectStore m_objectStore;
   QTimer m_breath;
   int m_breaths = 0;
   /// Bytes of application memory that a purge may still page out.

@@ -13,6 +13,7 @@
 #include "crash/crash_on_purpose.h"
 #include "crash/tessmar_fall_manager.h"
 #include "files_searcher/walk_metadata_queries.h"
+#include "lifecycle/own_bundle.h"
 #include "platform/desktop/desktop_status_bar_item.h"
 #include "platform/desktop/x11_window_hints.h"
 #include "platform/desktop/xembed_status_bar_item.h"
@@ -24,6 +25,7 @@
 #include "platform/linux/dbus/status_notifier_item.h"
 #include "platform/linux/files/linux_disk.h"
 #include "platform/linux/gio/gio_workspace.h"
+#include "platform/linux/instance/linux_running_copies.h"
 #include "platform/linux/minizip/minizip_unpacker.h"
 #include "platform/linux/network/qt_http_fetcher.h"
 #include "platform/linux/network/ssl_beacon.h"
@@ -35,6 +37,7 @@
 #include "platform/linux/session/shell_script_runner.h"
 #include "platform/linux/session/termination_signals.h"
 #include "platform/linux/sqlite/sqlite_defaults_store.h"
+#include "platform/linux/sqlite/sqlite_object_store.h"
 #include "platform/linux/volumes/linux_mounted_volumes.h"
 #include "platform/linux/xdg/halvard_login_jobs.h"
 #include "preferences/cleaning_exclusions.h"
@@ -82,7 +85,8 @@ struct LinuxDesktop {
         userNotifications(bus, {application_identity::kDisplayName, application_identity::kBundleIdentifier,
                                 application_identity::kBundleIdentifier}),
         distributedNotifications(bus),
-        controlServer(bus) {}
+        controlServer(bus),
+        copies(bus, QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation)) {}
 
   Platform platform() {
     return {
@@ -104,7 +108,8 @@ struct LinuxDesktop {
         scripts,
         loginItems,
         {workspace, fetcher, beacon, unpacker, volumes, dataFolder()},
-        {disk.reader, disk.catalog, disk.lastUsedDates, disk.priority, disk.folders, disk.access, queries, workspace}};
+        {disk.reader, disk.catalog, disk.lastUsedDates, disk.priority, disk.folders, disk.access, queries, workspace},
+        {copies, disk.folders, objectStore, fetcher, workspace, ownBundle(RunningProgram::fromEnvironment())}};
   }
 
   SystemClock clock;
@@ -125,6 +130,8 @@ struct LinuxDesktop {
   DBusDistributedNotificationCenter distributedNotifications;
   DBusControlServer controlServer;
   ShellScriptRunner scripts;
+  LinuxRunningCopies copies;
+  SqliteObjectStore objectStore;
   XdgLoginItemService loginItems = loginItemService(QCoreApplication::applicationDirPath());
   GioWorkspace workspace;
   QtHttpFetcher fetcher{userAgent()};
@@ -176,7 +183,7 @@ void crashWhenAsked([[maybe_unused]] Clock& clock, [[maybe_unused]] QObject& con
 #endif
 }
 
-int run(QApplication& application, const QStringList& arguments) {
+int run(const QStringList& arguments) {
   LinuxDesktop desktop(QDBusConnection::sessionBus());
   CacheManager crashCounts(desktop.defaultsStore);
   TessmarFallManager fallManager(crashCounts, FallManagerSettings::standard(crashIdentity()));
@@ -186,9 +193,10 @@ int run(QApplication& application, const QStringList& arguments) {
     demo.emplace(desktop.platform());
   }
   Application program(demo ? demo->platform() : desktop.platform());
-  QObject::connect(&program.interface(), &MainInterface::quitRequested, &application, &QApplication::quit);
+  const TerminationSignals terminationSignals;
+  QObject::connect(&terminationSignals, &TerminationSignals::terminationRequested, &program, &Application::quit);
   if (!openShotState(desktop.clock, program)) return 2;
-  program.start(arguments);
+  if (!program.start(arguments)) return 0;
   followTray(desktop.clock, desktop.statusItem, program);
   crashWhenAsked(desktop.clock, program);
   return QApplication::exec();
@@ -212,7 +220,5 @@ int main(int argc, char* argv[]) {
   QApplication::setFont(ui_style::font(12));
   QApplication::setWindowIcon(applicationIcon());
   QIcon::setFallbackThemeName(QStringLiteral("Adwaita"));
-  const TerminationSignals terminationSignals;
-  QObject::connect(&terminationSignals, &TerminationSignals::terminationRequested, &application, &QApplication::quit);
-  return run(application, QApplication::arguments().mid(1));
+  return run(QApplication::arguments().mid(1));
 }

@@ -4,7 +4,6 @@
 #include <QScreen>
 #include <cmath>
 
-#include "app/about_window.h"
 #include "app/main_menu.h"
 #include "app/promotion.h"
 #include "core/application_identity.h"
@@ -35,7 +34,8 @@ MainInterface::MainInterface(const MainInterfaceServices& services)
       m_panel(services.purge.clock, services.purge.defaults, services.purge.notifications, services.statusItem,
               services.panelParts, services.windowHints),
       m_theMenu(std::make_unique<MainMenu>()),
-      m_controller(services.purge, *this) {}
+      m_controller(services.purge, *this),
+      m_namedPreferences(preferenceList(services.purge.preferences)) {}
 
 MainInterface::~MainInterface() = default;
 
@@ -99,6 +99,7 @@ void MainInterface::connectCommands() {
   connect(m_theMenu.get(), &MainMenu::showOptimizationTools, m_promotion, &Promotion::showOptimizationTools);
   connect(m_theMenu.get(), &MainMenu::rateButtonPressed, m_promotion, &Promotion::rateButtonPressed);
   connect(m_theMenu.get(), &MainMenu::showPreferencesWindow, this, &MainInterface::showPreferencesWindow);
+  connect(m_theMenu.get(), &MainMenu::checkForUpdates, this, &MainInterface::checkForUpdates);
   connect(m_theMenu.get(), &MainMenu::showAboutScreen, this, &MainInterface::showAboutScreen);
   connect(m_theMenu.get(), &MainMenu::quitRequested, this, &MainInterface::quitRequested);
 }
@@ -124,7 +125,9 @@ void MainInterface::showMainWindowAndMakeActive() {
     m_panel.bringToFront();
     return;
   }
-  m_services.purge.clock.callAfter(1ms, this, [this] { m_panel.processActionOfStatusItem(false); });
+  // Two requests at once open one panel.
+  m_services.purge.clock.callAfter(
+      1ms, this, [this] { m_panel.isVisible() ? m_panel.bringToFront() : m_panel.processActionOfStatusItem(false); });
 }
 
 void MainInterface::onTogglePanelInfo() {
@@ -207,10 +210,19 @@ bool MainInterface::panelWindowHasPageOpen() const {
 }
 
 void MainInterface::showAboutScreen() {
-  if (!m_aboutWindow) m_aboutWindow = std::make_unique<AboutWindow>();
+  if (!m_aboutWindow) m_aboutWindow = std::make_unique<AboutWindow>(m_shareButtons);
   m_aboutWindow->show();
   m_aboutWindow->raise();
   m_aboutWindow->activateWindow();
+}
+
+void MainInterface::setShareButtons(std::vector<ShareButton> buttons) {
+  m_shareButtons = std::move(buttons);
+  m_aboutWindow.reset();
+}
+
+void MainInterface::setUpdaterVisible(bool visible) {
+  m_theMenu->setUpdaterVisible(visible);
 }
 
 void MainInterface::resetUserDefaults() {
@@ -230,6 +242,14 @@ bool MainInterface::startCleaning() {
   if (m_controller.isPurging()) return false;
   m_controller.onFreeMemory(ZPPurgeController::Sender::None);
   return true;
+}
+
+QMap<QString, QString> MainInterface::preferences() {
+  return preferenceValues(m_namedPreferences);
+}
+
+Result<void> MainInterface::setPreference(const QString& name, const QString& value) {
+  return setNamedPreference(m_namedPreferences, name, value);
 }
 
 void MainInterface::beginProgressUpdate() {

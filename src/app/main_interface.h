@@ -2,16 +2,18 @@
 
 #include <QObject>
 #include <memory>
+#include <vector>
 
+#include "app/about_window.h"
 #include "memory/purge_controller_view.h"
 #include "memory/zp_purge_controller.h"
 #include "menubar/panel_window.h"
 #include "menubar/status_item_controller.h"
 #include "platform/ports/control_channel.h"
+#include "preferences/preference_list.h"
 
 namespace halvard {
 
-class AboutWindow;
 class Appearance;
 class AutostartPopupWC;
 class AutostartWindow;
@@ -69,6 +71,10 @@ class MainInterface final : public QObject,
   /// One that is visible already blinks.
   void showPreferencesWindow();
   void showAboutScreen();
+  /// For the about window, from its next opening on.
+  void setShareButtons(std::vector<ShareButton> buttons);
+  /// Whether the menu has its item for updates; it has none at first.
+  void setUpdaterVisible(bool visible);
   /// The offer to start at login, unless the program does already.
   void showAutostartPopupWindow(ByteCount cleanedSize) override;
   void showRateDialogAutomaticallyIfNeeded() override;
@@ -77,13 +83,18 @@ class MainInterface final : public QObject,
 
   QJsonObject status() override;
   bool startCleaning() override;
-  void showPanel() override { showMainWindowAndMakeActive(); }
+  void showPanel() override { Q_EMIT reopened(); }
+  QMap<QString, QString> preferences() override;
+  Result<void> setPreference(const QString& name, const QString& value) override;
 
   ZPPurgeController& controller() { return m_controller; }
   PanelWindow& panel() { return m_panel; }
 
  Q_SIGNALS:
   void quitRequested();
+  /// The program was asked from outside to show itself.
+  void reopened();
+  void checkForUpdates();
 
  private:
   void initShowInfo();
@@ -116,8 +127,10 @@ class MainInterface final : public QObject,
   std::unique_ptr<MainMenu> m_theMenu;
   std::unique_ptr<PreferencesWindowController> m_preferencesWindow;
   std::unique_ptr<AutostartPopupWC> m_autostartPopup;
+  std::vector<ShareButton> m_shareButtons;
   std::unique_ptr<AboutWindow> m_aboutWindow;
   ZPPurgeController m_controller;
+  const std::vector<NamedPreference> m_namedPreferences;
   bool m_bShowInfo = true;
 };
 

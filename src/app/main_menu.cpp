@@ -20,6 +20,8 @@ MainMenu::MainMenu(QWidget* parent) : QMenu(parent) {
   addSeparator();
   addAction(tr("Preferences..."), this, &MainMenu::showPreferencesWindow)->setShortcut(QStringLiteral("Ctrl+,"));
   addSeparator();
+  m_checkForUpdates = addAction(tr("Check for Updates..."), this, &MainMenu::checkForUpdates);
+  setUpdaterVisible(false);
   addAction(tr("About %1").arg(application_identity::kDisplayName), this, &MainMenu::showAboutScreen);
   addAction(tr("Quit %1").arg(application_identity::kDisplayName), this, &MainMenu::quitRequested);
   setFreshNews(false);
@@ -27,6 +29,10 @@ MainMenu::MainMenu(QWidget* parent) : QMenu(parent) {
 
 void MainMenu::setInformation(const QString& text) {
   if (m_miInfo->text() != text) m_miInfo->setText(text);
+}
+
+void MainMenu::setUpdaterVisible(bool visible) {
+  m_checkForUpdates->setVisible(visible);
 }
 
 void MainMenu::validate(bool isPurging, bool isPanelVisible) {

@@ -13,6 +13,8 @@ class MainMenu : public QMenu {
 
   /// The line that tells how much memory is used.
   void setInformation(const QString& text);
+  /// Whether there is something to look for updates in; hidden at first.
+  void setUpdaterVisible(bool visible);
   /// What the items may do now; called before the menu opens.
   void validate(bool isPurging, bool isPanelVisible);
   /// The picture beside the news.
@@ -25,6 +27,7 @@ class MainMenu : public QMenu {
   void showOptimizationTools();
   void rateButtonPressed();
   void showPreferencesWindow();
+  void checkForUpdates();
   void showAboutScreen();
   void quitRequested();
 
@@ -34,6 +37,7 @@ class MainMenu : public QMenu {
   QAction* m_toggleInformation;
   QAction* m_newsButton;
   QAction* m_rate;
+  QAction* m_checkForUpdates;
 };
 
 }  // namespace halvard

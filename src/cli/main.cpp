@@ -9,12 +9,16 @@
 #include "cli/application_commands.h"
 #include "cli/defaults_command.h"
 #include "cli/format_command.h"
+#include "cli/login_command.h"
 #include "cli/memory_commands.h"
+#include "cli/preferences_command.h"
 #include "core/application_identity.h"
 #include "files_searcher/disk_commands.h"
 #include "files_searcher/walk_metadata_queries.h"
+#include "login/run_at_login_manager.h"
 #include "platform/linux/applications/linux_running_applications.h"
 #include "platform/linux/control/dbus_control_client.h"
+#include "platform/linux/dbus/dbus_distributed_notification_center.h"
 #include "platform/linux/files/linux_disk.h"
 #include "platform/linux/processes/linux_process_information.h"
 #include "platform/linux/processes/linux_process_table.h"
@@ -25,6 +29,7 @@
 #include "platform/linux/session/terminal.h"
 #include "platform/linux/session/termination_signals.h"
 #include "platform/linux/sqlite/sqlite_defaults_store.h"
+#include "platform/linux/xdg/halvard_login_jobs.h"
 #include "preferences/cleaning_exclusions.h"
 #include "process_manager/processes_manager.h"
 
@@ -38,6 +43,9 @@ const char* const kUsage =
   status [--json]        how full the memory is
   watch                  one line a second, until interrupted
   clean [--json]         free memory now
+  preferences            every preference with its value, its default and what it decides
+  preferences NAME VALUE changes one, at once where the program runs
+  login on|off|status    start at login
   defaults read [KEY]    the stored settings, or one of them
   defaults write KEY (-bool|-int|-float|-string|-date) VALUE
   defaults delete KEY
@@ -127,6 +135,23 @@ int runDiskCommand(const QByteArrayList& words, const CommandOutput& output) {
   return DiskCommands(services, store, output.out, output.err, isTerminal(output.err)).run(words).value_or(kExitUsage);
 }
 
+int runSettingsCommand(const QString& command, const QStringList& words, const CommandOutput& output) {
+  const QString& identifier = application_identity::kBundleIdentifier;
+  SqliteDefaultsStore store(defaultsFilePath(identifier), identifier);
+  if (command == QStringLiteral("defaults")) return runDefaultsCommand(words, store, output);
+  if (command == QStringLiteral("preferences")) {
+    DBusControlClient control(QDBusConnection::sessionBus());
+    return runPreferencesCommand(words, store, control, output);
+  }
+  SystemClock clock;
+  ShowcaseDefaults defaults(store, clock, QCoreApplication::applicationVersion());
+  const QString folder = QCoreApplication::applicationDirPath();
+  XdgLoginItemService loginItems = loginItemService(folder);
+  DBusDistributedNotificationCenter notifications(QDBusConnection::sessionBus());
+  HalvardRunAtLoginManager startAtLogin(loginItems, notifications, identifier, folder + QStringLiteral("/halvard"));
+  return runLoginCommand(words, startAtLogin, defaults, output);
+}
+
 bool isOneOf(const QString& command, std::initializer_list<const char*> names) {
   return std::any_of(names.begin(), names.end(), [&](const char* name) { return command == QLatin1String(name); });
 }
@@ -138,11 +163,7 @@ int run(const QStringList& arguments, const QByteArrayList& bytes, const Command
   if (isOneOf(command, {"status", "watch", "clean"})) return runMemoryCommand(command, words, output);
   if (isOneOf(command, {"scan", "size", "large", "duplicates"})) return runDiskCommand(bytes, output);
   if (isOneOf(command, {"top", "activate", "quit", "kill"})) return runApplicationCommand(command, words, output);
-  if (command == QStringLiteral("defaults")) {
-    SqliteDefaultsStore store(defaultsFilePath(application_identity::kBundleIdentifier),
-                              application_identity::kBundleIdentifier);
-    return runDefaultsCommand(words, store, output);
-  }
+  if (isOneOf(command, {"preferences", "login", "defaults"})) return runSettingsCommand(command, words, output);
   if (command == QStringLiteral("format")) return runFormatCommand(words, output);
   if (command == QStringLiteral("--help") || command == QStringLiteral("help")) {
     output.print(QString::fromUtf8(kUsage));
@@ -156,7 +177,7 @@ int run(const QStringList& arguments, const QByteArrayList& bytes, const Command
       command.isEmpty() ? QStringLiteral("no command") : QStringLiteral("unknown command '%1'").arg(command);
   return output.fail(
       reason + QStringLiteral(": status, watch, clean, top, activate, quit, kill, scan, size, large, duplicates, "
-                              "defaults or format; --help explains"),
+                              "preferences, login, defaults or format; --help explains"),
       kExitUsage);
 }
 

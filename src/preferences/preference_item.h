@@ -79,6 +79,9 @@ class PreferenceItem : public PreferenceItemBase {
   PreferenceItem(DefaultsStore& store, T defaultValue, QString key)
       : PreferenceItemBase(store, std::move(key)), m_defaultValue(defaultValue) {}
 
+  /// What value() is while nothing is stored.
+  T defaultValue() const { return m_defaultValue; }
+
   /// The stored value; the default when there is none or it is of another kind.
   T value() {
     if (!m_cachedValue) {

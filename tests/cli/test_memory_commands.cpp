@@ -65,6 +65,8 @@ struct Program : ControlHandler {
     return !busy;
   }
   void showPanel() override { ++shows; }
+  QMap<QString, QString> preferences() override { return {}; }
+  Result<void> setPreference(const QString&, const QString&) override { return {}; }
   bool busy = false;
   int cleanings = 0;
   int shows = 0;

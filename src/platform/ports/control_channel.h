@@ -1,7 +1,9 @@
 #pragma once
 
 #include <QJsonObject>
+#include <QMap>
 #include <QObject>
+#include <QString>
 
 #include "core/result.h"
 
@@ -17,6 +19,10 @@ class ControlHandler {
   virtual bool startCleaning() = 0;
   /// Brings the panel forward.
   virtual void showPanel() = 0;
+  /// The value of each preference by its name, as setPreference() takes it.
+  virtual QMap<QString, QString> preferences() = 0;
+  /// Changes a preference now. The error is one line, and nothing has changed then.
+  virtual Result<void> setPreference(const QString& name, const QString& value) = 0;
 };
 
 /// The program's side. Main thread. No session bus: nobody asks.
@@ -43,6 +49,9 @@ class ControlClient : public QObject {
   /// False when a purge runs already. Its course follows as signals.
   virtual Result<bool> startCleaning() = 0;
   virtual Result<void> showPanel() = 0;
+  virtual Result<QMap<QString, QString>> preferences() = 0;
+  /// A refusal by the program is its own words.
+  virtual Result<void> setPreference(const QString& name, const QString& value) = 0;
 
  Q_SIGNALS:
   void progressed(double progress);

@@ -29,7 +29,8 @@ DBusControlClient::DBusControlClient(QDBusConnection bus) : m_bus(std::move(bus)
   };
   listen(QStringLiteral("PurgeProgress"), SIGNAL(progressed(double)));
   listen(QStringLiteral("PurgeFinished"), SLOT(onPurgeFinished(QVariantMap)));
-  auto* watcher = new QDBusServiceWatcher(control_names::kService, m_bus, QDBusServiceWatcher::WatchForUnregistration, this);
+  auto* watcher =
+      new QDBusServiceWatcher(control_names::kService, m_bus, QDBusServiceWatcher::WatchForUnregistration, this);
   connect(watcher, &QDBusServiceWatcher::serviceUnregistered, this, &ControlClient::programGone);
 }
 
@@ -37,9 +38,10 @@ bool DBusControlClient::isProgramRunning() const {
   return m_bus.isConnected() && m_bus.interface()->isServiceRegistered(control_names::kService);
 }
 
-QDBusMessage DBusControlClient::call(const QString& method) {
-  const QDBusMessage message = QDBusMessage::createMethodCall(control_names::kService, control_names::kPath,
-                                                              control_names::kInterface, method);
+QDBusMessage DBusControlClient::call(const QString& method, const QVariantList& arguments) {
+  QDBusMessage message =
+      QDBusMessage::createMethodCall(control_names::kService, control_names::kPath, control_names::kInterface, method);
+  message.setArguments(arguments);
   return m_bus.call(message, QDBus::Block, kTimeoutMilliseconds);
 }
 
@@ -59,6 +61,23 @@ Result<void> DBusControlClient::showPanel() {
   const QDBusMessage reply = call(QStringLiteral("Show"));
   if (reply.type() != QDBusMessage::ReplyMessage) return errorOf(reply);
   return {};
+}
+
+Result<QMap<QString, QString>> DBusControlClient::preferences() {
+  const QDBusMessage reply = call(QStringLiteral("Preferences"));
+  if (!isReply(reply)) return errorOf(reply);
+  QMap<QString, QString> values;
+  const auto texts = qdbus_cast<QVariantMap>(reply.arguments().constFirst());
+  for (auto text = texts.begin(); text != texts.end(); ++text)
+    values.insert(text.key(), text.value().toString());
+  return values;
+}
+
+Result<void> DBusControlClient::setPreference(const QString& name, const QString& value) {
+  const QDBusMessage reply = call(QStringLiteral("SetPreference"), {name, value});
+  if (reply.type() == QDBusMessage::ReplyMessage) return {};
+  if (reply.errorName() == control_names::kRefused) return Error{reply.errorMessage()};
+  return errorOf(reply);
 }
 
 void DBusControlClient::onPurgeFinished(const QVariantMap& record) {

@@ -20,12 +20,14 @@ class DBusControlClient : public ControlClient {
   Result<QJsonObject> status() override;
   Result<bool> startCleaning() override;
   Result<void> showPanel() override;
+  Result<QMap<QString, QString>> preferences() override;
+  Result<void> setPreference(const QString& name, const QString& value) override;
 
  private Q_SLOTS:
   void onPurgeFinished(const QVariantMap& record);
 
  private:
-  QDBusMessage call(const QString& method);
+  QDBusMessage call(const QString& method, const QVariantList& arguments = {});
 
   QDBusConnection m_bus;
 };

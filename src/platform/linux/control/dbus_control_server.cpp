@@ -44,4 +44,17 @@ void DBusControlServer::Show() {
   m_handler->showPanel();
 }
 
+QVariantMap DBusControlServer::Preferences() {
+  QVariantMap values;
+  const QMap<QString, QString> preferences = m_handler->preferences();
+  for (auto preference = preferences.begin(); preference != preferences.end(); ++preference)
+    values.insert(preference.key(), preference.value());
+  return values;
+}
+
+void DBusControlServer::SetPreference(const QString& name, const QString& value) {
+  const Result<void> changed = m_handler->setPreference(name, value);
+  if (!changed) sendErrorReply(control_names::kRefused, changed.error().message);
+}
+
 }  // namespace halvard

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDBusConnection>
+#include <QDBusContext>
 #include <QObject>
 #include <QVariantMap>
 
@@ -9,7 +10,7 @@
 namespace halvard {
 
 /// Answers the command line on the session bus, under the name "com.tessmar.Halvard".
-class DBusControlServer : public QObject, public ControlServer {
+class DBusControlServer : public QObject, protected QDBusContext, public ControlServer {
   Q_OBJECT
   Q_CLASSINFO("D-Bus Interface", "com.tessmar.Halvard")
 
@@ -26,6 +27,10 @@ class DBusControlServer : public QObject, public ControlServer {
   Q_INVOKABLE Q_SCRIPTABLE QVariantMap Status();
   Q_INVOKABLE Q_SCRIPTABLE bool Clean();
   Q_INVOKABLE Q_SCRIPTABLE void Show();
+  /// Texts by name.
+  Q_INVOKABLE Q_SCRIPTABLE QVariantMap Preferences();
+  /// A refusal is the error com.tessmar.Halvard.Refused with the reason.
+  Q_INVOKABLE Q_SCRIPTABLE void SetPreference(const QString& name, const QString& value);
 
  Q_SIGNALS:
   Q_SCRIPTABLE void PurgeProgress(double progress);

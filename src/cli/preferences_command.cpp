@@ -1,0 +1,67 @@
+#include "cli/preferences_command.h"
+
+#include <algorithm>
+
+#include "platform/ports/control_channel.h"
+#include "platform/ports/defaults_store.h"
+#include "preferences/preference_list.h"
+#include "preferences/preferences_model.h"
+
+namespace halvard {
+namespace {
+
+/// The model changes nothing but the store here.
+class NoSwitch : public StartAtLoginSwitch {
+ public:
+  void setIsEnabledForHelperApp(bool, const std::function<void()>&) override {}
+};
+
+using Values = QMap<QString, QString>;
+
+void list(const std::vector<NamedPreference>& preferences, const Values& values, const CommandOutput& output) {
+  for (const NamedPreference& preference : preferences) {
+    output.print(QStringLiteral("%1  %2  %3  %4")
+                     .arg(preference.name, -20)
+                     .arg(values.value(preference.name, QStringLiteral("?")), -8)
+                     .arg(QStringLiteral("(%1)").arg(preference.defaultValue), -10)
+                     .arg(preference.meaning));
+  }
+}
+
+int showOne(const std::vector<NamedPreference>& preferences, const Values& values, const QString& name,
+            const CommandOutput& output) {
+  const auto known = std::find_if(preferences.begin(), preferences.end(),
+                                  [&](const NamedPreference& preference) { return preference.name == name; });
+  if (known == preferences.end())
+    return output.fail(QStringLiteral("unknown preference '%1'; 'preferences' lists them").arg(name), kExitUsage);
+  output.print(values.value(name, QStringLiteral("?")));
+  return kExitSuccess;
+}
+
+int changeOne(const std::vector<NamedPreference>& preferences, const QStringList& words, DefaultsStore& store,
+              ControlClient& control, const CommandOutput& output) {
+  const bool isRunning = control.isProgramRunning();
+  const Result<void> changed =
+      isRunning ? control.setPreference(words[0], words[1]) : setNamedPreference(preferences, words[0], words[1]);
+  if (!changed) return output.fail(changed.error().message, kExitUsage);
+  if (isRunning || store.synchronize()) return kExitSuccess;
+  return output.fail(QStringLiteral("the settings could not be written"), kExitFailure);
+}
+
+}  // namespace
+
+int runPreferencesCommand(const QStringList& arguments, DefaultsStore& store, ControlClient& control,
+                          const CommandOutput& output) {
+  if (arguments.size() > 2) return output.fail(QStringLiteral("usage: preferences [NAME [VALUE]]"), kExitUsage);
+  NoSwitch startAtLogin;
+  PreferencesModel model(store, startAtLogin);
+  const std::vector<NamedPreference> preferences = preferenceList(model);
+  if (arguments.size() == 2) return changeOne(preferences, arguments, store, control, output);
+  const Result<Values> values = control.isProgramRunning() ? control.preferences() : preferenceValues(preferences);
+  if (!values) return output.fail(values.error().message, kExitFailure);
+  if (arguments.size() == 1) return showOne(preferences, values.value(), arguments[0], output);
+  list(preferences, values.value(), output);
+  return kExitSuccess;
+}
+
+}  // namespace halvard
