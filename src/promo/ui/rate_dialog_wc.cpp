@@ -54,7 +54,7 @@ class RateWindow : public DraggableWindow {
     QPainter painter(this);
     painter.fillRect(rect(), Qt::white);
     painter.setPen(ui_style::panelBorderColor());
-    painter.drawRect(rect().adjusted(0, 0, -1, -1));
+    painter.drawRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5));
   }
 };
 

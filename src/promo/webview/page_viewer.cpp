@@ -8,6 +8,8 @@
 
 #include <unistd.h>
 
+#include "platform/desktop/x11_window_hints.h"
+
 namespace halvard {
 namespace {
 
@@ -18,7 +20,8 @@ QString word(const char* text) {
 }  // namespace
 
 PageViewer::PageViewer(PageWindow::Look look)
-    : m_page(m_profile, m_guard),
+    : m_look(look),
+      m_page(m_profile, m_guard),
       m_view(new QWebEngineView),
       m_frame(look, m_view),
       m_input(STDIN_FILENO, QSocketNotifier::Read) {
@@ -75,6 +78,7 @@ void PageViewer::handle(const QJsonObject& command) {
 
 void PageViewer::showWhenReady() {
   if (!m_showing || !m_isLoaded || m_frame.isVisible()) return;
+  if (m_look == PageWindow::Look::Popup) X11WindowHints().hideFromWindowList(m_frame.winId());
   m_frame.present(m_showing->corner);
   tell({{word("event"), word("shown")}});
 }

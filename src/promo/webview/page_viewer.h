@@ -30,6 +30,7 @@ class PageViewer : public QObject {
   void showWhenReady();
   static void tell(const QJsonObject& event);
 
+  const PageWindow::Look m_look;
   // The page goes before its profile, and the view before the page.
   QWebEngineProfile m_profile;
   FolderGuard m_guard;
