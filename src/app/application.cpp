@@ -177,6 +177,7 @@ void Application::makePromotion() {
   connect(m_promotion.get(), &Promotion::mainWindowRequested, this,
           [this] { MainInterface::ShowMainWindowAndMakeActive(m_notifications); });
   connect(m_promotion.get(), &Promotion::diskUsageRequested, m_interface.get(), &MainInterface::showDiskUsage);
+  connect(&m_diskSection, &DiskSection::toolOffered, m_promotion.get(), &Promotion::toolOffered);
 }
 
 void Application::connectControlServer() {

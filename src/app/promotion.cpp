@@ -64,6 +64,10 @@ QPoint Promotion::newsPosition(const QRect& button, const QRect& screen, QSize n
   return {room < spare + news.width() ? right - news.width() - inset : right, button.y() + news.height()};
 }
 
+void Promotion::toolOffered(SiblingApp tool) {
+  if (const auto event = clickEvent(tool)) m_analytics.send(*event);
+}
+
 void Promotion::showRateDialogAutomaticallyIfNeeded() {
   m_rate.showWindowAutomaticallyIfNeeded();
   const Branding& branding = m_services.branding;

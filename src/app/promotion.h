@@ -48,7 +48,6 @@ class Promotion : public QObject {
   void start();
 
   PromoManager& manager() { return m_manager; }
-  ZPGoogleAnalytics& analytics() { return m_analytics; }
   RateDialgoWC& rateDialog() { return m_rate; }
   const PromotionServices& services() const { return m_services; }
 
@@ -61,6 +60,8 @@ class Promotion : public QObject {
   /// True while the news or the showcase are open. Their windows may belong to another process.
   bool hasPageOpen() const { return m_news.visible() || m_showcase.isOpen(); }
 
+  /// Counts a click on a tool that is not installed.
+  void toolOffered(halvard::SiblingApp tool);
   /// Opens the showcase.
   void showOptimizationTools() { m_showcase.pleaseShowWindow(); }
   /// Does nothing: the rate dialog has no entry of its own.

@@ -53,6 +53,9 @@ class TestPromotion : public QObject {
     QCOMPARE(mainWindow.size(), 1);
     QTRY_COMPARE(f.beacon.requests().size(), 1);
     QVERIFY(f.beacon.requests().constFirst().contains("&ec=Halvard&ea=Close%5Fuser&"));
+    promotion->toolOffered(SiblingApp::None);
+    promotion->toolOffered(SiblingApp::DiskAnalyzer);
+    QTRY_COMPARE(f.beacon.requests().size(), 2);
     promotion->showOptimizationTools();
     f.clock.advance(0ms);
     QVERIFY(f.record.isOpen);
