@@ -30,6 +30,7 @@ struct Switch : StartAtLoginSwitch {
 };
 
 struct Hints : WindowHints {
+  bool blendsWindows() const override { return true; }
   void hideFromWindowList(std::uint64_t) override {}
 };
 
