@@ -47,4 +47,27 @@ Linux #osversion#
 </translation>
     </message>
 </context>
+<context>
+    <name>SharingServices</name>
+    <message>
+        <source>Improve Mac performance with %1: </source>
+        <translation>Improve Linux performance with %1: </translation>
+    </message>
+    <message>
+        <source>Improve Mac performance by releasing inactive RAM with %1: </source>
+        <translation>Improve Linux performance by releasing inactive RAM with %1: </translation>
+    </message>
+    <message>
+        <source>Optimise RAM Usage on Mac</source>
+        <translation>Optimise RAM Usage on Linux</translation>
+    </message>
+    <message>
+        <source>Hello!
+
+If you also have RAM issues on your Mac, try to improve its performance with %1: </source>
+        <translation>Hello!
+
+If you also have RAM issues on your computer, try to improve its performance with %1: </translation>
+    </message>
+</context>
 </TS>
