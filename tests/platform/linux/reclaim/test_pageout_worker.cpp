@@ -104,11 +104,14 @@ class TestPageOutWorker : public QObject {
     const IdleProcess idle(128 * kMiB);
     const IdleProcess focused(64 * kMiB);
     const std::uint64_t focusedBefore = focused.residentBytes();
+    const std::uint64_t idleBefore = idle.residentBytes();
     PageOutCommand command = commandFor(idle);
     const auto first = worker.ask<PageOutAnswer>(command);
     QVERIFY(first && first->error == 0 && first->more == 1);
     QVERIFY2(first->bytes >= 8 * kMiB && first->bytes <= 12 * kMiB, qPrintable(QString::number(first->bytes)));
-    QVERIFY(idle.residentBytes() < 122 * kMiB && idle.residentBytes() > 112 * kMiB);
+    // What the answer says is what the process lost.
+    const std::uint64_t lost = idleBefore - idle.residentBytes();
+    QVERIFY2(lost + kMiB > first->bytes && lost < first->bytes + kMiB, qPrintable(QString::number(lost)));
     const std::int64_t rest = pageOutAll(worker, command);
     QVERIFY2(rest > static_cast<std::int64_t>(112 * kMiB), qPrintable(QString::number(rest)));
     QVERIFY(idle.residentBytes() < 4 * kMiB);
