@@ -25,7 +25,8 @@ struct MemoryBeside {
 VmStatistics64 toVmStatistics64(const MemoryInfo& info, const MemoryBeside& beside, std::uint32_t pageSize);
 
 /// Memory counters from /proc/meminfo, /proc/zoneinfo and the zram pools: one pread of each a reading. One thread an
-/// instance.
+/// instance. While the memory that no list shows stays within 1 MiB, /proc/zoneinfo is read every tenth time alone;
+/// the pools are read while there is swap.
 ///
 /// Pools are listed at the first reading, when SwapTotal differs from the reading before, and when a pool cannot be
 /// read: a device joins or leaves the swap areas in no other way. A pool missed for another reason (a file system on
@@ -48,7 +49,7 @@ class LinuxHostStatistics : public HostStatistics {
   KernelReturn readMemoryInfo(MemoryInfo& info);
   /// 0 when the pools cannot be read even after listing them anew.
   ByteCount poolBytes(const MemoryInfo& info);
-  ByteCount processorFreeBytes();
+  ByteCount processorFreeBytes(const MemoryInfo& info);
   std::uint32_t pageSizeOrDefault() const { return m_pageSize.value_or(4096); }
 
   std::string m_procRoot;
@@ -56,6 +57,9 @@ class LinuxHostStatistics : public HostStatistics {
   KeptFile m_meminfo;
   KeptFile m_zoneinfo;
   std::vector<char> m_zoneBuffer;
+  ByteCount m_processorFree = 0;
+  ByteCount m_listedAt = 0;  ///< the memory on no list when m_processorFree was read
+  int m_readingsToListing = 0;
   ZramPools m_pools;
   std::optional<std::uint32_t> m_pageSize;
   ByteCount m_physicalMemory = 0;
