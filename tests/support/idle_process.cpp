@@ -33,6 +33,8 @@ pid_t forkAs(pid_t wanted) {
 
 [[noreturn]] void live(std::size_t bytes, uid_t user, int ready) {
   ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+  // Under this program's own name it may be one that is spared.
+  ::prctl(PR_SET_NAME, "idle");
   // A copy of a channel would keep the worker at its other end alive.
   if (ready != 3) ::dup2(ready, 3);
   ::close_range(4, ~0U, 0);
