@@ -174,6 +174,13 @@ CrashIdentity crashIdentity() {
           QApplication::applicationVersion(), QApplication::applicationVersion()};
 }
 
+/// A relaunch starts a bundle from its own place: the folder that an AppImage is mounted on goes with this process.
+FallManagerSettings fallManagerSettings() {
+  FallManagerSettings settings = FallManagerSettings::standard(crashIdentity());
+  if (const auto bundle = ownBundle(RunningProgram::fromEnvironment())) settings.programPath = programOfBundle(*bundle);
+  return settings;
+}
+
 /// Debug builds alone: HALVARD_CRASH names a way to crash once the program is up.
 void crashWhenAsked([[maybe_unused]] Clock& clock, [[maybe_unused]] QObject& context) {
 #ifdef HALVARD_CRASH_ON_PURPOSE
@@ -186,7 +193,7 @@ void crashWhenAsked([[maybe_unused]] Clock& clock, [[maybe_unused]] QObject& con
 int run(const QStringList& arguments) {
   LinuxDesktop desktop(QDBusConnection::sessionBus());
   CacheManager crashCounts(desktop.defaultsStore);
-  TessmarFallManager fallManager(crashCounts, FallManagerSettings::standard(crashIdentity()));
+  TessmarFallManager fallManager(crashCounts, fallManagerSettings());
   fallManager.start();
   std::optional<DemoDesktop> demo;
   if (arguments.contains(QStringLiteral("--demo"))) {

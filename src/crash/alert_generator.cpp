@@ -25,7 +25,7 @@ void AlertGenerator::showAlertWith(const std::optional<CrashException>& exceptio
   }
   m_services.cache.setSendCrashReportsDisabled(shown.suppression && !answer->suppressionIsOn);
   if (answer->button == relaunch) m_services.relaunch();
-  if (answer->button == reportUs) m_services.email.generateEmailWith(exception, signal);
+  if (answer->button == reportUs && !m_services.email.generateEmailWith(exception, signal)) m_services.mailRefused();
   m_services.clock.callAfter(std::chrono::milliseconds(200), this, m_services.exit);
 }
 

@@ -27,10 +27,12 @@ struct AlertServices {
   EmailGenerator& email;
   CrashAlert& alert;
   Clock& clock;
-  /// After the crash is counted, before the alert.
+  /// After the crash is counted, before the alert and its texts are made.
   std::function<void()> counted;
   /// Starts the program again as a new instance.
   std::function<void()> relaunch;
+  /// No mail program took the report.
+  std::function<void()> mailRefused;
   /// Ends the crashed process with status 0. The last thing that happens.
   std::function<void()> exit;
 };

@@ -50,7 +50,7 @@ HALVARD_CRASHES void runIllegalInstruction() {
 }
 
 HALVARD_CRASHES int overflowStack(int depth) {
-  volatile char frame[4096];
+  volatile char frame[1024];  // less than the guard page of a thread
   frame[0] = static_cast<char>(depth);
   if (depth < 0) return 0;
   return overflowStack(depth + 1) + frame[0];
@@ -109,6 +109,7 @@ const std::vector<NamedKind>& namedKinds() {
       {QStringLiteral("division"), CrashKind::divisionByZero},
       {QStringLiteral("illegal"), CrashKind::illegalInstruction},
       {QStringLiteral("overflow"), CrashKind::stackOverflow},
+      {QStringLiteral("thread-overflow"), CrashKind::stackOverflowOnAnotherThread},
       {QStringLiteral("heap"), CrashKind::corruptedHeap},
       {QStringLiteral("exception"), CrashKind::exceptionOnMainThread},
       {QStringLiteral("thread-exception"), CrashKind::exceptionOnAnotherThread},
@@ -136,6 +137,8 @@ void crashOnPurpose(CrashKind kind) {
     case CrashKind::stackOverflow:
       overflowStack(0);
       return;
+    case CrashKind::stackOverflowOnAnotherThread:
+      return std::thread(overflowStack, 0).detach();
     case CrashKind::corruptedHeap:
       return corruptHeap();
     case CrashKind::exceptionOnMainThread:

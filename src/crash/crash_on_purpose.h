@@ -14,6 +14,7 @@ enum class CrashKind {
   divisionByZero,
   illegalInstruction,
   stackOverflow,
+  stackOverflowOnAnotherThread,
   /// Inside the allocator, while it holds its lock.
   corruptedHeap,
   exceptionOnMainThread,
@@ -27,8 +28,8 @@ enum class CrashKind {
 /// the crash happens on another thread or a little later. Call it on the main thread.
 void crashOnPurpose(CrashKind kind);
 
-/// The kinds by name: "null", "null-call", "abort", "division", "illegal", "overflow", "heap", "exception",
-/// "thread-exception", "pipe", "alarm", "two-threads".
+/// The kinds by name: "null", "null-call", "abort", "division", "illegal", "overflow", "thread-overflow", "heap",
+/// "exception", "thread-exception", "pipe", "alarm", "two-threads".
 std::optional<CrashKind> crashKindNamed(const QString& name);
 QStringList crashKindNames();
 

@@ -13,7 +13,7 @@ namespace halvard {
 
 FallManagerSettings FallManagerSettings::standard(CrashIdentity identity) {
   const QString program = QFile::decodeName(QByteArray::fromStdString(crash_handler::executablePath()));
-  return {std::move(identity), QFileInfo(program).path() + QStringLiteral("/halvard-crash-reporter"),
+  return {std::move(identity), QFileInfo(program).path() + QStringLiteral("/halvard-crash-reporter"), program,
           crashReportFolder()};
 }
 
@@ -32,7 +32,7 @@ void TessmarFallManager::setFallHandlers() {
   reports.prune(CrashReportFiles::kKeptReports - 1);  // the handler may add one and removes none
   crash_handler::Settings settings;
   settings.reporterPath = QFile::encodeName(m_settings.reporterPath).toStdString();
-  settings.programPath = crash_handler::executablePath();
+  settings.programPath = QFile::encodeName(m_settings.programPath).toStdString();
   settings.reportFolder = QFile::encodeName(m_settings.reportFolder).toStdString();
   settings.homeFolder = QFile::encodeName(QDir::homePath()).toStdString();
   settings.reportHead = reportHead().toStdString();

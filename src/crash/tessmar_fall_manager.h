@@ -20,12 +20,14 @@ struct FallManagerSettings {
   CrashIdentity identity;
   /// The reporter's executable.
   QString reporterPath;
+  /// What a relaunch starts.
+  QString programPath;
   /// Where reports go.
   QString reportFolder;
   /// How long the reporter may say nothing before the dying process gives up on it.
   std::chrono::milliseconds silenceLimit{20'000};
 
-  /// The reporter beside the program's own file, reports in the user's state folder.
+  /// The reporter beside the program's own file, which a relaunch starts; reports in the user's state folder.
   static FallManagerSettings standard(CrashIdentity identity);
 };
 

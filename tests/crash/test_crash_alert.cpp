@@ -40,165 +40,141 @@ void installMailProgram(const CrashingChild& child) {
 class TestCrashAlert : public QObject {
   Q_OBJECT
 
- private Q_SLOTS:
-  void initTestCase();
-  void init();
-  void cleanup();
-  void buttonsDoWhatTheySay_data();
-  void buttonsDoWhatTheySay();
-  void twoThreadsThatCrashGetOneAlert();
-  void alertMayStayLongerThanTheSilenceLimit();
-  void stoppedReporterIsGivenUp();
-  void reporterLeavesWithTheProcessItReports();
-  void grabOfTheCrashedProgramDoesNotLockTheAlert();
-
  private:
-  /// What xdotool prints.
-  QString xdotool(const QStringList& arguments) const;
-  /// The visible windows with the alert's title.
-  QStringList alerts() const;
-  void start(const QString& kind, const QString& silence = QStringLiteral("20000"));
-  /// Waits for the alert and gives it these keys.
-  void answer(const QStringList& keys);
-  std::int32_t reporter() const;
-  void endsInOrder();
-
   std::unique_ptr<VirtualDisplay> m_display;
   std::unique_ptr<CrashingChild> m_child;
-};
 
-void TestCrashAlert::initTestCase() {
-  m_display = std::make_unique<VirtualDisplay>();
-  if (!m_display->isRunning() || QStandardPaths::findExecutable(QStringLiteral("xdotool")).isEmpty())
-    QSKIP("Xvfb and xdotool are needed to see and answer the alert");
-}
-
-void TestCrashAlert::init() {
-  m_child = std::make_unique<CrashingChild>();
-  m_child->environment.insert(QStringLiteral("DISPLAY"), QString::fromLatin1(m_display->name()));
-  installMailProgram(*m_child);
-}
-
-void TestCrashAlert::cleanup() {
-  m_child.reset();
-}
-
-QString TestCrashAlert::xdotool(const QStringList& arguments) const {
-  QProcess tool;
-  QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-  environment.insert(QStringLiteral("DISPLAY"), QString::fromLatin1(m_display->name()));
-  tool.setProcessEnvironment(environment);
-  tool.start(QStringLiteral("xdotool"), arguments);
-  tool.waitForFinished(10'000);
-  return QString::fromUtf8(tool.readAllStandardOutput());
-}
-
-QStringList TestCrashAlert::alerts() const {
-  return xdotool({QStringLiteral("search"), QStringLiteral("--onlyvisible"), QStringLiteral("--name"),
-                  QStringLiteral("^Halvard$")})
-      .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-}
-
-void TestCrashAlert::start(const QString& kind, const QString& silence) {
-  m_child->start({kind, QStringLiteral(HALVARD_BIN_DIR "/halvard-crash-reporter"), silence});
-  QTRY_COMPARE_WITH_TIMEOUT(alerts().size(), 1, 20'000);
-}
-
-void TestCrashAlert::answer(const QStringList& keys) {
-  const QString window = alerts().value(0);
-  xdotool({QStringLiteral("windowfocus"), QStringLiteral("--sync"), window});
-  xdotool(QStringList{QStringLiteral("key")} + keys);
-}
-
-std::int32_t TestCrashAlert::reporter() const {
-  for (const std::int32_t process : m_child->processesLeft()) {
-    if (process != m_child->processId()) return process;
+  /// What xdotool prints.
+  QString xdotool(const QStringList& arguments) const {
+    QProcess tool;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("DISPLAY"), QString::fromLatin1(m_display->name()));
+    tool.setProcessEnvironment(environment);
+    tool.start(QStringLiteral("xdotool"), arguments);
+    tool.waitForFinished(10'000);
+    return QString::fromUtf8(tool.readAllStandardOutput());
   }
-  return 0;
-}
 
-void TestCrashAlert::endsInOrder() {
-  const CrashingChild::End end = m_child->waitForEnd();
-  QVERIFY2(end.exited, end.errorOutput);
-  QCOMPARE(end.code, 0);
-  QTRY_VERIFY(m_child->processesLeft().empty());
-  QCOMPARE(m_child->crashesCount(), 1);
-  QCOMPARE(m_child->reports().size(), 1);
-}
+  /// The visible windows with the alert's title.
+  QStringList alerts() const {
+    return xdotool({QStringLiteral("search"), QStringLiteral("--onlyvisible"), QStringLiteral("--name"),
+                    QStringLiteral("^Halvard$")})
+        .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+  }
 
-void TestCrashAlert::buttonsDoWhatTheySay_data() {
-  QTest::addColumn<QStringList>("keys");
-  QTest::addColumn<bool>("relaunches");
-  QTest::addColumn<bool>("mails");
-  const QString tab = QStringLiteral("Tab");
-  const QString space = QStringLiteral("space");
-  QTest::newRow("Relaunch") << QStringList{QStringLiteral("Return")} << true << false;
-  QTest::newRow("Report Us...") << QStringList{tab, space} << false << true;
-  QTest::newRow("Ignore") << QStringList{tab, tab, space} << false << false;
-  QTest::newRow("Escape") << QStringList{QStringLiteral("Escape")} << false << false;
-}
+  void start(const QString& kind, const QString& silence = QStringLiteral("20000")) {
+    m_child->start({kind, QStringLiteral(HALVARD_BIN_DIR "/halvard-crash-reporter"), silence});
+    QTRY_COMPARE_WITH_TIMEOUT(alerts().size(), 1, 20'000);
+  }
 
-void TestCrashAlert::buttonsDoWhatTheySay() {
-  QFETCH(QStringList, keys);
-  QFETCH(bool, relaunches);
-  QFETCH(bool, mails);
-  start(QStringLiteral("null"));
-  QVERIFY(m_child->isRunning());
-  QCOMPARE(m_child->crashesCount(), 1);
-  answer(keys);
-  endsInOrder();
-  const QString relaunched = m_child->reportFolder() + QStringLiteral("/relaunched");
-  if (relaunches) QTRY_VERIFY(QFile::exists(relaunched));
-  QCOMPARE(QFile::exists(relaunched), relaunches);
-  QFile mail(m_child->homePath() + QStringLiteral("/mail"));
-  if (mails) QTRY_VERIFY(mail.exists());
-  QCOMPARE(mail.open(QIODevice::ReadOnly), mails);
-  if (!mails) return;
-  const QByteArray address = mail.readAll();
-  QVERIFY2(address.startsWith("mailto:?SUBJECT=Halvard%20Crash%20Report&BODY="), address);
-  const QString body = QUrlQuery(QUrl::fromEncoded(address)).queryItemValue(QStringLiteral("BODY"), QUrl::FullyDecoded);
-  const QString report = m_child->reports().constFirst();
-  const bool whole = body.contains(report);
-  QVERIFY2(whole || body.contains(QStringLiteral("please attach it:\n~/state/halvard/crashes/crash-")),
-           qPrintable(body));
-  QVERIFY2(body.contains(QStringLiteral("dereferenceNull")), qPrintable(body));
-}
+  /// Waits for the alert and gives it these keys.
+  void answer(const QStringList& keys) {
+    const QString window = alerts().value(0);
+    xdotool({QStringLiteral("windowfocus"), QStringLiteral("--sync"), window});
+    xdotool(QStringList{QStringLiteral("key")} + keys);
+  }
 
-void TestCrashAlert::twoThreadsThatCrashGetOneAlert() {
-  start(QStringLiteral("two-threads"));
-  answer({QStringLiteral("Escape")});
-  endsInOrder();
-}
+  void endsInOrder() {
+    const CrashingChild::End end = m_child->waitForEnd();
+    QVERIFY2(end.exited, end.errorOutput);
+    QCOMPARE(end.code, 0);
+    QTRY_VERIFY(m_child->processesLeft().empty());
+    QCOMPARE(m_child->crashesCount(), 1);
+    QCOMPARE(m_child->reports().size(), 1);
+  }
 
-void TestCrashAlert::alertMayStayLongerThanTheSilenceLimit() {
-  start(QStringLiteral("abort"), QStringLiteral("2500"));
-  QElapsedTimer open;
-  open.start();
-  QTRY_VERIFY_WITH_TIMEOUT(open.hasExpired(4000), 10'000);
-  QVERIFY(m_child->isRunning());
-  QCOMPARE(alerts().size(), 1);
-  answer({QStringLiteral("Escape")});
-  endsInOrder();
-}
+ private Q_SLOTS:
+  void initTestCase() {
+    m_display = std::make_unique<VirtualDisplay>();
+    if (!m_display->isRunning() || QStandardPaths::findExecutable(QStringLiteral("xdotool")).isEmpty())
+      QSKIP("Xvfb and xdotool are needed to see and answer the alert");
+  }
 
-void TestCrashAlert::stoppedReporterIsGivenUp() {
-  start(QStringLiteral("exception"), QStringLiteral("2500"));
-  kill(reporter(), SIGSTOP);
-  endsInOrder();
-}
+  void init() {
+    m_child = std::make_unique<CrashingChild>();
+    m_child->environment.insert(QStringLiteral("DISPLAY"), QString::fromLatin1(m_display->name()));
+    installMailProgram(*m_child);
+  }
 
-void TestCrashAlert::reporterLeavesWithTheProcessItReports() {
-  start(QStringLiteral("null"));
-  kill(static_cast<pid_t>(m_child->processId()), SIGTERM);
-  QCOMPARE(m_child->waitForEnd().code, SIGTERM);
-  QTRY_VERIFY(m_child->processesLeft().empty());
-}
+  void cleanup() { m_child.reset(); }
 
-void TestCrashAlert::grabOfTheCrashedProgramDoesNotLockTheAlert() {
-  start(QStringLiteral("grab"));
-  answer({QStringLiteral("Escape")});
-  endsInOrder();
-}
+  void buttonsDoWhatTheySay_data() {
+    QTest::addColumn<QStringList>("keys");
+    QTest::addColumn<bool>("relaunches");
+    QTest::addColumn<bool>("mails");
+    const QString tab = QStringLiteral("Tab");
+    const QString space = QStringLiteral("space");
+    QTest::newRow("Relaunch") << QStringList{QStringLiteral("Return")} << true << false;
+    QTest::newRow("Report Us...") << QStringList{tab, space} << false << true;
+    QTest::newRow("Ignore") << QStringList{tab, tab, space} << false << false;
+    QTest::newRow("Escape") << QStringList{QStringLiteral("Escape")} << false << false;
+  }
+
+  void buttonsDoWhatTheySay() {
+    QFETCH(QStringList, keys);
+    QFETCH(bool, relaunches);
+    QFETCH(bool, mails);
+    start(QStringLiteral("null"));
+    QVERIFY(m_child->isRunning());
+    QCOMPARE(m_child->crashesCount(), 1);
+    answer(keys);
+    endsInOrder();
+    const QString relaunched = m_child->reportFolder() + QStringLiteral("/relaunched");
+    if (relaunches) QTRY_VERIFY(QFile::exists(relaunched));
+    QCOMPARE(QFile::exists(relaunched), relaunches);
+    QFile mail(m_child->homePath() + QStringLiteral("/mail"));
+    if (mails) QTRY_VERIFY(mail.exists());
+    QCOMPARE(mail.open(QIODevice::ReadOnly), mails);
+    if (!mails) return;
+    const QByteArray address = mail.readAll();
+    QVERIFY2(address.startsWith("mailto:?SUBJECT=Halvard%20Crash%20Report&BODY="), address);
+    const QString body =
+        QUrlQuery(QUrl::fromEncoded(address)).queryItemValue(QStringLiteral("BODY"), QUrl::FullyDecoded);
+    const QString report = m_child->reports().constFirst();
+    const bool whole = body.contains(report);
+    QVERIFY2(whole || body.contains(QStringLiteral("please attach it:\n~/state/halvard/crashes/crash-")),
+             qPrintable(body));
+    QVERIFY2(body.contains(QStringLiteral("dereferenceNull")), qPrintable(body));
+  }
+
+  void twoThreadsThatCrashGetOneAlert() {
+    start(QStringLiteral("two-threads"));
+    answer({QStringLiteral("Escape")});
+    endsInOrder();
+  }
+
+  void alertMayStayLongerThanTheSilenceLimit() {
+    start(QStringLiteral("abort"), QStringLiteral("2500"));
+    QElapsedTimer open;
+    open.start();
+    QTRY_VERIFY_WITH_TIMEOUT(open.hasExpired(4000), 10'000);
+    QVERIFY(m_child->isRunning());
+    QCOMPARE(alerts().size(), 1);
+    answer({QStringLiteral("Escape")});
+    endsInOrder();
+  }
+
+  void displayThatQtCannotOpenCostsOnlyTheAlert() {
+    m_child->environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("nonsense"));
+    const CrashingChild::End end = m_child->run({QStringLiteral("null")});
+    QCOMPARE(end.errorOutput.count("quit unexpectedly (signal 11); the report is in "), 1);
+    endsInOrder();
+    QVERIFY(m_child->reports().constFirst().contains(QStringLiteral("dereferenceNull")));
+  }
+
+  void reporterLeavesWithTheProcessItReports() {
+    start(QStringLiteral("null"));
+    kill(static_cast<pid_t>(m_child->processId()), SIGTERM);
+    QCOMPARE(m_child->waitForEnd().code, SIGTERM);
+    QTRY_VERIFY(m_child->processesLeft().empty());
+  }
+
+  void grabOfTheCrashedProgramDoesNotLockTheAlert() {
+    start(QStringLiteral("grab"));
+    answer({QStringLiteral("Escape")});
+    endsInOrder();
+  }
+};
 
 QTEST_GUILESS_MAIN(TestCrashAlert)
 #include "test_crash_alert.moc"

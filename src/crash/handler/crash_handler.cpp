@@ -9,10 +9,10 @@
 #include <exception>
 #include <typeinfo>
 
-#include <sys/mman.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include "crash/handler/alternate_stack.h"
 #include "crash/handler/crash_signals.h"
 #include "crash/handler/display_connections.h"
 #include "crash/handler/interrupted_thread.h"
@@ -155,15 +155,6 @@ void describeException(CrashMessage& message) {
   reportAndLeave(s_exception);
 }
 
-/// The lower end of a new stack, below which nothing is mapped; null when the system refuses it.
-std::byte* makeStack(std::size_t size) {
-  constexpr std::size_t guard = 64 * 1024;
-  void* const memory = mmap(nullptr, guard + size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_STACK, -1, 0);
-  if (memory == MAP_FAILED) return nullptr;
-  std::byte* const stack = static_cast<std::byte*>(memory) + guard;
-  return mprotect(stack, size, PROT_READ | PROT_WRITE) == 0 ? stack : nullptr;
-}
-
 bool prepare(const Settings& settings) {
   constexpr std::size_t childStackSize = 64 * 1024;
   std::byte* const childStack = makeStack(childStackSize);
@@ -190,15 +181,6 @@ bool prepare(const Settings& settings) {
              memory.addText(settings.reportHead), memory.addText(settings.homeFolder)};
   memory.seal();
   return true;
-}
-
-/// Without one of its own, the handler cannot run on a stack that has overflown.
-bool useAlternateStack() {
-  constexpr std::size_t size = 256 * 1024;
-  stack_t stack = {};
-  stack.ss_sp = makeStack(size);
-  stack.ss_size = size;
-  return stack.ss_sp && sigaltstack(&stack, nullptr) == 0;
 }
 
 /// The runtime's own handler only prints and aborts; called first, it would keep the exception from being reported.

@@ -26,9 +26,9 @@ struct Settings {
   std::chrono::milliseconds silenceLimit{20'000};
 };
 
-/// Installs the terminate handler and then the signal handlers, and gives the calling thread an alternate signal stack.
-/// Once a process, on the main thread, best before other threads exist. False when it was done before, or when the
-/// system refuses memory or a socket; then nothing is installed.
+/// Installs the terminate handler and then the signal handlers, and gives the calling thread an alternate signal stack,
+/// as every other thread has one. Once a process, on the main thread, best before other threads exist. False when it
+/// was done before, or when the system refuses memory or a socket; then nothing is installed.
 bool install(const Settings& settings);
 
 /// Whether the handlers log their steps on stderr; off at first. Any thread.

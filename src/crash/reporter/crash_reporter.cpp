@@ -75,8 +75,8 @@ CrashReporter::CrashReporter(DyingProcess& dying, const CrashMessage& message, Q
       m_store(defaultsFilePath(application_identity::kBundleIdentifier), application_identity::kBundleIdentifier),
       m_cache(m_store),
       m_email({m_cache, m_clock, m_backtraces, m_workspace}, surroundings()),
-      m_alert({m_cache, m_email, *this, m_clock, [this] { saveReport(); }, [this] { m_relaunches = true; },
-               [this] { letGo(); }},
+      m_alert({m_cache, m_email, *this, m_clock, [this] { secureReport(); }, [this] { m_relaunches = true; },
+               [this] { sayWhatHappened(); }, [this] { letGo(); }},
               application_identity::kDisplayName) {
   m_email.setCrash(m_exception, m_signal);
 }
@@ -92,12 +92,16 @@ CrashSurroundings CrashReporter::surroundings() const {
 }
 
 void CrashReporter::run() {
-  // First: the texts of the alert come from the catalogue, which needs the application.
-  if (hasDisplay()) openDisplay();
   m_alert.showAlertWith(m_exception, m_signal);
   if (m_application) QApplication::exec();
   // The other copy must be gone: the new one would find it and leave.
   if (m_relaunches) QProcess::startDetached(m_program, {});
+}
+
+void CrashReporter::secureReport() {
+  saveReport();
+  // Not before: a display that Qt cannot open ends this program. The texts of the alert, which follow, need it.
+  if (hasDisplay()) openDisplay();
 }
 
 void CrashReporter::saveReport() {

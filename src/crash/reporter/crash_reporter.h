@@ -24,6 +24,7 @@ class CrashReporter : private CrashAlert {
 
  private:
   CrashSurroundings surroundings() const;
+  void secureReport();
   void saveReport();
   std::optional<AlertAnswer> runModal(const Alert& content) override;
   void openDisplay();
