@@ -74,6 +74,14 @@ std::optional<QString> dataFolder() {
   return folder.isEmpty() ? std::nullopt : std::optional(folder);
 }
 
+/// A file that lasts as long as the session; empty where there is no place for one.
+QString sessionFile(const QString& name) {
+  const QString folder = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
+  return folder.isEmpty()
+             ? QString()
+             : folder + QLatin1Char('/') + application_identity::kBundleIdentifier + QLatin1Char('.') + name;
+}
+
 /// Every adapter of a real Linux desktop, in the order in which they need one another.
 struct LinuxDesktop {
   explicit LinuxDesktop(const QDBusConnection& bus)
@@ -82,11 +90,16 @@ struct LinuxDesktop {
         statusItem(
             notifierItem, [] { return std::make_unique<XEmbedStatusBarItem>(statusImage); }, clock),
         appearance(bus),
-        userNotifications(bus, {application_identity::kDisplayName, application_identity::kBundleIdentifier,
-                                application_identity::kBundleIdentifier}),
+        userNotifications(bus,
+                          {application_identity::kDisplayName, application_identity::kBundleIdentifier,
+                           application_identity::kBundleIdentifier},
+                          sessionFile(QStringLiteral("notifications"))),
         distributedNotifications(bus),
         controlServer(bus),
-        copies(bus, QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation)) {}
+        copies(bus, QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation)) {
+    QObject::connect(&controlServer, &DBusControlServer::notificationActionActivated, &userNotifications,
+                     &DBusUserNotificationCenter::activateAction);
+  }
 
   Platform platform() {
     return {

@@ -27,6 +27,7 @@ class TestUserNotificationCenter : public QObject {
   std::unique_ptr<PrivateBus> m_bus;
   std::unique_ptr<FakeNotificationDaemon> m_daemon;
   std::unique_ptr<QDBusConnection> m_connection;  // the center's
+  std::unique_ptr<QTemporaryDir> m_session;
   std::unique_ptr<DBusUserNotificationCenter> m_center;
   Activations m_activations;
 
@@ -38,20 +39,27 @@ class TestUserNotificationCenter : public QObject {
         service, QStringLiteral("/org/freedesktop/Notifications"), service, QStringLiteral("GetCapabilities"))));
   }
 
+  void makeCenter() {
+    m_center = std::make_unique<DBusUserNotificationCenter>(
+        *m_connection,
+        DBusUserNotificationCenter::Sender{QStringLiteral("Halvard"), QStringLiteral("icon"),
+                                           QStringLiteral("com.tessmar.Halvard")},
+        m_session->filePath(QStringLiteral("notifications")));
+    connect(m_center.get(), &UserNotificationCenter::activated, this,
+            [this](const QVariantMap& userInfo, bool byButton) {
+              m_activations.append({userInfo, byButton});
+            });
+  }
+
  private Q_SLOTS:
   void init() {
     m_bus = std::make_unique<PrivateBus>();
     QVERIFY(m_bus->isRunning());
     m_daemon = std::make_unique<FakeNotificationDaemon>(m_bus->connect());
     m_connection = std::make_unique<QDBusConnection>(m_bus->connect());
-    const DBusUserNotificationCenter::Sender sender{QStringLiteral("Halvard"), QStringLiteral("icon"),
-                                                    QStringLiteral("com.tessmar.Halvard")};
-    m_center = std::make_unique<DBusUserNotificationCenter>(*m_connection, sender);
+    m_session = std::make_unique<QTemporaryDir>();
     m_activations.clear();
-    connect(m_center.get(), &UserNotificationCenter::activated, this,
-            [this](const QVariantMap& userInfo, bool byButton) {
-              m_activations.append({userInfo, byButton});
-            });
+    makeCenter();
   }
   void cleanup() {
     m_center.reset();
@@ -110,6 +118,27 @@ class TestUserNotificationCenter : public QObject {
     Q_EMIT m_daemon->ActionInvoked(1, QStringLiteral("default"));
     settle(0);
     QVERIFY(m_activations.isEmpty());
+  }
+
+  void clicksOnNotificationsOfAnEarlierRunAreUnderstood() {
+    m_center->deliver(kCleaned);
+    m_center->deliver({QStringLiteral("other"), {}, {}, {}});
+    settle(2);
+    makeCenter();
+    Q_EMIT m_daemon->ActionInvoked(1, QStringLiteral("action"));
+    QTRY_COMPARE(m_activations, (Activations{{kCleaned.userInfo, true}}));
+    Q_EMIT m_daemon->NotificationClosed(2, 2);
+    settle(2);
+    // The desktop starts the program for a click and does not say which notification it was on.
+    m_center.reset();
+    for (const bool remembers : {true, false}) {
+      makeCenter();
+      m_activations.clear();
+      if (!remembers) QVERIFY(QFile::remove(m_session->filePath(QStringLiteral("notifications"))));
+      if (!remembers) makeCenter();
+      m_center->activateAction(QStringLiteral("default"));
+      QCOMPARE(m_activations, (Activations{{remembers ? kCleaned.userInfo : QVariantMap(), false}}));
+    }
   }
 
   void aDaemonThatHangsOrIsMissingHoldsNobodyUp() {

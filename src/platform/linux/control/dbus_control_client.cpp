@@ -42,6 +42,7 @@ QDBusMessage DBusControlClient::call(const QString& method, const QVariantList& 
   QDBusMessage message =
       QDBusMessage::createMethodCall(control_names::kService, control_names::kPath, control_names::kInterface, method);
   message.setArguments(arguments);
+  message.setAutoStartService(false);
   return m_bus.call(message, QDBus::Block, kTimeoutMilliseconds);
 }
 

@@ -3,10 +3,14 @@
 #include <QDBusConnectionInterface>
 
 #include "platform/linux/control/control_names.h"
+#include "platform/linux/control/freedesktop_application.h"
 
 namespace halvard {
 
-DBusControlServer::DBusControlServer(QDBusConnection bus) : m_bus(std::move(bus)) {}
+DBusControlServer::DBusControlServer(QDBusConnection bus) : m_bus(std::move(bus)) {
+  new FreedesktopApplication(
+      this, {[this] { Show(); }, [this](const QString& action) { Q_EMIT notificationActionActivated(action); }});
+}
 
 DBusControlServer::~DBusControlServer() {
   if (m_handler) m_bus.unregisterService(control_names::kService);
@@ -14,7 +18,8 @@ DBusControlServer::~DBusControlServer() {
 
 bool DBusControlServer::start(ControlHandler& handler) {
   if (!m_bus.isConnected()) return false;
-  constexpr auto exported = QDBusConnection::ExportScriptableInvokables | QDBusConnection::ExportScriptableSignals;
+  constexpr auto exported = QDBusConnection::ExportScriptableInvokables | QDBusConnection::ExportScriptableSignals |
+                            QDBusConnection::ExportAdaptors;
   // The object first: whoever sees the name may call at once.
   if (!m_bus.registerObject(control_names::kPath, this, exported)) return false;
   m_handler = &handler;

@@ -9,7 +9,7 @@
 
 namespace halvard {
 
-/// Answers the command line on the session bus, under the name "com.tessmar.Halvard".
+/// Answers the command line on the session bus, under the name "com.tessmar.Halvard", and the desktop under the same.
 class DBusControlServer : public QObject, protected QDBusContext, public ControlServer {
   Q_OBJECT
   Q_CLASSINFO("D-Bus Interface", "com.tessmar.Halvard")
@@ -35,6 +35,8 @@ class DBusControlServer : public QObject, protected QDBusContext, public Control
  Q_SIGNALS:
   Q_SCRIPTABLE void PurgeProgress(double progress);
   Q_SCRIPTABLE void PurgeFinished(const QVariantMap& record);
+  /// Not on the bus: the desktop passes on a click on a notification, with the action's name.
+  void notificationActionActivated(const QString& action);
 
  private:
   QDBusConnection m_bus;

@@ -29,8 +29,8 @@ QStringList actions(const UserNotification& notification) {
 }  // namespace
 
 DBusUserNotificationCenter::DBusUserNotificationCenter(const QDBusConnection& connection, Sender sender,
-                                                       QObject* parent)
-    : UserNotificationCenter(parent), m_connection(connection), m_sender(std::move(sender)) {
+                                                       const QString& memoryFile)
+    : m_connection(connection), m_sender(std::move(sender)), m_memory(memoryFile) {
   if (!m_connection.isConnected()) return;
   m_connection.connect(QString(), kPath, kService, QStringLiteral("ActionInvoked"), this,
                        SLOT(actionInvoked(uint, QString)));
@@ -38,7 +38,7 @@ DBusUserNotificationCenter::DBusUserNotificationCenter(const QDBusConnection& co
                        SLOT(notificationClosed(uint, uint)));
   // A daemon that starts anew counts its ids anew: the old ones would name notifications of other programs.
   auto* watcher = new QDBusServiceWatcher(kService, m_connection, QDBusServiceWatcher::WatchForUnregistration, this);
-  connect(watcher, &QDBusServiceWatcher::serviceUnregistered, this, [this] { m_userInfo.clear(); });
+  connect(watcher, &QDBusServiceWatcher::serviceUnregistered, this, [this] { m_memory.clear(); });
 }
 
 void DBusUserNotificationCenter::deliver(const UserNotification& notification) {
@@ -66,18 +66,22 @@ void DBusUserNotificationCenter::notify(const UserNotification& notification, co
           [this, userInfo = notification.userInfo](QDBusPendingCallWatcher* finished) {
             finished->deleteLater();
             const QDBusPendingReply<uint> reply = *finished;
-            if (!reply.isError()) m_userInfo.insert(reply.value(), userInfo);
+            if (!reply.isError()) m_memory.add(reply.reply().service(), reply.value(), userInfo);
           });
 }
 
+void DBusUserNotificationCenter::activateAction(const QString& action) {
+  Q_EMIT activated(m_memory.newest().value_or(QVariantMap()), action == kButtonAction);
+}
+
 void DBusUserNotificationCenter::actionInvoked(uint id, const QString& action) {
-  if (!m_userInfo.contains(id)) return;
-  const QVariantMap userInfo = m_userInfo.value(id);
-  if (action == kBodyAction || action == kButtonAction) Q_EMIT activated(userInfo, action == kButtonAction);
+  const std::optional<QVariantMap> userInfo = m_memory.find(message().service(), id);
+  if (!userInfo) return;
+  if (action == kBodyAction || action == kButtonAction) Q_EMIT activated(*userInfo, action == kButtonAction);
 }
 
 void DBusUserNotificationCenter::notificationClosed(uint id, uint) {
-  m_userInfo.remove(id);
+  m_memory.remove(message().service(), id);
 }
 
 }  // namespace halvard
