@@ -194,11 +194,12 @@ FallManagerSettings fallManagerSettings() {
   return settings;
 }
 
-/// Debug builds alone: HALVARD_CRASH names a way to crash once the program is up.
+/// Debug builds alone: HALVARD_CRASH names a way to crash as soon as the program runs. Not later: Qt ignores broken
+/// pipes from the first time it writes to a child or a server.
 void crashWhenAsked([[maybe_unused]] Clock& clock, [[maybe_unused]] QObject& context) {
 #ifdef HALVARD_CRASH_ON_PURPOSE
   if (const auto kind = crashKindNamed(qEnvironmentVariable("HALVARD_CRASH"))) {
-    clock.callAfter(std::chrono::seconds(1), &context, [kind] { crashOnPurpose(*kind); });
+    clock.callAfter(std::chrono::seconds(0), &context, [kind] { crashOnPurpose(*kind); });
   }
 #endif
 }
