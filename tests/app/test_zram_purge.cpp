@@ -8,6 +8,8 @@
 #include <cstdlib>
 #include <vector>
 
+#include "support/idle_process.h"
+#include "support/process_files.h"
 #include "support/zram_swap.h"
 
 using halvard::test::ZramSwap;
@@ -21,9 +23,7 @@ const QString kHold = QStringLiteral("--hold");
 /// Fills memory with something that compresses as text does, says so, and sleeps until its input ends.
 int holdMemory() {
   std::vector<unsigned> memory(kIdleBytes / sizeof(unsigned));
-  for (std::size_t index = 0; index < memory.size(); ++index) {
-    memory[index] = static_cast<unsigned>(index % 64 < 16 ? index * 2654435761U : index / 4096);
-  }
+  halvard::test::fillLikeText(memory.data(), memory.size());
   std::puts("ready");
   std::fflush(stdout);
   return std::getchar() == EOF ? static_cast<int>(memory.back() & 1U) : 0;
@@ -34,12 +34,8 @@ QByteArray readFile(const QString& path) {
   return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-/// A line "Name:   123 kB" of a process's status, in bytes.
-qint64 statusBytes(qint64 pid, const QByteArray& name) {
-  for (const QByteArray& line : readFile(QStringLiteral("/proc/%1/status").arg(pid)).split('\n')) {
-    if (line.startsWith(name + ':')) return line.simplified().split(' ').value(1).toLongLong() * 1024;
-  }
-  return 0;
+qint64 statusBytes(qint64 pid, const char* label) {
+  return static_cast<qint64>(halvard::test::processBytes(pid, label));
 }
 
 /// Bytes of RAM that the zram pool occupies.
@@ -69,7 +65,7 @@ class TestZramPurge : public QObject {
     QVERIFY(idle.waitForReadyRead(60000));
     // The guard refuses a machine that is short of breath, as it may be from the test before.
     QTRY_VERIFY_WITH_TIMEOUT(memoryStall() < 2, 60000);
-    const qint64 residentBefore = statusBytes(idle.processId(), "VmRSS");
+    const qint64 residentBefore = statusBytes(idle.processId(), "VmRSS:");
     const qint64 poolBefore = poolBytes();
 
     const QTemporaryDir home;
@@ -90,9 +86,9 @@ class TestZramPurge : public QObject {
     // The idle program has really been paged out, and used memory is lower by that less what compression costs. What
     // other programs took or gave meanwhile is theirs; where it is too much, the figure says nothing about the
     // cleaning.
-    const qint64 pagedOut = statusBytes(idle.processId(), "VmSwap");
+    const qint64 pagedOut = statusBytes(idle.processId(), "VmSwap:");
     QVERIFY2(pagedOut > static_cast<qint64>(kIdleBytes / 4), qPrintable(QString::number(pagedOut)));
-    const qint64 ownChange = statusBytes(idle.processId(), "VmRSS") - residentBefore + poolBytes() - poolBefore;
+    const qint64 ownChange = statusBytes(idle.processId(), "VmRSS:") - residentBefore + poolBytes() - poolBefore;
     const qint64 otherChange = record.value(QStringLiteral("usedAfter")).toInteger() -
                                record.value(QStringLiteral("usedBefore")).toInteger() - ownChange;
     if (std::abs(otherChange) > static_cast<qint64>(kIdleBytes / 8)) QSKIP("other programs changed too much meanwhile");

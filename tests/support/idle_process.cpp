@@ -7,19 +7,13 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <QByteArray>
-#include <QFile>
-#include <QString>
 #include <csignal>
 #include <utility>
 
+#include "support/process_files.h"
+
 namespace halvard::test {
 namespace {
-
-QByteArray processFile(pid_t pid, const char* name) {
-  QFile file(QStringLiteral("/proc/%1/%2").arg(pid).arg(QLatin1String(name)));
-  return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
 
 /// A fork with a certain pid, which needs root; any pid for 0.
 pid_t forkAs(pid_t wanted) {
@@ -84,9 +78,7 @@ std::uint64_t IdleProcess::startTime() const {
 }
 
 std::uint64_t IdleProcess::residentBytes() const {
-  const QByteArray status = processFile(m_pid, "status");
-  const qsizetype at = status.indexOf("RssAnon:");
-  return at < 0 ? 0 : status.mid(at + 8).split('k').constFirst().trimmed().toULongLong() * 1024;
+  return processBytes(m_pid, "RssAnon:");
 }
 
 }  // namespace halvard::test

@@ -1,24 +1,22 @@
+// What the counters must do when the memory of the whole machine changes in a known way.
 #include <fcntl.h>
 #include <sys/mman.h>
-#include <sys/swap.h>
 #include <sys/syscall.h>
 #include <sys/vfs.h>
 #include <unistd.h>
 
 #include <QDeadlineTimer>
 #include <QElapsedTimer>
-#include <QProcess>
 #include <QTemporaryFile>
 #include <QtTest>
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
 #include <cstring>
 #include <functional>
 #include <thread>
 
 #include "platform/linux/procfs/linux_host_statistics.h"
-#include "platform/linux/procfs/swap_devices.h"
+#include "support/process_files.h"
 #include "support/zram_swap.h"
 
 using namespace halvard;
@@ -34,35 +32,30 @@ constexpr double kTolerance = 12;
 /// until the rounds agree well enough, or until there is no hope of that.
 constexpr std::size_t kFewestRounds = 15;
 constexpr std::chrono::seconds kLongestExperiment{10};
-constexpr double kAgreement = kTolerance / 2;
-constexpr const char* kTooBusy = "the machine is too busy to measure 64 MiB on it";
 
-/// Differences between two readings, in MiB.
-struct Change {
+/// Readings in MiB, or differences of two.
+struct Figures {
   double used = 0;
   double wired = 0;
   double compressor = 0;
-  /// How far the median of `used` may be off.
-  double uncertainty = 0;
 
-  bool isNoise() const { return uncertainty > kAgreement; }
+  Figures operator-(const Figures& other) const {
+    return {used - other.used, wired - other.wired, compressor - other.compressor};
+  }
 };
 
-/// Anonymous memory whose every page is different and compresses well.
+/// Memory whose every page is different and compresses well.
 class Block {
  public:
-  explicit Block(int descriptor = -1) {
-    const int flags = descriptor < 0 ? MAP_PRIVATE | MAP_ANONYMOUS : MAP_SHARED;
-    void* const address = ::mmap(nullptr, kSize, PROT_READ | PROT_WRITE, flags, descriptor, 0);
-    m_bytes = address == MAP_FAILED ? nullptr : static_cast<char*>(address);
+  explicit Block(int file = -1) {
+    const int flags = file < 0 ? MAP_PRIVATE | MAP_ANONYMOUS : MAP_SHARED;
+    m_bytes = static_cast<char*>(::mmap(nullptr, kSize, PROT_READ | PROT_WRITE, flags, file, 0));
+    if (m_bytes == MAP_FAILED) qFatal("mmap");
   }
-  ~Block() {
-    if (m_bytes) ::munmap(m_bytes, kSize);
-  }
+  ~Block() { ::munmap(m_bytes, kSize); }
   Block(const Block&) = delete;
   Block& operator=(const Block&) = delete;
 
-  bool isValid() const { return m_bytes; }
   void touch() {
     for (std::size_t offset = 0; offset < kSize; offset += 4096)
       std::memcpy(m_bytes + offset, &offset, sizeof offset);
@@ -75,72 +68,52 @@ class Block {
   char* m_bytes;
 };
 
-class Meter {
- public:
-  /// Medians over all rounds; `prepare` runs before the first reading of a round, `act` between the two, `restore`
-  /// behind them. What the rest of the machine does meanwhile is taken off: each round is followed by doing nothing for
-  /// as long.
-  Change measure(const std::function<void()>& prepare, const std::function<void()>& act,
-                 const std::function<void()>& restore) {
-    std::vector<Change> changes;
-    std::vector<Change> others;
-    Change result;
-    const QDeadlineTimer deadline(kLongestExperiment);
-    do {
-      prepare();
-      QElapsedTimer timer;
-      changes.push_back(during([&] {
-        timer.start();
-        act();
-      }));
-      const std::chrono::nanoseconds duration(timer.nsecsElapsed());
-      restore();
-      others.push_back(during([&] { std::this_thread::sleep_for(duration); }));
-      result = difference(summary(changes), summary(others));
-    } while (changes.size() < kFewestRounds || (result.isNoise() && !deadline.hasExpired()));
-    return result;
-  }
+Figures read(LinuxHostStatistics& host) {
+  VmStatistics64 record;
+  std::uint32_t words = 0;
+  if (host.hostStatistics64(record, words) != HostStatistics::kSuccess) qFatal("no counters");
+  const double perPage = static_cast<double>(*host.pageSize()) / (1 << 20);
+  const PageCount app = record.internal_page_count - record.purgeable_count;
+  return {static_cast<double>(app + record.wire_count + record.compressor_page_count) * perPage,
+          static_cast<double>(record.wire_count) * perPage,
+          static_cast<double>(record.compressor_page_count) * perPage};
+}
 
- private:
-  Change during(const std::function<void()>& act) {
-    const Change before = now();
-    act();
-    return difference(now(), before);
-  }
+/// The value below which `part` of the rounds are.
+double quantile(std::vector<Figures> rounds, double Figures::*member, double part) {
+  std::ranges::sort(rounds, {}, member);
+  return rounds[static_cast<std::size_t>(static_cast<double>(rounds.size() - 1) * part)].*member;
+}
 
-  /// Uncertainties add up.
-  static Change difference(const Change& left, const Change& right) {
-    return {left.used - right.used, left.wired - right.wired, left.compressor - right.compressor,
-            left.uncertainty + right.uncertainty};
-  }
-
-  Change now() {
-    VmStatistics64 record;
-    std::uint32_t words = HostStatistics::kWords64;
-    if (m_host.hostStatistics64(record, words) != HostStatistics::kSuccess) qFatal("no counters");
-    const double perPage = static_cast<double>(*m_host.pageSize()) / (1 << 20);
-    const PageCount app = record.internal_page_count - record.purgeable_count;
-    return {static_cast<double>(app + record.wire_count + record.compressor_page_count) * perPage,
-            static_cast<double>(record.wire_count) * perPage,
-            static_cast<double>(record.compressor_page_count) * perPage};
-  }
-
-  /// The value below which `part` of the changes are.
-  static double quantile(std::vector<Change> changes, double Change::*member, double part) {
-    std::sort(changes.begin(), changes.end(),
-              [member](const Change& left, const Change& right) { return left.*member < right.*member; });
-    return changes[static_cast<std::size_t>(static_cast<double>(changes.size() - 1) * part)].*member;
-  }
-
-  static Change summary(const std::vector<Change>& changes) {
+/// The median of what `act` changes, between `prepare` and `restore`; nothing when the machine is too busy to tell.
+/// What the rest of it does meanwhile is taken off: each round is followed by doing nothing for as long.
+std::optional<Figures> measure(const std::function<void()>& prepare, const std::function<void()>& act,
+                               const std::function<void()>& restore) {
+  LinuxHostStatistics host;
+  std::vector<Figures> rounds;
+  const auto uncertainty = [&] {
     // The standard error of a median, twice, from the distance of the quartiles.
-    const double quartiles = quantile(changes, &Change::used, 0.75) - quantile(changes, &Change::used, 0.25);
-    return {quantile(changes, &Change::used, 0.5), quantile(changes, &Change::wired, 0.5),
-            quantile(changes, &Change::compressor, 0.5), 1.86 * quartiles / std::sqrt(double(changes.size()))};
-  }
-
-  LinuxHostStatistics m_host;
-};
+    const double quartiles = quantile(rounds, &Figures::used, 0.75) - quantile(rounds, &Figures::used, 0.25);
+    return 1.86 * quartiles / std::sqrt(static_cast<double>(rounds.size()));
+  };
+  const QDeadlineTimer deadline(kLongestExperiment);
+  do {
+    prepare();
+    QElapsedTimer timer;
+    const Figures before = read(host);
+    timer.start();
+    act();
+    const std::chrono::nanoseconds duration(timer.nsecsElapsed());
+    const Figures change = read(host) - before;
+    restore();
+    const Figures quiet = read(host);
+    std::this_thread::sleep_for(duration);
+    rounds.push_back(change - (read(host) - quiet));
+  } while (rounds.size() < kFewestRounds || (uncertainty() > kTolerance / 2 && !deadline.hasExpired()));
+  if (uncertainty() > kTolerance / 2) return std::nullopt;
+  return Figures{quantile(rounds, &Figures::used, 0.5), quantile(rounds, &Figures::wired, 0.5),
+                 quantile(rounds, &Figures::compressor, 0.5)};
+}
 
 bool isNear(double value, double expected) {
   if (std::abs(value - expected) <= kTolerance) return true;
@@ -148,81 +121,57 @@ bool isNear(double value, double expected) {
   return false;
 }
 
-QByteArray readText(const char* path) {
-  QFile file(QString::fromLatin1(path));
-  return file.open(QIODevice::ReadOnly) ? file.readAll().trimmed() : QByteArray();
-}
-
-double ownSwapMebibytes() {
-  const QByteArray text = readText("/proc/self/status");
-  const qsizetype at = text.indexOf("VmSwap:");
-  return at < 0 ? 0 : text.mid(at + 7).split('k').first().trimmed().toDouble() / 1024;
-}
+#define MEASURE(change, ...)                \
+  const auto change = measure(__VA_ARGS__); \
+  if (!change) QSKIP("the machine is too busy to measure 64 MiB on it")
 
 }  // namespace
 
-/// What the counters must do when the memory of the whole machine changes in a known way.
 class TestMemoryExperiments : public QObject {
   Q_OBJECT
 
+ private:
+  std::unique_ptr<Block> m_block;
+  // A new block each round: pages that are touched again return to their list only when the kernel looks for victims.
+  const std::function<void()> m_makeBlock = [this] { m_block = std::make_unique<Block>(); };
+  const std::function<void()> m_makeTouchedBlock = [this] {
+    m_makeBlock();
+    m_block->touch();
+  };
+  const std::function<void()> m_touch = [this] { m_block->touch(); };
+  const std::function<void()> m_giveBack = [this] { m_block.reset(); };
+
  private Q_SLOTS:
   void touchedAnonymousMemoryIsUsed() {
-    std::unique_ptr<Block> block;
-    const Change change =
-        Meter().measure([&] { block = std::make_unique<Block>(); }, [&] { block->touch(); }, [&] { block.reset(); });
-    if (change.isNoise()) QSKIP(kTooBusy);
-    QVERIFY(isNear(change.used, kMebibytes));
-    QVERIFY(isNear(change.wired, 0));
+    MEASURE(change, m_makeBlock, m_touch, m_giveBack);
+    QVERIFY(isNear(change->used, kMebibytes));
+    QVERIFY(isNear(change->wired, 0));
   }
 
   void lazilyFreeableMemoryIsNot() {
-    // A new block each round: pages that are touched again return to their list only when the kernel looks for victims.
-    std::unique_ptr<Block> block;
-    bool advised = true;
-    const Change change = Meter().measure(
-        [&] {
-          block = std::make_unique<Block>();
-          block->touch();
-        },
-        [&] { advised = block->advise(MADV_FREE) && advised; }, [&] { block.reset(); });
-    if (change.isNoise()) QSKIP(kTooBusy);
-    QVERIFY(advised);
-    QVERIFY(isNear(change.used, -kMebibytes));
-    QVERIFY(isNear(change.wired, 0));
+    MEASURE(
+        change, m_makeTouchedBlock, [&] { QVERIFY(m_block->advise(MADV_FREE)); }, m_giveBack);
+    QVERIFY(isNear(change->used, -kMebibytes));
+    QVERIFY(isNear(change->wired, 0));
   }
 
   void sharedMemoryIsUsed() {
-    int file = -1;
-    std::unique_ptr<Block> block;
-    const Change change = Meter().measure(
-        [&] {
-          file = ::memfd_create("halvard-test", MFD_CLOEXEC);
-          if (::ftruncate(file, kSize) != 0) qFatal("memfd");
-          block = std::make_unique<Block>(file);
-        },
-        [&] { block->touch(); },
-        [&] {
-          block.reset();
-          ::close(file);
-        });
-    if (change.isNoise()) QSKIP(kTooBusy);
-    QVERIFY(isNear(change.used, kMebibytes));
+    const auto makeShared = [this] {
+      const int file = ::memfd_create("halvard-test", MFD_CLOEXEC);
+      if (::ftruncate(file, kSize) != 0) qFatal("memfd");
+      m_block = std::make_unique<Block>(file);
+      ::close(file);
+    };
+    MEASURE(change, makeShared, m_touch, m_giveBack);
+    QVERIFY(isNear(change->used, kMebibytes));
   }
 
   void lockedMemoryIsWired() {
-    Block probe;
-    probe.touch();
-    if (!probe.lock()) QSKIP("locking 64 MiB needs CAP_IPC_LOCK or a larger RLIMIT_MEMLOCK");
-    std::unique_ptr<Block> block;
-    const Change change = Meter().measure(
-        [&] {
-          block = std::make_unique<Block>();
-          block->touch();
-        },
-        [&] { block->lock(); }, [&] { block.reset(); });
-    if (change.isNoise()) QSKIP(kTooBusy);
-    QVERIFY(isNear(change.wired, kMebibytes));
-    QVERIFY(isNear(change.used, 0));
+    if (!Block().lock()) QSKIP("locking 64 MiB needs CAP_IPC_LOCK or a larger RLIMIT_MEMLOCK");
+    MEASURE(
+        change, m_makeTouchedBlock, [&] { m_block->lock(); }, m_giveBack);
+    QVERIFY(isNear(change->wired, kMebibytes));
+    QVERIFY(isNear(change->used, 0));
   }
 
   void writtenFilesAreNotUsed() {
@@ -231,45 +180,34 @@ class TestMemoryExperiments : public QObject {
     if (::statfs(".", &fileSystem) != 0 || fileSystem.f_type == kTmpfs) QSKIP("the working folder is in memory itself");
     const QByteArray content(static_cast<qsizetype>(kSize), 'x');
     std::unique_ptr<QTemporaryFile> file;
-    qint64 written = 0;
-    const Change change = Meter().measure(
-        [&] {
-          file = std::make_unique<QTemporaryFile>(QStringLiteral("experiment"));
-          if (!file->open()) qFatal("no file in the working folder");
-        },
-        [&] {
-          written = file->write(content);
-          file->flush();
-        },
-        [&] { file.reset(); });
-    if (change.isNoise()) QSKIP(kTooBusy);
-    QCOMPARE(written, content.size());
-    QVERIFY(isNear(change.used, 0));
+    const auto create = [&] {
+      file = std::make_unique<QTemporaryFile>(QStringLiteral("experiment"));
+      if (!file->open()) qFatal("no file in the working folder");
+    };
+    const auto write = [&] {
+      QCOMPARE(file->write(content), content.size());
+      file->flush();
+    };
+    MEASURE(change, create, write, [&] { file.reset(); });
+    QVERIFY(isNear(change->used, 0));
   }
 
   void memoryPagedOutToZramIsUsedOnlyByItsPool() {
-    halvard::test::ZramSwap swap;
+    test::ZramSwap swap;
     if (const QString reason = swap.start(std::uint64_t{256} << 20); !reason.isEmpty()) QSKIP(qPrintable(reason));
-    std::unique_ptr<Block> block;
     double pagedOut = 0;
     int rounds = 0;
-    const Change change = Meter().measure(
-        [&] {
-          block = std::make_unique<Block>();
-          block->touch();
-        },
-        [&] { block->advise(MADV_PAGEOUT); },
-        [&] {
-          // The kernel passes over pages that another processor is about to put on a list.
-          pagedOut += ownSwapMebibytes();
-          ++rounds;
-          block.reset();
-        });
-    if (change.isNoise()) QSKIP(kTooBusy);
+    const auto countAndGiveBack = [&] {
+      // The kernel passes over pages that another processor is about to put on a list.
+      pagedOut += static_cast<double>(test::processBytes(::getpid(), "VmSwap:")) / (1 << 20);
+      ++rounds;
+      m_block.reset();
+    };
+    MEASURE(
+        change, m_makeTouchedBlock, [&] { m_block->advise(MADV_PAGEOUT); }, countAndGiveBack);
     QVERIFY(pagedOut / rounds > kMebibytes / 2);
-    QVERIFY2(change.compressor > 0.25 && change.compressor < kMebibytes / 4,
-             qPrintable(QString::number(change.compressor)));
-    QVERIFY(isNear(change.used, change.compressor - pagedOut / rounds));
+    QVERIFY(change->compressor > 0.25 && change->compressor < kMebibytes / 4);
+    QVERIFY(isNear(change->used, change->compressor - pagedOut / rounds));
   }
 };
 

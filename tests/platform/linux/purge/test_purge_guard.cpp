@@ -1,6 +1,5 @@
-#include <QDir>
-#include <QTemporaryDir>
 #include <QtTest>
+#include <functional>
 
 #include "platform/fake/fake_clock.h"
 #include "platform/linux/purge/purge_guard.h"
@@ -12,10 +11,12 @@ namespace {
 
 constexpr ByteCount kMiB = 1 << 20;
 constexpr ByteCount kStep = 10 * kMiB;
+/// What must be there for one step.
+constexpr ByteCount kNeeded = 512 * kMiB + kStep;
 
-/// A machine with plenty of room that stands still for nothing, `time` after its start.
-GuardReadings calm(std::chrono::milliseconds time = 0ms) {
-  return {8192 * kMiB, 4096 * kMiB, 2048 * kMiB, MemoryPressure{0, 1s}, std::chrono::steady_clock::time_point(time)};
+/// A machine with plenty of room that stands still for nothing.
+GuardReadings calm() {
+  return {8192 * kMiB, 4096 * kMiB, 2048 * kMiB, MemoryPressure{0, 1s}, {}, 2048 * kMiB, MemoryPressure{0, 1s}};
 }
 
 }  // namespace
@@ -25,73 +26,87 @@ class TestPurgeGuard : public QObject {
 
  private Q_SLOTS:
   void theReserveIsTheLargerOfHalfAGibibyteAndATwentieth() {
-    QCOMPARE(guardReserve(0), 512 * kMiB);
     QCOMPARE(guardReserve(10240 * kMiB), 512 * kMiB);
     QCOMPARE(guardReserve(10260 * kMiB), 513 * kMiB);
   }
 
-  void roomCountsTheStepAndHalfOfTheFreeSwap_data() {
-    QTest::addColumn<quint64>("available");
-    QTest::addColumn<quint64>("swapFree");
-    QTest::addColumn<bool>("pins");
-    const ByteCount needed = 512 * kMiB + kStep;
-    QTest::newRow("just above the reserve") << quint64(needed - 50 * kMiB + 1) << quint64(100 * kMiB) << true;
-    QTest::newRow("at the reserve") << quint64(needed - 50 * kMiB) << quint64(100 * kMiB) << false;
-    QTest::newRow("only swap") << quint64(0) << quint64(2 * needed + 2) << true;
-    QTest::newRow("only swap, too little") << quint64(0) << quint64(2 * needed) << false;
-    QTest::newRow("nothing") << quint64(0) << quint64(0) << false;
-    QTest::newRow("less than a step") << quint64(kStep / 2) << quint64(2) << false;
-    QTest::newRow("much memory, no swap") << quint64(8000 * kMiB) << quint64(0) << false;
-    QTest::newRow("much memory, a page of swap") << quint64(8000 * kMiB) << quint64(4096) << true;
-  }
-
   void roomCountsTheStepAndHalfOfTheFreeSwap() {
-    QFETCH(quint64, available);
-    QFETCH(quint64, swapFree);
-    GuardReadings now = calm();
-    now.available = available;
-    now.swapFree = swapFree;
-    const GuardVerdict verdict = judgeStep(now, std::nullopt, kStep);
-    QTEST(verdict == GuardVerdict::Go, "pins");
-    QVERIFY2(verdict != GuardVerdict::Wait, "room does not come back by waiting");
+    const struct {
+      ByteCount available, swapFree, swapTotal;
+      bool isEnough;
+    } cases[] = {{kNeeded - 50 * kMiB + 1, 100 * kMiB, 0, true},
+                 {kNeeded - 50 * kMiB, 100 * kMiB, 0, false},
+                 {0, 2 * kNeeded + 2, 0, true},
+                 {0, 2 * kNeeded, 0, false},
+                 {kStep / 2, 2, 0, false},
+                 {8000 * kMiB, 0, 0, false},
+                 {8000 * kMiB, 4096, 0, true},
+                 {8000 * kMiB, 201, 1000, true},
+                 {8000 * kMiB, 200, 1000, false}};
+    for (const auto& [available, swapFree, swapTotal, isEnough] : cases) {
+      GuardReadings now = calm();
+      now.available = available;
+      now.swapFree = swapFree;
+      now.swapTotal = swapTotal;
+      QVERIFY(judgeStep(now, std::nullopt, kStep) == (isEnough ? GuardVerdict::Go : GuardVerdict::Refuse));
+    }
   }
 
-  void aStallingMachineIsLeftAlone_data() {
-    QTest::addColumn<int>("average10");
-    QTest::addColumn<int>("stalledMicroseconds");
-    QTest::addColumn<int>("elapsedMilliseconds");
-    QTest::addColumn<int>("verdict");
-    const auto pin = static_cast<int>(GuardVerdict::Go);
-    const auto wait = static_cast<int>(GuardVerdict::Wait);
-    const auto refuse = static_cast<int>(GuardVerdict::Refuse);
-    QTest::newRow("calm") << 0 << 0 << 10 << pin;
-    QTest::newRow("average below two fifths") << 3999 << 0 << 10 << pin;
-    QTest::newRow("average of two fifths") << 4000 << 0 << 10 << refuse;
-    QTest::newRow("short stall, whole step") << 0 << 19999 << 20 << pin;
-    QTest::newRow("20 ms, whole step") << 0 << 20000 << 20 << wait;
-    QTest::newRow("20 ms, a quarter") << 0 << 20000 << 80 << wait;
-    QTest::newRow("20 ms, less than a quarter") << 0 << 20000 << 81 << pin;
-    QTest::newRow("both") << 4000 << 50000 << 50 << refuse;
-    QTest::newRow("counter went back") << 0 << -50000 << 50 << pin;
-  }
-
+  /// The fill looks at the line "full", the page-out at "some", with the same thresholds.
   void aStallingMachineIsLeftAlone() {
-    QFETCH(int, average10);
-    QFETCH(int, stalledMicroseconds);
-    QFETCH(int, elapsedMilliseconds);
-    const GuardReadings before = calm();
-    GuardReadings now = calm(std::chrono::milliseconds(elapsedMilliseconds));
-    now.pressure->average10 = static_cast<std::uint32_t>(average10);
-    now.pressure->total += std::chrono::microseconds(stalledMicroseconds);
-    QTEST(static_cast<int>(judgeStep(now, before, kStep)), "verdict");
+    const struct {
+      std::uint32_t average10;
+      std::chrono::microseconds stall;
+      std::chrono::milliseconds elapsed;
+      GuardVerdict verdict;
+    } cases[] = {{3999, 0us, 10ms, GuardVerdict::Go},  {4000, 0us, 10ms, GuardVerdict::Refuse},
+                 {0, 19999us, 20ms, GuardVerdict::Go}, {0, 20000us, 80ms, GuardVerdict::Wait},
+                 {0, 20000us, 81ms, GuardVerdict::Go}, {4000, 50000us, 50ms, GuardVerdict::Refuse},
+                 {0, -50000us, 50ms, GuardVerdict::Go}};
+    for (const auto& [average10, stall, elapsed, verdict] : cases) {
+      const GuardReadings before = calm();
+      GuardReadings fill = calm();
+      fill.time += elapsed;
+      GuardReadings pageOut = fill;
+      fill.pressure = MemoryPressure{average10, 1s + stall};
+      pageOut.somePressure = MemoryPressure{average10, 1s + stall};
+      QVERIFY(judgeStep(fill, before, kStep) == verdict);
+      QVERIFY(judgePageOut(pageOut, before) == verdict);
+      // What the other one looks at is nothing to it.
+      QVERIFY(judgeStep(pageOut, before, kStep) == GuardVerdict::Go && judgePageOut(fill, before) == GuardVerdict::Go);
+    }
+    // Before the first step the stall is another's.
+    GuardReadings now = calm();
+    for (const std::uint32_t average10 : {999U, 1000U}) {
+      now.pressure->average10 = now.somePressure->average10 = average10;
+      const GuardVerdict verdict = average10 < 1000 ? GuardVerdict::Go : GuardVerdict::Refuse;
+      QVERIFY(judgeStep(now, std::nullopt, kStep) == verdict && judgePageOut(now, std::nullopt) == verdict);
+    }
+    // A kernel that does not measure it.
+    now.pressure.reset();
+    now.somePressure.reset();
+    QVERIFY(judgeStep(now, calm(), kStep) == GuardVerdict::Go && judgePageOut(now, calm()) == GuardVerdict::Go);
   }
 
-  void beforeTheFirstStepTheStallIsAnothers() {
+  void pagingOutEndsWhereSwapIsFourFifthsFull() {
     GuardReadings now = calm();
-    now.pressure->average10 = 999;
-    QVERIFY(judgeStep(now, std::nullopt, kStep) == GuardVerdict::Go);
-    now.pressure->average10 = 1000;
-    QVERIFY(judgeStep(now, std::nullopt, kStep) == GuardVerdict::Refuse);
+    now.swapTotal = 1000;
+    for (const ByteCount free : {ByteCount{201}, ByteCount{200}, ByteCount{0}, ByteCount{1001}}) {
+      now.swapFree = free;
+      QVERIFY(judgePageOut(now, std::nullopt) == (free > 200 ? GuardVerdict::Go : GuardVerdict::Refuse));
+    }
+    now.swapTotal = 0;
+    QVERIFY(judgePageOut(now, std::nullopt) == GuardVerdict::Refuse);
+  }
+
+  void theFillRestsAsLongAsSomebodyWaited() {
+    const std::pair<std::chrono::microseconds, std::chrono::milliseconds> cases[] = {
+        {0us, 0ms}, {1us, 1ms}, {99'001us, 100ms}, {5s, 100ms}, {-1s, 0ms}};
+    for (const auto& [stall, rest] : cases) {
+      GuardReadings now = calm();
+      now.somePressure->total += stall;
+      QCOMPARE(restAfterStep(now, calm()), rest);
+    }
   }
 
   void hugePagesAreForTimesOfPlenty() {
@@ -102,27 +117,14 @@ class TestPurgeGuard : public QObject {
     QVERIFY(mayUseHugePages(now));
   }
 
-  void withoutPressureFiguresOnlyRoomCounts() {
-    const GuardReadings before = calm();
-    GuardReadings now = calm(1ms);
-    now.pressure->total += 1h;
-    QVERIFY(judgeStep(now, std::nullopt, kStep) == GuardVerdict::Go);
-    now.pressure.reset();
-    QVERIFY(judgeStep(now, before, kStep) == GuardVerdict::Go);
-    now.available = 0;
-    now.swapFree = 0;
-    QVERIFY(judgeStep(now, before, kStep) == GuardVerdict::Refuse);
-  }
-
   void readingsComeFromTheKernelsFiles() {
     FakeClock clock;
     QVERIFY(!ProcfsGuardReadings(clock, "/nowhere").read());
     ProcfsGuardReadings source(clock);
     clock.advance(5s);
     const auto readings = source.read();
-    QVERIFY(readings);
-    QVERIFY(readings->physical > readings->available && readings->available > 0);
-    QCOMPARE(readings->pressure.has_value(), QFile::exists(QStringLiteral("/proc/pressure/memory")));
+    QVERIFY(readings && readings->physical > readings->available && readings->available > 0);
+    QCOMPARE(readings->somePressure.has_value(), QFile::exists(QStringLiteral("/proc/pressure/memory")));
     QVERIFY(readings->time == clock.monotonicNow());
   }
 };

@@ -15,6 +15,9 @@
 #include "platform/linux/purge/worker_process.h"
 #include "platform/linux/purge/worker_purgeable_memory.h"
 #include "support/bare_worker.h"
+#include "support/garbage.h"
+#include "support/idle_process.h"
+#include "support/process_files.h"
 
 using namespace halvard;
 using namespace std::chrono_literals;
@@ -27,28 +30,29 @@ namespace {
 constexpr ByteCount kMiB = 1 << 20;
 constexpr const char* kWorker = HALVARD_BIN_DIR "/halvard-purge-worker";
 
-QByteArray processFile(int process, const char* name) {
-  QFile file(QStringLiteral("/proc/%1/%2").arg(process).arg(QLatin1String(name)));
-  return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+bool writeFile(const QString& path, const QByteArray& text) {
+  QFile file(path);
+  return file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && file.write(text) == text.size();
 }
 
-/// The figure behind `label` in a file of `process`, in MiB; -1 when it is not there.
-double figure(int process, const char* file, const QByteArray& label) {
-  const QByteArray text = processFile(process, file);
-  const qsizetype at = text.indexOf('\n' + label);
-  if (at < 0) return -1;
-  return text.mid(at + 1 + label.size()).split('k').first().trimmed().toDouble() / 1024;
+double mebibytes(int process, const char* label, const char* file) {
+  return static_cast<double>(test::processBytes(process, label, file)) / static_cast<double>(kMiB);
 }
 
 double residentMebibytes(int process) {
-  return figure(process, "status", "VmRSS:");
+  return mebibytes(process, "VmRSS:", "status");
+}
+
+QStringList openDescriptors(int process) {
+  return QDir(QStringLiteral("/proc/%1/fd").arg(process))
+      .entryList(QDir::NoDotAndDotDot | QDir::System | QDir::AllEntries);
 }
 
 /// The processes whose parent this one is, dead ones that nobody has waited for included.
 std::vector<int> childProcesses() {
   std::vector<int> found;
   for (const QString& name : QDir(QStringLiteral("/proc")).entryList(QDir::Dirs)) {
-    const QByteArray stat = processFile(name.toInt(), "stat");
+    const QByteArray stat = test::processFile(name.toInt(), "stat");
     const QList<QByteArray> fields = stat.mid(stat.lastIndexOf(')') + 2).split(' ');
     if (name.toInt() > 0 && fields.size() > 1 && fields[1].toInt() == ::getpid()) found.push_back(name.toInt());
   }
@@ -91,6 +95,26 @@ int holdUntilKilled() {
     ::pause();
 }
 
+/// Started with "--overfill": purges in a control group that is four fifths full, by a guard that sees no end of
+/// memory. The purges whose worker was lost; -1 when anybody else was.
+int overfill(const char* group, int purges) {
+  if (!writeFile(QString::fromLocal8Bit(group) + QStringLiteral("/cgroup.procs"), "0")) return -1;
+  const test::IdleProcess neighbour(200 * kMiB);
+  SystemClock clock;
+  ScriptedReadings blind;
+  int lost = 0;
+  for (int purge = 0; purge < purges; ++purge) {
+    auto session = WorkerPurgeableMemory(blind, clock, kWorker).openSession();
+    std::vector<std::unique_ptr<PurgeableData>> buffers;
+    for (int step = 0; step < 50 && session->isAlive(); ++step) {
+      buffers.push_back(session->makeData(10 * kMiB));
+      buffers.back()->beginContentAccess();
+    }
+    lost += session->isAlive() ? 0 : 1;
+  }
+  return neighbour.residentBytes() >= 200 * kMiB ? lost : -1;
+}
+
 }  // namespace
 
 class TestPurgeWorker : public QObject {
@@ -119,9 +143,9 @@ class TestPurgeWorker : public QObject {
     data->beginContentAccess();
     data->overwriteWithZeros();
     QVERIFY(residentMebibytes(worker) >= 64);
-    QCOMPARE(figure(worker, "smaps_rollup", "LazyFree:"), 0.0);
+    QCOMPARE(mebibytes(worker, "LazyFree:", "smaps_rollup"), 0.0);
     data->endContentAccess();
-    QCOMPARE(figure(worker, "smaps_rollup", "LazyFree:"), 64.0);
+    QCOMPARE(mebibytes(worker, "LazyFree:", "smaps_rollup"), 64.0);
     data->discardContentIfPossible();
     QVERIFY(residentMebibytes(worker) < idle + 2);
     QVERIFY(session->isAlive());
@@ -133,44 +157,33 @@ class TestPurgeWorker : public QObject {
     auto started = WorkerProcess::start(kWorker, 30s);
     QVERIFY(started);
     const int worker = started.value()->processId();
-    QCOMPARE(processFile(worker, "oom_score_adj").trimmed(), QByteArray("1000"));
-    QCOMPARE(processFile(worker, "environ"), QByteArray());
-    QStringList descriptors = QDir(QStringLiteral("/proc/%1/fd").arg(worker))
-                                  .entryList(QDir::NoDotAndDotDot | QDir::System | QDir::AllEntries);
-    QCOMPARE(descriptors, (QStringList{QStringLiteral("0"), QStringLiteral("1"), QStringLiteral("2")}));
-    const QByteArray stat = processFile(worker, "stat");
+    QCOMPARE(test::processFile(worker, "oom_score_adj").trimmed(), QByteArray("1000"));
+    QCOMPARE(test::processFile(worker, "environ"), QByteArray());
+    QCOMPARE(openDescriptors(worker).join(QLatin1Char(' ')), QStringLiteral("0 1 2"));
+    const QByteArray stat = test::processFile(worker, "stat");
     QCOMPARE(stat.mid(stat.lastIndexOf(')') + 2).split(' ').at(16), QByteArray("19"));
-    QVERIFY(processFile(worker, "status").contains("SigBlk:\t0000000000000000"));
-  }
-
-  void aRefusedBufferHasNoPages_data() {
-    QTest::addColumn<int>("reason");
-    QTest::newRow("no swap") << 0;
-    QTest::newRow("no room") << 1;
-    QTest::newRow("stalled machine") << 2;
-    QTest::newRow("no readings") << 3;
-    QTest::newRow("larger than the worker takes") << 4;
+    QVERIFY(test::processFile(worker, "status").contains("SigBlk:\t0000000000000000"));
   }
 
   void aRefusedBufferHasNoPages() {
-    QFETCH(int, reason);
-    if (reason == 0) m_readings.readings->swapFree = 0;
-    if (reason == 1) m_readings.readings->available = 0;
-    if (reason == 1) m_readings.readings->swapFree = 1000 * kMiB;
-    if (reason == 2) m_readings.readings->pressure->average10 = 10000;
-    if (reason == 3) m_readings.readings.reset();
     auto purgeable = memory();
     auto session = purgeable.openSession();
     const int worker = childProcesses().at(0);
     const double idle = residentMebibytes(worker);
-    auto data = session->makeData(reason == 4 ? 2048 * kMiB : 64 * kMiB);
-    data->beginContentAccess();
-    data->overwriteWithZeros();
-    QCOMPARE(m_readings.calls, 1);
-    QVERIFY(residentMebibytes(worker) < idle + 1);
-    data->endContentAccess();
-    data->discardContentIfPossible();
-    QVERIFY(session->isAlive());
+    for (int reason = 0; reason < 3; ++reason) {
+      m_readings = ScriptedReadings();
+      if (reason == 0) m_readings.readings->available = m_readings.readings->swapFree = 0;
+      if (reason == 1) m_readings.readings.reset();
+      // The last is more than the worker takes.
+      auto data = session->makeData(reason == 2 ? 2048 * kMiB : 64 * kMiB);
+      data->beginContentAccess();
+      data->overwriteWithZeros();
+      QCOMPARE(m_readings.calls, 1);
+      QVERIFY(residentMebibytes(worker) < idle + 1);
+      data->endContentAccess();
+      data->discardContentIfPossible();
+      QVERIFY(session->isAlive());
+    }
   }
 
   void theFillWaitsForAMachineShortOfBreathButNotForEver() {
@@ -178,11 +191,7 @@ class TestPurgeWorker : public QObject {
     WorkerPurgeableMemory purgeable(m_readings, clock, kWorker, {30s, 400ms, 1s});
     auto session = purgeable.openSession();
     const int worker = childProcesses().at(0);
-    const auto begin = [&] {
-      auto data = session->makeData(4 * kMiB);
-      data->beginContentAccess();
-      return data;
-    };
+    const auto begin = [&] { session->makeData(4 * kMiB)->beginContentAccess(); };
     begin();
     const double filled = residentMebibytes(worker);
     m_readings.stallPerReading = 100ms;
@@ -208,18 +217,33 @@ class TestPurgeWorker : public QObject {
     auto data = session->makeData(16 * kMiB);
     auto next = session->makeData(16 * kMiB);
     data->beginContentAccess();
-    const int worker = childProcesses().at(0);
-    QVERIFY(session->isAlive());
-    ::kill(worker, SIGKILL);
+    ::kill(childProcesses().at(0), SIGKILL);
     QTRY_VERIFY(!session->isAlive());
     next->beginContentAccess();
     QVERIFY2(childProcesses().empty(), "reaped as soon as it is missed");
     data->endContentAccess();
-    data->discardContentIfPossible();
     session->makeData(kMiB)->beginContentAccess();
-    QVERIFY(!session->isAlive());
     session.reset();
     data->discardContentIfPossible();
+  }
+
+  void whereMemoryRunsOutTheKernelTakesTheWorkerAlone() {
+    constexpr int kPurges = 20;
+    const QString group = QStringLiteral("/sys/fs/cgroup/memory/halvard-test-%1").arg(::getpid());
+    const auto removed = qScopeGuard([&group] { QDir().rmdir(group); });
+    // Without swap: the limit with it is the same.
+    if (!QDir().mkpath(group) || !writeFile(group + QStringLiteral("/memory.limit_in_bytes"), "256M") ||
+        !writeFile(group + QStringLiteral("/memory.memsw.limit_in_bytes"), "256M"))
+      QSKIP("needs root, and control groups of version 1 that count swap");
+    QProcess purging;
+    QElapsedTimer timer;
+    timer.start();
+    purging.start(QCoreApplication::applicationFilePath(),
+                  {QStringLiteral("--overfill"), group, QString::number(kPurges)});
+    QVERIFY(purging.waitForFinished(60'000));
+    QVERIFY2(purging.exitStatus() == QProcess::NormalExit, "the program that purges was killed");
+    QCOMPARE(purging.exitCode(), kPurges);
+    QVERIFY2(timer.elapsed() < 1000 * kPurges, "a purge takes less than a second");
   }
 
   void aWorkerThatStopsAnsweringIsKilled() {
@@ -241,23 +265,8 @@ class TestPurgeWorker : public QObject {
       QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("^purge worker: ")));
       auto session = WorkerPurgeableMemory(m_readings, m_clock, path).openSession();
       QVERIFY(!session->isAlive());
-      auto data = session->makeData(kMiB);
-      data->beginContentAccess();
-      data->endContentAccess();
-      data->discardContentIfPossible();
+      session->makeData(kMiB)->beginContentAccess();
     }
-    QVERIFY(defaultWorkerPath().ends_with("/tests/halvard-purge-worker"));
-  }
-
-  void theWorkerEndsWithItsChannel() {
-    BareWorker worker;
-    QCOMPARE(worker.receive()->error, 0);
-    Command command;
-    command.operation = Operation::Pin;
-    command.serial = 1;
-    command.size = 4 * kMiB;
-    QCOMPARE(worker.ask(command), 0);
-    QCOMPARE(worker.finish(), int(purge_worker::kChannelClosed));
   }
 
   void theWorkerEndsWithItsParent() {
@@ -273,12 +282,10 @@ class TestPurgeWorker : public QObject {
     int status = 0;
     QCOMPARE(::waitpid(worker, &status, 0), worker);
     ::prctl(PR_SET_CHILD_SUBREAPER, 0);
-  }
-
-  void aWorkerWhoseParentIsGoneAlreadyDoesNotStart() {
-    BareWorker worker(1);
-    QVERIFY(!worker.receive());
-    QCOMPARE(worker.finish(), int(purge_worker::kChannelClosed));
+    // One whose parent is gone already does not start.
+    BareWorker late(1);
+    QVERIFY(!late.receive());
+    QCOMPARE(late.finish(), int(purge_worker::kChannelClosed));
   }
 
   void startedByHandItExplainsItself() {
@@ -289,33 +296,25 @@ class TestPurgeWorker : public QObject {
     QVERIFY(byHand.readAllStandardError().contains("started by halvard"));
   }
 
-  void commandsAreChecked_data() {
-    QTest::addColumn<quint32>("operation");
-    QTest::addColumn<quint32>("buffer");
-    QTest::addColumn<quint64>("size");
-    QTest::addColumn<int>("error");
-    const auto row = [](const char* name, quint32 operation, quint32 buffer, quint64 size, int error) {
-      QTest::newRow(name) << operation << buffer << size << error;
-    };
-    row("volatile from birth", 3, 1, 4096, 0);
-    row("discard of nothing", 4, 1, 4096, 0);
-    row("last buffer", 1, purge_worker::kMaxBuffers - 1, 1, 0);
-    row("beyond it", 1, purge_worker::kMaxBuffers, 1, EINVAL);
-    row("largest size", 3, 1, purge_worker::kMaxBufferSize, 0);
-    row("beyond it", 3, 1, purge_worker::kMaxBufferSize + 1, EINVAL);
-    row("no size", 1, 1, 0, EINVAL);
-    row("unknown operation", 5, 1, 4096, EINVAL);
-    row("no operation", 0, 1, 4096, EINVAL);
-    row("another size than before, pinned", 1, 0, 8192, EINVAL);
-    row("another size than before, discarded", 4, 0, 8192, EINVAL);
-    row("the same size", 1, 0, 4096, 0);
-    row("the same size, huge", 2, 0, 4096, 0);
-  }
-
   void commandsAreChecked() {
-    QFETCH(quint32, operation);
-    QFETCH(quint32, buffer);
-    QFETCH(quint64, size);
+    const struct {
+      quint32 operation, buffer;
+      quint64 size;
+      int error;
+    } cases[] = {
+        {3, 1, 4096, 0},  // volatile from birth
+        {4, 1, 4096, 0},  // discard of nothing
+        {1, purge_worker::kMaxBuffers - 1, 1, 0},
+        {1, purge_worker::kMaxBuffers, 1, EINVAL},
+        {3, 2, purge_worker::kMaxBufferSize, 0},
+        {3, 3, purge_worker::kMaxBufferSize + 1, EINVAL},
+        {1, 3, 0, EINVAL},
+        {5, 3, 4096, EINVAL},
+        {0, 3, 4096, EINVAL},
+        {1, 0, 8192, EINVAL},  // another size than before
+        {4, 0, 8192, EINVAL},
+        {2, 0, 4096, 0},
+    };
     BareWorker worker;
     QVERIFY(worker.receive());
     Command command;
@@ -323,34 +322,29 @@ class TestPurgeWorker : public QObject {
     command.operation = Operation::Pin;
     command.size = 4096;
     QCOMPARE(worker.ask(command), 0);
-    command = {purge_worker::kMagic, static_cast<Operation>(operation), buffer, 0, 2, size};
-    QTEST(worker.ask(command), "error");
+    for (const auto& [operation, buffer, size, error] : cases)
+      QCOMPARE(worker.ask({purge_worker::kMagic, static_cast<Operation>(operation), buffer, 0, 2, size}), error);
   }
 
   void garbageOnTheChannelIsAnsweredWithAnError() {
     std::mt19937_64 random(20240115);
     BareWorker worker;
     QVERIFY(worker.receive());
-    constexpr quint64 kSizes[] = {0, 1, 4096, 65536, purge_worker::kMaxBufferSize + 1, ~quint64(0)};
-    constexpr quint32 kBuffers[] = {0, 1, 2, purge_worker::kMaxBuffers - 1, purge_worker::kMaxBuffers, ~quint32(0)};
+    const std::array<quint64, 6> sizes{0, 1, 4096, 65536, purge_worker::kMaxBufferSize + 1, ~quint64(0)};
+    const std::array<quint32, 5> buffers{0, 1, purge_worker::kMaxBuffers - 1, purge_worker::kMaxBuffers, ~quint32(0)};
+    const std::array<quint32, 4> unused{0, 0, 0, 1};
     for (int round = 0; round < 20000; ++round) {
-      std::array<unsigned char, 100> packet;
-      for (unsigned char& byte : packet)
-        byte = static_cast<unsigned char>(random());
-      // Half are of any size, the rest come ever closer to a command.
-      std::size_t length = 1 + random() % packet.size();
-      Command command{purge_worker::kMagic,   static_cast<Operation>(random() % 7),
-                      kBuffers[random() % 6], 0,
-                      random() % 8,           kSizes[random() % 6]};
-      if (random() % 2 == 0) {
-        length = sizeof command;
-        if (random() % 4 == 0) command.unused = static_cast<quint32>(random());
-        std::memcpy(packet.data(), &command, random() % 3 == 0 ? random() % sizeof command : sizeof command);
-      }
-      QVERIFY(worker.send(packet.data(), length));
+      const Command close{purge_worker::kMagic,
+                          static_cast<Operation>(random() % 7),
+                          test::oneOf(buffers, random),
+                          test::oneOf(unused, random),
+                          random() % 8,
+                          test::oneOf(sizes, random)};
+      const auto packet = test::garbageLike(close, random);
+      QVERIFY(worker.send(packet.data(), packet.size()));
       const std::optional<Answer> answer = worker.receive();
       QVERIFY(answer);
-      if (length != sizeof command) QCOMPARE(answer->error, EBADMSG);
+      if (packet.size() != sizeof close) QCOMPARE(answer->error, EBADMSG);
       if (answer->error == EBADMSG) QCOMPARE(answer->serial, 0u);
     }
     Command command;
@@ -366,7 +360,6 @@ class TestPurgeWorker : public QObject {
   void descriptorsSentAlongAreDropped() {
     BareWorker worker;
     QVERIFY(worker.receive());
-    FileDescriptor file(::dup(1));
     Command command;
     command.serial = 1;
     command.size = 1;
@@ -378,22 +371,18 @@ class TestPurgeWorker : public QObject {
     message.msg_control = control;
     message.msg_controllen = sizeof control;
     cmsghdr* const header = CMSG_FIRSTHDR(&message);
-    header->cmsg_level = SOL_SOCKET;
-    header->cmsg_type = SCM_RIGHTS;
-    header->cmsg_len = CMSG_LEN(sizeof(int));
-    const int number = file.get();
+    *header = {CMSG_LEN(sizeof(int)), SOL_SOCKET, SCM_RIGHTS};
+    const int number = STDOUT_FILENO;
     std::memcpy(CMSG_DATA(header), &number, sizeof number);
     QCOMPARE(::sendmsg(worker.channel(), &message, MSG_NOSIGNAL), ssize_t(sizeof command));
     QCOMPARE(worker.receive()->error, 0);
-    QCOMPARE(QDir(QStringLiteral("/proc/%1/fd").arg(worker.process()))
-                 .entryList(QDir::NoDotAndDotDot | QDir::System | QDir::AllEntries)
-                 .size(),
-             3);
+    QCOMPARE(openDescriptors(worker.process()).size(), 3);
   }
 };
 
 int main(int argc, char** argv) {
   if (argc == 2 && std::strcmp(argv[1], "--hold") == 0) return holdUntilKilled();
+  if (argc == 4 && std::strcmp(argv[1], "--overfill") == 0) return overfill(argv[2], std::atoi(argv[3]));
   QCoreApplication application(argc, argv);
   TestPurgeWorker test;
   return QTest::qExec(&test, argc, argv);

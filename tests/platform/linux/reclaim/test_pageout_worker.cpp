@@ -10,12 +10,12 @@
 #include <QtTest>
 #include <array>
 #include <cerrno>
-#include <cstring>
-#include <random>
 
 #include "platform/linux/purge/page_out_protocol.h"
 #include "support/bare_worker.h"
+#include "support/garbage.h"
 #include "support/idle_process.h"
+#include "support/process_files.h"
 #include "support/zram_swap.h"
 
 using namespace halvard;
@@ -30,11 +30,6 @@ namespace {
 constexpr std::uint64_t kMiB = 1 << 20;
 constexpr uid_t kNobody = 65534;
 constexpr const char* kWorker = HALVARD_BIN_DIR "/halvard-pageout-worker";
-
-QByteArray statusOf(int process) {
-  QFile file(QStringLiteral("/proc/%1/status").arg(process));
-  return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
 
 PageOutCommand commandFor(const IdleProcess& process, std::uint64_t bytes = 10 * kMiB) {
   PageOutCommand command;
@@ -76,7 +71,7 @@ int actAsOrdinaryUser(const char* worker, bool hasSwap) {
   BareWorker process(worker);
   const auto ready = process.receive<purge_worker::Answer>();
   if (!ready || ready->error != 0) return __LINE__;
-  const QByteArray status = statusOf(process.process());
+  const QByteArray status = test::processFile(process.process(), "status");
   // CAP_SYS_NICE alone, and no way to more.
   for (const char* line : {"CapPrm:\t0000000000800000", "CapEff:\t0000000000800000", "CapInh:\t0000000000000000",
                            "CapAmb:\t0000000000000000", "NoNewPrivs:\t1"})
@@ -237,21 +232,13 @@ class TestPageOutWorker : public QObject {
     const std::array<quint64, 6> sizes{0, 1, 4096, 10 * kMiB, purge_worker::kMaxPageOut + 1, ~quint64(0)};
     int understood = 0;
     for (int round = 0; round < 20000; ++round) {
-      std::array<unsigned char, 100> packet;
-      for (unsigned char& byte : packet)
-        byte = static_cast<unsigned char>(random());
-      // Half are of any size, the rest come ever closer to a command.
-      std::size_t length = 1 + random() % packet.size();
-      const PageOutCommand command{purge_worker::kPageOutMagic, pids[random() % pids.size()], random() % 4,
-                                   starts[random() % starts.size()], sizes[random() % sizes.size()]};
-      if (random() % 2 == 0) {
-        length = sizeof command;
-        std::memcpy(packet.data(), &command, random() % 3 == 0 ? random() % sizeof command : sizeof command);
-      }
-      QVERIFY(worker.send(packet.data(), length));
+      const PageOutCommand close{purge_worker::kPageOutMagic, test::oneOf(pids, random), random() % 4,
+                                 test::oneOf(starts, random), test::oneOf(sizes, random)};
+      const auto packet = test::garbageLike(close, random);
+      QVERIFY(worker.send(packet.data(), packet.size()));
       const auto answer = worker.receive<PageOutAnswer>();
       QVERIFY2(answer, qPrintable(QStringLiteral("round %1").arg(round)));
-      if (length != sizeof command) QCOMPARE(answer->error, EBADMSG);
+      if (packet.size() != sizeof close) QCOMPARE(answer->error, EBADMSG);
       if (answer->error == EBADMSG) QCOMPARE(answer->serial, 0u);
       if (answer->error != 0) QCOMPARE(answer->bytes, 0u);
       if (answer->error == 0) ++understood;

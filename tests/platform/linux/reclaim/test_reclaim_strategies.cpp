@@ -40,8 +40,7 @@ struct ScriptedVictims : VictimSource {
 ReclaimCandidate application(std::int32_t pid, const char* unit, ByteCount bytes) {
   ReclaimCandidate candidate;
   candidate.pid = pid;
-  candidate.program = QStringLiteral("program%1").arg(pid);
-  candidate.applicationName = candidate.program;
+  candidate.program = candidate.applicationName = QStringLiteral("program%1").arg(pid);
   candidate.application = pid;
   candidate.isOwn = true;
   candidate.anonymousBytes = bytes;
@@ -49,18 +48,10 @@ ReclaimCandidate application(std::int32_t pid, const char* unit, ByteCount bytes
   return candidate;
 }
 
-/// Ten buffers, as a purge begins them.
-void tenSteps(PurgeableSession& session) {
-  std::vector<std::unique_ptr<PurgeableData>> buffers;
-  for (int index = 0; index < 10; ++index) {
-    buffers.push_back(session.makeData(10 * kMiB));
-    buffers.back()->beginContentAccess();
-    buffers.back()->overwriteWithZeros();
-  }
-  for (auto& buffer : buffers) {
-    buffer->endContentAccess();
-    buffer->discardContentIfPossible();
-  }
+/// So many buffers of 10 MiB, as a purge begins them.
+void takeSteps(PurgeableSession& session, int count) {
+  for (int index = 0; index < count; ++index)
+    session.makeData(10 * kMiB)->beginContentAccess();
 }
 
 struct ClosedStrategy : ReclaimStrategy {
@@ -77,50 +68,50 @@ class TestReclaimStrategies : public QObject {
   FakeClock m_clock;
   ScriptedReadings m_readings;
   ScriptedVictims m_victims;
-  QTemporaryDir m_root;
+  std::unique_ptr<QTemporaryDir> m_root;
 
-  void write(const QString& path, const QByteArray& text) {
-    const QString whole = m_root.filePath(path);
-    QDir().mkpath(QFileInfo(whole).path());
-    QFile file(whole);
+  QString place(const char* path) const { return m_root->filePath(QString::fromLatin1(path)); }
+  void write(const char* path, const QByteArray& text) {
+    QDir().mkpath(QFileInfo(place(path)).path());
+    QFile file(place(path));
     QVERIFY(file.open(QIODevice::WriteOnly));
     file.write(text);
   }
-  QByteArray read(const QString& path) {
-    QFile file(m_root.filePath(path));
+  QByteArray asked() {
+    QFile file(place("app.slice/one.scope/memory.reclaim"));
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("none");
   }
-  ControlGroupStrategy groups() { return {m_victims, m_readings, m_clock, m_root.path().toStdString()}; }
+  ControlGroupStrategy groups() { return {m_victims, m_readings, m_clock, m_root->path().toStdString()}; }
 
  private Q_SLOTS:
   void init() {
     m_readings = ScriptedReadings();
     m_victims.reading = {};
-    QVERIFY(m_root.isValid());
-  }
-
-  void thePaceStopsForGood_data() {
-    QTest::addColumn<int>("reason");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("swap four fifths full") << 0 << QStringLiteral("swap is four fifths full");
-    QTest::newRow("others wait") << 1 << QStringLiteral("other programs are waiting for memory");
-    QTest::newRow("no readings") << 2 << QStringLiteral("the machine does not say how much memory it has");
+    m_root = std::make_unique<QTemporaryDir>();
+    write("cgroup.controllers", "memory\n");
+    write("app.slice/one.scope/memory.reclaim", "");
+    write("app.slice/one.scope/memory.swap.current", "0\n");
   }
 
   void thePaceStopsForGood() {
-    QFETCH(int, reason);
-    ReclaimPace pace(m_readings, m_clock);
-    QVERIFY(pace.mayStep() && pace.refusal().isEmpty());
-    const auto calm = m_readings.readings;
-    if (reason == 0) m_readings.readings->swapFree = m_readings.readings->swapTotal / 5;
-    if (reason == 1) m_readings.readings->somePressure->average10 = 4000;
-    if (reason == 2) m_readings.readings.reset();
-    QVERIFY(!pace.mayStep());
-    QTEST(pace.refusal(), "text");
-    m_readings.readings = calm;
-    const int calls = m_readings.calls;
-    QVERIFY(!pace.mayStep());
-    QCOMPARE(m_readings.calls, calls);
+    const QString texts[] = {QStringLiteral("swap is four fifths full"),
+                             QStringLiteral("other programs are waiting for memory"),
+                             QStringLiteral("the machine does not say how much memory it has")};
+    for (int reason = 0; reason < 3; ++reason) {
+      m_readings = ScriptedReadings();
+      ReclaimPace pace(m_readings, m_clock);
+      QVERIFY(pace.mayStep() && pace.refusal().isEmpty());
+      const auto calm = m_readings.readings;
+      if (reason == 0) m_readings.readings->swapFree = m_readings.readings->swapTotal / 5;
+      if (reason == 1) m_readings.readings->somePressure->average10 = 4000;
+      if (reason == 2) m_readings.readings.reset();
+      QVERIFY(!pace.mayStep());
+      QCOMPARE(pace.refusal(), texts[reason]);
+      m_readings.readings = calm;
+      const int calls = m_readings.calls;
+      QVERIFY(!pace.mayStep());
+      QCOMPARE(m_readings.calls, calls);
+    }
   }
 
   void thePaceWaitsForOthersButNotForEver() {
@@ -139,9 +130,6 @@ class TestReclaimStrategies : public QObject {
   }
 
   void aUnitIsAskedInStepsAndMoreThanItHoldsNever() {
-    write(QStringLiteral("cgroup.controllers"), "memory\n");
-    write(QStringLiteral("app.slice/one.scope/memory.reclaim"), "");
-    write(QStringLiteral("app.slice/one.scope/memory.swap.current"), "0\n");
     m_victims.reading.candidates = {application(10, "/app.slice/one.scope", 25 * kMiB),
                                     application(11, "/app.slice/without.scope", 25 * kMiB),
                                     application(12, "/../outside.scope", 25 * kMiB)};
@@ -151,44 +139,38 @@ class TestReclaimStrategies : public QObject {
     QCOMPARE(forecast.value().pageOutBytes, 25 * kMiB);
     auto session = strategy.open();
     QVERIFY(session);
-    auto first = session.value()->makeData(10 * kMiB);
-    first->beginContentAccess();
-    QVERIFY(read(QStringLiteral("app.slice/one.scope/memory.reclaim")).startsWith("10485760 swappiness=200"));
+    takeSteps(*session.value(), 1);
+    QVERIFY(asked().startsWith("10485760 swappiness=200"));
     const int calls = m_readings.calls;
-    tenSteps(*session.value());
-    QVERIFY(read(QStringLiteral("app.slice/one.scope/memory.reclaim")).startsWith("5242880 "));
+    takeSteps(*session.value(), 10);
+    QVERIFY(asked().startsWith("5242880 "));
     // Two more steps and the question that ends them; what is left to do is nothing, and costs nothing.
     QVERIFY(m_readings.calls - calls <= 3);
-    QVERIFY(session.value()->isAlive());
     QVERIFY(session.value()->outcome().method == ReclaimMethod::ControlGroups);
-    auto last = session.value()->makeData(kMiB);
+    const auto last = session.value()->makeData(kMiB);
     session.value().reset();
     last->beginContentAccess();
   }
 
   void largeStepsAreCutIntoThirtyTwoMebibytes() {
-    write(QStringLiteral("cgroup.controllers"), "memory\n");
-    write(QStringLiteral("app.slice/one.scope/memory.reclaim"), "");
     m_victims.reading.candidates = {application(10, "/app.slice/one.scope", 500 * kMiB)};
     auto strategy = groups();
     auto session = strategy.open();
     QVERIFY(session);
     session.value()->makeData(40 * kMiB)->beginContentAccess();
-    QVERIFY(read(QStringLiteral("app.slice/one.scope/memory.reclaim")).startsWith("8388608 "));
+    QVERIFY(asked().startsWith("8388608 "));
   }
 
   void whatCannotBeDoneIsSaidInOneLine() {
     auto strategy = groups();
-    QFile::remove(m_root.filePath(QStringLiteral("cgroup.controllers")));
-    QCOMPARE(strategy.open().error().message, QStringLiteral("control groups are not of version 2"));
-    write(QStringLiteral("cgroup.controllers"), "memory\n");
     QVERIFY(strategy.open().error().message.startsWith(QStringLiteral("no idle application has a control group")));
+    QFile::remove(place("cgroup.controllers"));
+    QCOMPARE(strategy.open().error().message, QStringLiteral("control groups are not of version 2"));
+    PageOutStrategy pageOut(m_victims, m_readings, m_clock, "/nonexistent/worker");
+    QVERIFY(pageOut.open().error().message.contains(QStringLiteral("cap_sys_nice")));
     m_readings.readings->swapTotal = 0;
     QCOMPARE(strategy.open().error().message, QStringLiteral("there is no swap to page out to"));
-    PageOutStrategy pageOut(m_victims, m_readings, m_clock, "/nonexistent/worker");
-    QCOMPARE(pageOut.open().error().message, QStringLiteral("there is no swap to page out to"));
-    m_readings = ScriptedReadings();
-    QVERIFY(pageOut.forecast().error().message.contains(QStringLiteral("cap_sys_nice")));
+    QCOMPARE(pageOut.forecast().error().message, QStringLiteral("there is no swap to page out to"));
   }
 
   void theFirstOpenWayIsTakenAndTheClosedOnesExplained() {
@@ -197,19 +179,17 @@ class TestReclaimStrategies : public QObject {
     FillStrategy last(fill, m_readings);
     StrategicPurgeableMemory memory({closed, last});
     auto session = memory.openSession();
-    QVERIFY(session->isAlive());
-    tenSteps(*session);
+    takeSteps(*session, 10);
     QCOMPARE(fill.sizes().size(), 10u);
     QCOMPARE(session->outcome().explanation, QStringLiteral("not here"));
     const ReclaimForecast forecast = memory.forecast();
-    QVERIFY(forecast.method == ReclaimMethod::Fill && forecast.sources.empty());
-    QVERIFY(forecast.explanation.endsWith(QStringLiteral("; not here")));
+    QVERIFY(forecast.method == ReclaimMethod::Fill && forecast.explanation.endsWith(QStringLiteral("; not here")));
     m_readings.readings->swapTotal = 0;
     QVERIFY(memory.forecast().method == ReclaimMethod::None);
     StrategicPurgeableMemory nothing({closed});
     auto dead = nothing.openSession();
     QVERIFY(!dead->isAlive());
-    tenSteps(*dead);
+    takeSteps(*dead, 1);
     QCOMPARE(dead->outcome().explanation, QStringLiteral("not here"));
   }
 };

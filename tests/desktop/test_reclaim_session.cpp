@@ -1,0 +1,145 @@
+// Whose memory is paged out in a real session: three programs with windows, a real focus, real zram. Runs inside
+// tests/desktop/session.
+#include <QFile>
+#include <QGuiApplication>
+#include <QProcess>
+#include <QRasterWindow>
+#include <QTemporaryDir>
+#include <QtTest>
+#include <csignal>
+#include <vector>
+
+#include "platform/linux/reclaim/page_out_strategy.h"
+#include "platform/linux/x11/x11_windows.h"
+#include "support/idle_process.h"
+#include "support/process_files.h"
+#include "support/zram_swap.h"
+
+using namespace halvard;
+using namespace halvard::test;
+
+namespace {
+
+constexpr ByteCount kMiB = ByteCount{1} << 20;
+constexpr ByteCount kHeld = 64 * kMiB;
+constexpr int kPatience = 30'000;
+const QString kWindow = QStringLiteral("--window");
+
+/// A program with a window and some memory.
+int showWindow() {
+  std::vector<unsigned> memory(kHeld / sizeof(unsigned));
+  fillLikeText(memory.data(), memory.size());
+  QRasterWindow window;
+  window.resize(200, 100);
+  window.show();
+  return QCoreApplication::exec() + static_cast<int>(memory.back() & 0U);
+}
+
+/// Such a program in a process of its own, under a name of its own, and no descendant of this one.
+class Program {
+ public:
+  Program(const QTemporaryDir& folder, const char* name) {
+    QProcess program;
+    program.setProgram(folder.filePath(QString::fromLatin1(name)));
+    program.setArguments({kWindow});
+    if (QFile::link(QCoreApplication::applicationFilePath(), program.program())) program.startDetached(&m_pid);
+  }
+  ~Program() {
+    if (m_pid > 0) ::kill(static_cast<pid_t>(m_pid), SIGKILL);
+  }
+  Program(const Program&) = delete;
+  Program& operator=(const Program&) = delete;
+
+  std::int32_t pid() const { return static_cast<std::int32_t>(m_pid); }
+  ByteCount residentBytes() const { return processBytes(m_pid, "RssAnon:"); }
+  ByteCount swappedBytes() const { return processBytes(m_pid, "VmSwap:"); }
+
+ private:
+  qint64 m_pid = 0;
+};
+
+/// What the session's source reads, without the programs of others: the test is not to page out who happens to run.
+class OwnPrograms : public VictimSource {
+ public:
+  OwnPrograms(Clock& clock, std::vector<std::int32_t> pids)
+      : m_everybody(clock, [] { return QStringList{QStringLiteral("keeper")}; }), m_pids(std::move(pids)) {}
+
+  Reading read() override {
+    Reading reading = m_everybody.read();
+    std::erase_if(reading.candidates, [this](const ReclaimCandidate& candidate) {
+      return std::ranges::find(m_pids, candidate.pid) == m_pids.end();
+    });
+    return reading;
+  }
+
+ private:
+  LinuxVictimSource m_everybody;
+  std::vector<std::int32_t> m_pids;
+};
+
+}  // namespace
+
+class TestReclaimSession : public QObject {
+  Q_OBJECT
+
+ private:
+  X11Windows m_windows;
+
+  bool isFocused(const Program& program) { return m_windows.attention().focused == program.pid(); }
+
+ private Q_SLOTS:
+  void theFocusedAndTheExcludedProgramStayResidentAndTheOtherIsPagedOut() {
+    if (qEnvironmentVariableIsEmpty("HALVARD_SESSION_TRAY")) QSKIP("needs the session of tests/desktop/session");
+    ZramSwap swap;
+    const QString reason = swap.start(512 * kMiB);
+    if (!reason.isEmpty()) QSKIP(qPrintable(reason));
+    const QTemporaryDir folder;
+    const Program viewer(folder, "viewer");
+    const Program keeper(folder, "keeper");
+    const Program editor(folder, "editor");
+    for (const Program* program : {&viewer, &keeper, &editor}) {
+      QTRY_VERIFY_WITH_TIMEOUT(program->residentBytes() > kHeld, kPatience);
+      QTRY_VERIFY_WITH_TIMEOUT(m_windows.activate(std::vector{program->pid()}), kPatience);
+    }
+    SystemClock clock;
+    ProcfsGuardReadings readings(clock);
+    OwnPrograms victims(clock, {viewer.pid(), keeper.pid(), editor.pid()});
+    PageOutStrategy strategy(victims, readings, clock, HALVARD_BIN_DIR "/halvard-pageout-worker");
+    const auto pageOut = [&] {
+      auto session = strategy.open();
+      for (int step = 0; session && step < 30; ++step)
+        session.value()->makeData(10 * kMiB)->beginContentAccess();
+      return session ? QString() : session.error().message;
+    };
+
+    QTRY_VERIFY_WITH_TIMEOUT(isFocused(editor), kPatience);
+    const ByteCount editorBefore = editor.residentBytes();
+    const ByteCount keeperBefore = keeper.residentBytes();
+    // More than once, if need be: a program that has just drawn its window is at work.
+    for (int round = 0; round < 20 && viewer.residentBytes() > kHeld / 8; ++round)
+      QCOMPARE(pageOut(), QString());
+    QVERIFY2(viewer.residentBytes() <= kHeld / 8, qPrintable(QString::number(viewer.residentBytes())));
+    QVERIFY(isFocused(editor));
+    QCOMPARE(editor.swappedBytes(), 0u);
+    QCOMPARE(editor.residentBytes(), editorBefore);
+    QCOMPARE(keeper.swappedBytes(), 0u);
+    QCOMPARE(keeper.residentBytes(), keeperBefore);
+
+    // It was the focus that spared it, and the name that spares the other one still.
+    QVERIFY(m_windows.activate(std::vector{viewer.pid()}));
+    QTRY_VERIFY_WITH_TIMEOUT(isFocused(viewer), kPatience);
+    for (int round = 0; round < 20 && editor.residentBytes() > kHeld / 8; ++round)
+      QCOMPARE(pageOut(), QString());
+    QVERIFY2(editor.residentBytes() <= kHeld / 8, qPrintable(QString::number(editor.residentBytes())));
+    QCOMPARE(keeper.residentBytes(), keeperBefore);
+  }
+};
+
+int main(int argc, char** argv) {
+  const QGuiApplication application(argc, argv);
+  if (QCoreApplication::arguments().contains(kWindow)) return showWindow();
+  TestReclaimSession test;
+  return QTest::qExec(&test, argc, argv);
+}
+
+#include "test_reclaim_session.moc"
