@@ -1,6 +1,7 @@
 #include "menubar/summary_view.h"
 
 #include <QLabel>
+#include <QPainter>
 #include <utility>
 
 #include "core/size_format.h"
@@ -33,11 +34,22 @@ void setTextColor(QLabel& label, const QColor& color) {
   label.setPalette(colors);
 }
 
-/// Moves a text that is padded with a blank to where the others stand.
-void hangLeadingBlank(QLabel& label) {
-  const bool isPadded = label.text().startsWith(QLatin1Char(' '));
-  label.setContentsMargins(isPadded ? -label.fontMetrics().horizontalAdvance(QLatin1Char(' ')) : 0, 0, 0, 0);
-}
+/// Draws its text without the blank that pads a single digit, so that one digit stands where two do, and at the left
+/// without the space that a large digit has before it, so that it stands above the small text.
+class PercentageLabel : public QLabel {
+ public:
+  using QLabel::QLabel;
+
+ protected:
+  void paintEvent(QPaintEvent*) override {
+    QPainter painter(this);
+    painter.setPen(palette().color(QPalette::WindowText));
+    const QString figures = text().trimmed();
+    const bool isLeft = alignment().testFlag(Qt::AlignLeft) && !figures.isEmpty();
+    const int bearing = isLeft ? fontMetrics().leftBearing(figures.front()) : 0;
+    painter.drawText(rect().translated(-bearing, 0), static_cast<int>(alignment()), figures);
+  }
+};
 
 void setText(QLabel& label, const QString& text) {
   if (label.text() != text) label.setText(text);
@@ -47,7 +59,7 @@ void setText(QLabel& label, const QString& text) {
 
 SummaryView::SummaryView(Clock& clock, HintWindow& hint, QWidget* parent)
     : QWidget(parent),
-      m_pInfoTitleLabel(new QLabel(this)),
+      m_pInfoTitleLabel(new PercentageLabel(this)),
       m_pInfoSubtitleLastUsedMemorySize(new PanelWindowInfoLabel(this)),
       m_cleanedSizeLabel(new QLabel(this)),
       m_listCaption(new QLabel(tr("Applications"), this)),
@@ -99,7 +111,6 @@ void SummaryView::showUsedMemory() {
   const auto [fraction, usedSize, totalSize] = *memory;
   setTextColor(*m_pInfoTitleLabel, fraction > kDangerThreshold ? ui_style::dangerColor() : ui_style::calmColor());
   setText(*m_pInfoTitleLabel, QString::asprintf("%2.0f%c", fraction * 100, '%'));
-  hangLeadingBlank(*m_pInfoTitleLabel);
   m_pInfoUsedSizeString = tr("%1 used of %2").arg(sizeText(usedSize), sizeText(totalSize));
   if (m_pInfoSubtitleLastUsedMemorySize->tag == UsedText) {
     setText(*m_pInfoSubtitleLastUsedMemorySize, m_pInfoUsedSizeString);
@@ -147,7 +158,6 @@ void SummaryView::onPurgedMemory(bool isDetailed) {
 void SummaryView::switchToCompactModeAnimated(bool animated) {
   constexpr auto places = panel_layout::kCompact;
   m_pInfoTitleLabel->setFont(ui_style::font(48, QFont::Light));
-  hangLeadingBlank(*m_pInfoTitleLabel);
   m_pInfoTitleLabel->setAlignment(Qt::AlignHCenter | Qt::AlignBottom);
   m_pInfoSubtitleLastUsedMemorySize->setAlignment(Qt::AlignCenter);
   place(m_pInfoTitleLabel, kMargin, places.title, kContentWidth, 62, animated);
@@ -167,7 +177,6 @@ void SummaryView::switchToDetailedModeAnimated(bool animated) {
   constexpr auto places = panel_layout::kDetailed;
   constexpr int titleWidth = kContentWidth - kChartSide - 8;
   m_pInfoTitleLabel->setFont(ui_style::font(38, QFont::Light));
-  hangLeadingBlank(*m_pInfoTitleLabel);
   m_pInfoTitleLabel->setAlignment(Qt::AlignLeft | Qt::AlignBottom);
   m_pInfoSubtitleLastUsedMemorySize->setAlignment(Qt::AlignLeft | Qt::AlignVCenter);
   place(m_pInfoTitleLabel, kMargin, places.title, titleWidth, 46, animated);
