@@ -3,6 +3,7 @@
 #include <QEnterEvent>
 #include <QPainter>
 #include <QPainterPath>
+#include <utility>
 
 #include "widgets/ui_style.h"
 
@@ -68,11 +69,16 @@ void CleanMemoryButton::beginProgressUpdate() {
   m_disabledLook = true;
   m_progress = 0;
   setTracking(false);
+  if (window()->focusWidget() != this) return;
+  m_focus = showsFocus() ? Qt::TabFocusReason : Qt::OtherFocusReason;
+  clearFocus();
 }
 
 void CleanMemoryButton::endProgressUpdate() {
   m_disabledLook = false;
   setTracking(true);
+  const auto focus = std::exchange(m_focus, std::nullopt);
+  if (focus && !window()->focusWidget()) setFocus(*focus);
 }
 
 void CleanMemoryButton::setProgess(float progress) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QImage>
+#include <optional>
 
 #include "widgets/focus_ring_button.h"
 
@@ -16,9 +17,9 @@ class CleanMemoryButton : public FocusRingButton {
   /// Follows the mouse with the hover picture.
   void setTracking(bool tracking);
 
-  /// Tracking off, disabled look on.
+  /// Tracking off, disabled look on. Before it is disabled: the focus goes to nobody else meanwhile.
   void beginProgressUpdate();
-  /// Tracking on, disabled look off, and the idle picture again.
+  /// Tracking on, disabled look off, and the idle picture again. After it is enabled: the focus comes back.
   void endProgressUpdate();
   /// Draws the progress picture; `progress` is 0 to 1.
   void setProgess(float progress);
@@ -40,6 +41,7 @@ class CleanMemoryButton : public FocusRingButton {
   bool m_disabledLook = false;
   bool m_hovered = false;
   float m_progress = 0;
+  std::optional<Qt::FocusReason> m_focus;
 };
 
 }  // namespace halvard

@@ -283,6 +283,25 @@ class TestPanelWindow : public QObject {
     QTEST(title.palette().color(QPalette::WindowText), "color");
   }
 
+  void oneDigitStandsWhereTwoDo() {
+    Panel panel;
+    SummaryView& summary = panel.window.summary();
+    panel.window.changeWindowStateTo(PanelWindow::DetailedFlag, false);
+    panel.window.show();
+    const auto firstInk = [&](double fraction) {
+      summary.fillInfoPanelWithUsedMemoryPercent(fraction, kGiB, 4 * kGiB);
+      const QImage image = summary.grab(summary.title().geometry()).toImage();
+      for (int x = 0; x < image.width(); ++x) {
+        for (int y = 0; y < image.height(); ++y) {
+          if (image.pixel(x, y) != image.pixel(0, 0)) return x;
+        }
+      }
+      return -1;
+    };
+    QVERIFY(firstInk(0.55) >= 0);
+    QCOMPARE(firstInk(0.05), firstInk(0.55));
+  }
+
   void subtitleTellsOfTheLastCleaning() {
     Panel panel;
     SummaryView& summary = panel.window.summary();
@@ -348,6 +367,19 @@ class TestPanelWindow : public QObject {
     QCOMPARE(hint.tag, 2);
     QTest::mouseMove(&chart, QPoint(105, 105));
     QVERIFY(!hint.isVisible());
+  }
+
+  void aCleaningGivesTheFocusBackToItsButton() {
+    Panel panel;
+    panel.window.show();
+    CleanMemoryButton& button = panel.window.summary().freeButton();
+    button.setFocus(Qt::MouseFocusReason);
+    button.beginProgressUpdate();
+    button.setEnabled(false);
+    QVERIFY(!panel.window.focusWidget());
+    button.setEnabled(true);
+    button.endProgressUpdate();
+    QCOMPARE(panel.window.focusWidget(), &button);
   }
 
   void progressPictureFillsFromTheLeft() {
