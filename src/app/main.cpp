@@ -1,6 +1,8 @@
 #include <QApplication>
 #include <QDBusConnection>
+#include <QFileInfo>
 #include <QIcon>
+#include <QProcess>
 #include <QStandardPaths>
 #include <cstdio>
 #include <optional>
@@ -223,9 +225,16 @@ int run(const QStringList& arguments) {
   return QApplication::exec();
 }
 
+/// Started at login from the AppImage.
+int beLauncher() {
+  const QFileInfo own(QFile::symLinkTarget(QStringLiteral("/proc/self/exe")));
+  return QProcess::startDetached(own.path() + QStringLiteral("/halvard-launcher"), {}) ? 0 : 1;
+}
+
 }  // namespace
 
 int main(int argc, char* argv[]) {
+  if (argc > 1 && kBeLauncher == QLatin1String(argv[1])) return beLauncher();
   if (!hasDisplay()) {
     std::fputs("halvard: there is no display; halvardctl does the same work in a terminal\n", stderr);
     return 1;

@@ -4,6 +4,9 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <sys/stat.h>
+
+#include "platform/linux/xdg/halvard_login_jobs.h"
 #include "platform/linux/xdg/running_programs.h"
 #include "platform/linux/xdg/xdg_login_item_service.h"
 
@@ -136,6 +139,7 @@ class TestXdgLoginItemService : public QObject {
     session.put("second/other-desktop.desktop", good + "\nOnlyShowIn=KDE;\n");
     session.put("second/broken.desktop", "no entry");
     session.put("second/no-entry.txt", good);
+    QCOMPARE(::mkfifo(QFile::encodeName(session.path("second/pipe.desktop")).constData(), 0600), 0);  // nobody writes
     session.put("second/by-name.desktop", session.entry(QStringLiteral("sh -c x")));
     QVERIFY(QFile::link(QStringLiteral("/dev/null"), session.path("user/autostart/null.desktop")));
     session.put("first/null.desktop", good);
@@ -166,6 +170,30 @@ class TestXdgLoginItemService : public QObject {
     QVERIFY(helper.waitForFinished());
     QVERIFY(!session.service.isJobRunning(identifier));
     QVERIFY(runningPrograms(session.path("nowhere")).isEmpty());
+  }
+
+  void aMountedProgramStartsThroughItsAppImage() {
+    Session session;
+    const QString image = session.install("H.AppImage");
+    const QString folder = QFileInfo(session.install("mounted/usr/bin/halvard-launcher")).path();
+    const auto restore = qScopeGuard([] { qunsetenv("APPIMAGE"), qunsetenv("APPDIR"); });
+    qputenv("APPIMAGE", QFile::encodeName(image));
+    qputenv("APPDIR", QFile::encodeName(session.path("mounted")));
+    QCOMPARE(mountedAppImage(folder), image);
+    QCOMPARE(mountedAppImage(QStringLiteral("/usr/bin")), QString());
+    const std::vector<LoginJob> jobs = loginJobs(folder, image);
+    XdgLoginItemService service(session.directories, {}, jobs, session.path("proc"));
+    QVERIFY(service.setEnabled(jobs.front().identifier, true));
+    const JobDescription job = service.copyAllJobDictionaries().front();
+    QCOMPARE(job.at(QStringLiteral("Program")), StoredValue{image});
+    QCOMPARE(job.at(QStringLiteral("ProgramArguments")), (StoredValue{StoredValue::Array{{image}, {kBeLauncher}}}));
+    // The image's own process is another one; what counts is the launcher inside.
+    QDir().mkpath(session.path("proc/42"));
+    QFile::link(image, session.path("proc/42/exe"));
+    QVERIFY(!service.isJobRunning(jobs.front().identifier));
+    QFile::remove(session.path("proc/42/exe"));
+    QFile::link(folder + QStringLiteral("/halvard-launcher"), session.path("proc/42/exe"));
+    QVERIFY(service.isJobRunning(jobs.front().identifier));
   }
 
   void appDirIsTheBundleOfItsMainProgramOnly() {

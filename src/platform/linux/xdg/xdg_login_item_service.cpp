@@ -18,9 +18,10 @@ const QString& suffix() {
   return text;
 }
 
+// Nothing of what is no file: a pipe would be waited for.
 QByteArray contentOf(const QString& path) {
   QFile file(path);
-  return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+  return QFileInfo(path).isFile() && file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 // Absolute, links resolved; empty when there is no such program.
@@ -80,7 +81,9 @@ std::vector<JobDescription> XdgLoginItemService::copyAllJobDictionaries() const 
 
 bool XdgLoginItemService::isJobRunning(const QString& jobIdentifier) const {
   const LoginJob* const job = jobWith(jobIdentifier);
-  return job && runningPrograms(m_procRoot).contains(resolvedProgram(job->command.value(0)));
+  if (!job) return false;
+  return runningPrograms(m_procRoot)
+      .contains(resolvedProgram(job->program.isEmpty() ? job->command.value(0) : job->program));
 }
 
 std::optional<BundleInformation> XdgLoginItemService::bundleAt(const QString& folder, const QString& executable) const {

@@ -15,8 +15,10 @@ struct LoginJob {
   QString identifier;
   /// Shown in the session settings of the desktop.
   QString name;
-  /// The program by absolute path, then its arguments.
+  /// What the session starts, by absolute path, then its arguments.
   QStringList command;
+  /// The program that runs then, where the command starts another one first.
+  QString program = {};
 };
 
 /// Start at login through the autostart folders of the desktop. A job is the entry "<identifier>.desktop"; it counts
