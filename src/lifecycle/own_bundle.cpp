@@ -50,6 +50,10 @@ QStringList applicationsDirectories(const StandardFolders& folders) {
   directories << QFile::decodeName(folders.userApplications());
   for (const char* folder : {"/usr", "/usr/local", "/app", "/snap", "/var/lib/flatpak"})
     directories << QString::fromLatin1(folder);
+  for (const QString& folder : QStringList(directories))
+    directories << resolved(folder);
+  directories.removeAll(QString());
+  directories.removeDuplicates();
   return directories;
 }
 

@@ -26,7 +26,8 @@ std::optional<QString> ownBundle(const RunningProgram& program);
 /// What starts the program of a bundle.
 QString programOfBundle(const QString& bundle);
 
-/// Every folder for applications: the machine's, the user's, the system's.
+/// Every folder for applications: the machine's, the user's, the system's; also what a link among them leads to, which
+/// is where a running program finds itself.
 QStringList applicationsDirectories(const StandardFolders& folders);
 
 }  // namespace halvard

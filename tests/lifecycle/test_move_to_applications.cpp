@@ -106,13 +106,17 @@ class TestMoveToApplications : public QObject {
 
   void nothingIsOfferedInsideAnyFolderForApplications_data() {
     QTest::addColumn<QString>("bundle");
-    for (const char* path : {"/usr/lib/halvard", "/usr/local/H.AppDir", "/snap/halvard/1", "/app/halvard",
-                             "/var/lib/flatpak/app/halvard", "HOME/Applications/H.AppDir", "HOME/opt/tools/H.AppDir"})
+    for (const char* path :
+         {"/usr/lib/halvard", "/usr/local/H.AppDir", "/snap/halvard/1", "/app/halvard", "/var/lib/flatpak/app/halvard",
+          "HOME/Applications/H.AppDir", "HOME/opt/tools/H.AppDir", "HOME/disk/H.AppDir"})
       QTest::newRow(path) << latin(path);
   }
   void nothingIsOfferedInsideAnyFolderForApplications() {
     QFETCH(QString, bundle);
     Machine machine;
+    // The folder of the machine is a link to another disk, say.
+    QDir(machine.home.path()).mkdir(latin("disk"));
+    QFile::link(machine.home.filePath(latin("disk")), machine.home.filePath(latin("opt")));
     QCOMPARE(machine.offer(bundle.replace(latin("HOME"), machine.home.path())), std::nullopt);
     QCOMPARE(machine.offer(std::nullopt), std::nullopt);
     QCOMPARE(machine.alerts.shown.size(), 0U);
