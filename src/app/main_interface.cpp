@@ -178,13 +178,16 @@ void MainInterface::showAutostartPopupWindow(ByteCount cleanedSize) {
   m_autostartPopup->setCleanedSize(cleanedSize);
   AutostartWindow& window = m_autostartPopup->window();
   window.setBlended(m_services.windowHints.blendsWindows());
-  placeBesideStatusItem(window);
+  placeBesidePanel(window);
   window.show();
   window.raise();
 }
 
-void MainInterface::placeBesideStatusItem(AutostartWindow& window) {
-  const std::optional<QRect> item = m_services.statusItem.geometry();
+/// Beside a panel that is closed: at its item.
+void MainInterface::placeBesidePanel(AutostartWindow& window) {
+  const QRect panel = m_panel.geometry();
+  const std::optional<QRect> item =
+      m_panel.isVisible() ? panel_placement::middleOf(panel) : m_services.statusItem.geometry();
   const QScreen* screen = item ? QGuiApplication::screenAt(item->center()) : nullptr;
   const QRect available = (screen ? screen : m_panel.screen())->availableGeometry();
   if (!item) {

@@ -104,7 +104,7 @@ class MainInterface final : public QObject,
   void prepareCleanButton();
   void updatePreferencesButton();
   void followStatusItemHost();
-  void placeBesideStatusItem(AutostartWindow& window);
+  void placeBesidePanel(AutostartWindow& window);
 
   void beginProgressUpdate() override;
   void endProgressUpdate() override;

@@ -27,6 +27,10 @@ Placement besideItem(const QRect& item, const QSize& panel, const QRect& availab
   return placement;
 }
 
+QRect middleOf(const QRect& panel) {
+  return {panel.left() + panel.width() / 2 - kItemOffset, panel.top(), 2 * kItemOffset, panel.height()};
+}
+
 QPoint cornerOf(const QRect& available, const QSize& panel) {
   constexpr int margin = 8;
   return {available.right() + 1 - panel.width() - margin, available.top() + margin};

@@ -22,6 +22,9 @@ struct Placement {
 /// item in the upper half of the screen and above one in the lower half, pushed back inside `available`.
 Placement besideItem(const QRect& item, const QSize& panel, const QRect& available);
 
+/// What stands for the panel where another window opens beside it as beside an item: below its middle, or above.
+QRect middleOf(const QRect& panel);
+
 /// The panel of a program whose item nobody has clicked yet: in the upper right corner of `available`.
 QPoint cornerOf(const QRect& available, const QSize& panel);
 

@@ -22,7 +22,6 @@ class TestPanelPlacement : public QObject {
     QTest::newRow("top bar") << QRect(600, 2, 24, 24) << underTopBar << QPoint(487, 31) << true << 125;
     QTest::newRow("bottom bar") << QRect(600, 774, 24, 24) << overBottomBar << QPoint(487, 549) << false << 125;
     QTest::newRow("at the right edge") << QRect(1250, 2, 24, 24) << underTopBar << QPoint(1030, 31) << true << 232;
-    QTest::newRow("in the right corner") << QRect(1270, 2, 10, 24) << underTopBar << QPoint(1030, 31) << true << 234;
     QTest::newRow("at the left edge") << QRect(0, 2, 24, 24) << underTopBar << QPoint(0, 31) << true << 16;
     QTest::newRow("second screen to the right")
         << QRect(2000, 1002, 24, 24) << QRect(1280, 1000, 1024, 768) << QPoint(1887, 1031) << true << 125;
@@ -36,6 +35,16 @@ class TestPanelPlacement : public QObject {
     QTEST(placement.topLeft, "topLeft");
     QTEST(placement.edge == TriangleEdge::Top, "triangleAtTop");
     QTEST(placement.apex, "apex");
+  }
+
+  void anOfferStandsBelowTheOpenPanelOrAboveIt() {
+    const QRect screen(0, 0, 1280, 800);
+    const auto below = panel_placement::besideItem(panel_placement::middleOf({900, 31, 250, 220}), {320, 164}, screen);
+    QCOMPARE(below.topLeft, QPoint(865, 256));
+    QVERIFY(below.edge == TriangleEdge::Top && below.apex == 160);
+    const auto above = panel_placement::besideItem(panel_placement::middleOf({900, 549, 250, 220}), {320, 164}, screen);
+    QCOMPARE(above.topLeft, QPoint(865, 549 - 5 - 164));
+    QVERIFY(above.edge == TriangleEdge::Bottom);
   }
 
   void savedPlaceIsPulledBackOntoTheScreen_data() {

@@ -1,6 +1,7 @@
 #include "preferences/ui/autostart_window.h"
 
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QPainter>
 #include <QPainterPath>
 #include <QVBoxLayout>
@@ -71,6 +72,11 @@ void AutostartWindow::setBlended(bool blended) {
 void AutostartWindow::cutOutShape() {
   if (m_blended) return clearMask();
   setMask(QRegion(outline(QRectF(rect()), m_pointerEdge, m_apex).toFillPolygon().toPolygon()));
+}
+
+/// Neither yes nor no: it may come again.
+void AutostartWindow::keyPressEvent(QKeyEvent* event) {
+  event->key() == Qt::Key_Escape ? void(close()) : QWidget::keyPressEvent(event);
 }
 
 void AutostartWindow::paintEvent(QPaintEvent*) {

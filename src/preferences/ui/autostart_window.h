@@ -27,6 +27,7 @@ class AutostartWindow : public QWidget {
 
  protected:
   void paintEvent(QPaintEvent* event) override;
+  void keyPressEvent(QKeyEvent* event) override;
 
  private:
   void cutOutShape();
