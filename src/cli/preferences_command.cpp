@@ -38,13 +38,23 @@ int showOne(const std::vector<NamedPreference>& preferences, const Values& value
   return kExitSuccess;
 }
 
-int changeOne(const std::vector<NamedPreference>& preferences, const QStringList& words, DefaultsStore& store,
-              ControlClient& control, const CommandOutput& output) {
-  const bool isRunning = control.isProgramRunning();
-  const Result<void> changed =
-      isRunning ? control.setPreference(words[0], words[1]) : setNamedPreference(preferences, words[0], words[1]);
+/// A program that cannot write its settings goes on with them in memory, and says so where nobody may look.
+int changeInProgram(const QStringList& words, DefaultsStore& store, ControlClient& control,
+                    const CommandOutput& output) {
+  const Result<void> changed = control.setPreference(words[0], words[1]);
   if (!changed) return output.fail(changed.error().message, kExitUsage);
-  if (isRunning || store.synchronize()) return kExitSuccess;
+  const Result<Values> there = control.preferences();
+  NoSwitch startAtLogin;
+  PreferencesModel stored(store, startAtLogin);
+  if (there && preferenceValues(preferenceList(stored))[words[0]] == there.value()[words[0]]) return kExitSuccess;
+  return output.fail(QStringLiteral("changed until the program ends; the settings could not be written"), kExitFailure);
+}
+
+int changeOne(const std::vector<NamedPreference>& preferences, const QStringList& words, DefaultsStore& store,
+              const CommandOutput& output) {
+  const Result<void> changed = setNamedPreference(preferences, words[0], words[1]);
+  if (!changed) return output.fail(changed.error().message, kExitUsage);
+  if (store.synchronize()) return kExitSuccess;
   return output.fail(QStringLiteral("the settings could not be written"), kExitFailure);
 }
 
@@ -53,11 +63,13 @@ int changeOne(const std::vector<NamedPreference>& preferences, const QStringList
 int runPreferencesCommand(const QStringList& arguments, DefaultsStore& store, ControlClient& control,
                           const CommandOutput& output) {
   if (arguments.size() > 2) return output.fail(QStringLiteral("usage: preferences [NAME [VALUE]]"), kExitUsage);
+  const bool isRunning = control.isProgramRunning();
+  if (isRunning && arguments.size() == 2) return changeInProgram(arguments, store, control, output);
   NoSwitch startAtLogin;
   PreferencesModel model(store, startAtLogin);
   const std::vector<NamedPreference> preferences = preferenceList(model);
-  if (arguments.size() == 2) return changeOne(preferences, arguments, store, control, output);
-  const Result<Values> values = control.isProgramRunning() ? control.preferences() : preferenceValues(preferences);
+  if (arguments.size() == 2) return changeOne(preferences, arguments, store, output);
+  const Result<Values> values = isRunning ? control.preferences() : preferenceValues(preferences);
   if (!values) return output.fail(values.error().message, kExitFailure);
   if (arguments.size() == 1) return showOne(preferences, values.value(), arguments[0], output);
   list(preferences, values.value(), output);

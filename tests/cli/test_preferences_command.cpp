@@ -164,9 +164,8 @@ class TestPreferencesCommand : public QObject {
     DBusControlServer server(bus.connect());
     QVERIFY(server.start(program));
     thread.start();
-    FakeDefaultsStore store;
     std::atomic<int> code = -1;
-    const auto ask = [&](const QStringList& words, const CapturedOutput& captured) {
+    const auto ask = [&](const QStringList& words, const CapturedOutput& captured, DefaultsStore& store) {
       code = -1;
       QMetaObject::invokeMethod(context, [&, words] {
         DBusControlClient client(forCommand);
@@ -174,19 +173,24 @@ class TestPreferencesCommand : public QObject {
       });
       return QTest::qWaitFor([&] { return code >= 0; });
     };
-    const CapturedOutput changed, again, refused, listed;
-    QVERIFY(ask({latin("auto-free"), latin("on")}, changed));
-    QCOMPARE(code.load(), 0);
-    QVERIFY(ask({latin("auto-free"), latin("on")}, again));
-    QCOMPARE(code.load(), 0);
+    const CapturedOutput changed, again, refused, listed, unstored;
+    for (const CapturedOutput* captured : {&changed, &again}) {
+      QVERIFY(ask({latin("auto-free"), latin("on")}, *captured, program.store));
+      QCOMPARE(code.load(), 0);
+    }
     QCOMPARE(listener.changed, QStringList{stored_keys::autoFree});
     QVERIFY(program.model.autoFreeUpMemory().value());
-    QVERIFY(ask({latin("memory-limit"), latin("200%")}, refused));
+    QVERIFY(ask({latin("memory-limit"), latin("200%")}, refused, program.store));
     QCOMPARE(code.load(), 2);
     QCOMPARE(refused.err(), latin("halvardctl: memory-limit takes 0% to 100%, not '200%'\n"));
-    QVERIFY(ask({latin("auto-free")}, listed));
+    QVERIFY(ask({latin("auto-free")}, listed, program.store));
     QCOMPARE(listed.out(), latin("on\n"));
-    QCOMPARE(store.writes(), 0);
+    // As if the program had not been able to write.
+    FakeDefaultsStore empty;
+    QVERIFY(ask({latin("auto-free"), latin("on")}, unstored, empty));
+    QCOMPARE(code.load(), 1);
+    QCOMPARE(unstored.err(), latin("halvardctl: changed until the program ends; the settings could not be written\n"));
+    QCOMPARE(empty.writes(), 0);
     thread.quit();
     thread.wait();
   }
