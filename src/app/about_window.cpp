@@ -18,7 +18,7 @@ AboutWindow::AboutWindow(const std::vector<ShareButton>& shareButtons) {
   const QString name = application_identity::kDisplayName;
   setWindowTitle(tr("About %1").arg(name));
   setAttribute(Qt::WA_QuitOnClose, false);
-  setFixedSize(320, shareButtons.empty() ? 250 : 288);
+  setFixedSize(320, shareButtons.empty() ? 234 : 272);
   auto* layout = new QVBoxLayout(this);
   layout->setContentsMargins(28, 110, 28, 24);
   layout->setSpacing(4);

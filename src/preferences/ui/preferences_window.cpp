@@ -19,6 +19,8 @@ namespace {
 
 constexpr int kWidth = 500;
 constexpr int kSide = 28;
+/// What a control keeps free around it for its focus ring: texts stand as far in.
+constexpr int kRing = 3;
 constexpr int kIndent = 28;
 constexpr int kBlinkMilliseconds = 400;
 
@@ -36,7 +38,7 @@ PreferencesWindow::PreferencesWindow() {
   setWindowTitle(tr("Preferences"));
   setAttribute(Qt::WA_QuitOnClose, false);
   auto* layout = new QVBoxLayout(this);
-  layout->setContentsMargins(kSide, 20, kSide, 24);
+  layout->setContentsMargins(kSide - kRing, 20, kSide, 24);
   layout->setSpacing(6);
   addHeading(*layout, tr("General"));
   launchAtLoginButton = addCheckBox(*layout, tr("Start at login"));
@@ -59,6 +61,7 @@ PreferencesWindow::PreferencesWindow() {
 
 void PreferencesWindow::addHeading(QVBoxLayout& layout, const QString& text) {
   auto* row = new QHBoxLayout;
+  row->setContentsMargins(kRing, 0, 0, 0);
   row->setSpacing(12);
   row->addWidget(makeLabel(text, ui_style::font(13, QFont::DemiBold), ui_style::calmColor()));
   auto* rule = new QFrame;
@@ -81,7 +84,7 @@ void PreferencesWindow::addVisionList(QVBoxLayout& layout) {
   visionComboBox->addItems({tr("Nothing"), tr("Used memory in percent"), tr("Used memory"), tr("Free memory")});
   visionComboBox->setAccessibleName(tr("Beside the icon, show"));
   auto* row = new QHBoxLayout;
-  row->setContentsMargins(3, 4, 0, 0);
+  row->setContentsMargins(kRing, 4, 0, 0);
   row->setSpacing(10);
   row->addWidget(makeLabel(tr("Beside the icon, show"), ui_style::font(13), ui_style::primaryTextColor()));
   row->addWidget(visionComboBox);
@@ -114,7 +117,7 @@ void PreferencesWindow::addDescription(QVBoxLayout& layout) {
   text.setWordWrap(true);
   text.setAlignment(Qt::AlignLeft | Qt::AlignTop);
   text.setContentsMargins(kIndent, 4, 0, 0);
-  text.setFixedSize(kWidth - 2 * kSide, 4 + 2 * text.fontMetrics().lineSpacing());
+  text.setFixedSize(kWidth - 2 * kSide + kRing, 4 + 2 * text.fontMetrics().lineSpacing());
   layout.addWidget(&text);
 }
 

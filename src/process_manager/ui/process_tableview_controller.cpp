@@ -22,8 +22,8 @@ ProcessTableviewController::ProcessTableviewController(ProcessesManager& process
       m_tableViewApps(new QListView(m_view)),
       m_progressIndicator(new ProgressIndicator(m_view)) {
   auto* layout = new QVBoxLayout(m_view);
-  // The panel's button reaches a little over the lower edge; four rows fit above it.
-  layout->setContentsMargins(0, 0, 2, 8);
+  // The panel's rim stays to be seen. Its button reaches a little over the lower edge; four rows fit above it.
+  layout->setContentsMargins(1, 0, 2, 8);
   layout->addWidget(m_tableViewApps);
   m_tableViewApps->setModel(&m_model);
   m_tableViewApps->setItemDelegate(new ProcessRowDelegate(m_tableViewApps));
