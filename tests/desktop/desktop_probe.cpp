@@ -34,6 +34,18 @@ std::optional<QString> runTool(const QString& program, const QStringList& argume
   return QString::fromLocal8Bit(process.readAllStandardOutput()).trimmed();
 }
 
+std::optional<QRect> frameOfWindow(const QString& className) {
+  const auto answer = runTool(QStringLiteral("xdotool"),
+                              {QStringLiteral("search"), QStringLiteral("--onlyvisible"), QStringLiteral("--class"),
+                               className, QStringLiteral("getwindowgeometry"), QStringLiteral("--shell")});
+  if (!answer) return std::nullopt;
+  const auto number = [lines = answer->split(QLatin1Char('\n'))](const char* name) {
+    const QString start = QString::fromLatin1(name) + QLatin1Char('=');
+    return lines.filter(start).value(0).section(QLatin1Char('='), 1).toInt();
+  };
+  return QRect(number("X"), number("Y"), number("WIDTH"), number("HEIGHT"));
+}
+
 void clickAt(QPoint pixel, int button) {
   runTool(QStringLiteral("xdotool"), {QStringLiteral("mousemove"), QString::number(pixel.x()),
                                       QString::number(pixel.y()), QStringLiteral("click"), QString::number(button)});
