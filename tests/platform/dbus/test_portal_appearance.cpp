@@ -65,11 +65,9 @@ class TestPortalAppearance : public QObject {
     QTest::addColumn<bool>("isOld");
     QTest::addColumn<uint>("scheme");
     QTest::addColumn<bool>("isDark");
-    QTest::newRow("new, no preference") << false << 0U << false;
     QTest::newRow("new, dark") << false << 1U << true;
     QTest::newRow("new, light") << false << 2U << false;
     QTest::newRow("old, dark") << true << 1U << true;
-    QTest::newRow("old, light") << true << 2U << false;
   }
   void readsTheSchemeOfOldAndNewPortals() {
     QFETCH(bool, isOld);

@@ -8,7 +8,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "platform/linux/processes/executable_name.h"
 #include "platform/linux/processes/linux_process_information.h"
 #include "platform/linux/processes/linux_process_table.h"
 #include "process_fixture.h"
@@ -46,17 +45,13 @@ class TestProcessTable : public QObject {
     QTest::addColumn<QByteArray>("command");  // null: no line
     const QByteArray tail = " S 1 2 3 0 -1 4194560 5 6 7 8 70 30 9 9 20 0 4 0 6601 1 2 3 40 0 50 0 0\n";
     QTest::newRow("plain") << "42 (bash)" + tail << QByteArray("bash");
-    QTest::newRow("no final newline") << ("42 (bash)" + tail).chopped(1) << QByteArray("bash");
     QTest::newRow("closing parenthesis") << "42 (a) R 9 (b)" + tail << QByteArray("a) R 9 (b");
-    QTest::newRow("newline, blanks") << "42 ( \n )" + tail << QByteArray(" \n ");
     QTest::newRow("nothing") << "42 ()" + tail << QByteArray("");
     QTest::newRow("not text") << "42 (\xff\xfe)" + tail << QByteArray("\xff\xfe");
     QTest::newRow("empty") << QByteArray() << QByteArray();
     QTest::newRow("no name") << "42 bash" + tail << QByteArray();
     QTest::newRow("cut in the name") << QByteArray("42 (ba") << QByteArray();
     QTest::newRow("cut in the numbers") << ("42 (bash)" + tail).chopped(12) << QByteArray();
-    QTest::newRow("no pid") << " (bash)" + tail << QByteArray();
-    QTest::newRow("words for numbers") << QByteArray("42 (bash) S one 2 3") << QByteArray();
     QTest::newRow("pid too large") << "99999999999 (bash)" + tail << QByteArray();
   }
   void statLines() {
@@ -76,21 +71,8 @@ class TestProcessTable : public QObject {
 
   void residentPages() {
     QCOMPARE(parseResidentPages("100 23 4 0 0 1 0\n"), std::optional<PageCount>(23));
-    QCOMPARE(parseResidentPages("100 23"), std::optional<PageCount>(23));
-    for (const char* bad : {"", "100", "100 \n", "100 x 3", "100 -2 3"})
+    for (const char* bad : {"", "100", "100 x 3"})
       QVERIFY2(!parseResidentPages(bad), bad);
-  }
-
-  void executableNames() {
-    using namespace std::string_view_literals;
-    const auto command = "gnome-terminal-"sv;
-    QCOMPARE(executableName(command, "/usr/libexec/gnome-terminal-server", ""), "gnome-terminal-server"sv);
-    QCOMPARE(executableName(command, "/usr/libexec/gnome-terminal-server (deleted)", ""), "gnome-terminal-server"sv);
-    QCOMPARE(executableName(command, "/usr/bin/python3", "python3\0/usr/bin/gnome-terminal-script\0x\0"sv),
-             "gnome-terminal-script"sv);
-    QCOMPARE(executableName(command, "", "gnome-terminal-x"sv), "gnome-terminal-x"sv);
-    QCOMPARE(executableName(command, "/usr/bin/other", "other\0-v\0gnome-terminal-x\0"sv), command);
-    QCOMPARE(executableName(command, "", ""), command);
   }
 
   void recordsComeNewestFirst() {
@@ -116,6 +98,9 @@ class TestProcessTable : public QObject {
   }
 
   void unreadableAndOtherFoldersAreLeftOut() {
+    LinuxProcessTable missing(0, "/nonexistent");
+    QCOMPARE(missing.read().error, ENOENT);
+    QVERIFY(!missing.read().processes && !missing.parentPid(1));
     ProcessFixture fixture;
     fixture.addProcess(10, 1, "whole", 10, 1);
     fixture.write(11, "statm", "9 9");  // "stat" cannot be opened
@@ -134,13 +119,6 @@ class TestProcessTable : public QObject {
       QCOMPARE(pids(reading), (std::vector<std::int32_t>{15, 10}));
       QVERIFY(!find(reading, 15)->residentBytes);
     }
-  }
-
-  void missingFolderIsAnError() {
-    LinuxProcessTable table(0, "/nonexistent");
-    QCOMPARE(table.read().error, ENOENT);
-    QVERIFY(!table.read().processes);
-    QVERIFY(!table.parentPid(1));
   }
 
   void changesShowThroughKeptDescriptorsToo_data() {
@@ -222,11 +200,14 @@ class TestProcessTable : public QObject {
     fixture.link(11, "exe", text("/opt/shorter"));
     fixture.addProcess(12, 1, "a-script-of-fif", 12);
     fixture.write(12, "cmdline", QByteArray("/bin/sh\0/opt/a-script-of-fifteen\0-v\0", 36));
+    fixture.addProcess(13, 1, "renamed-by-itse", 13);
+    fixture.link(13, "exe", text("/opt/other"));
     LinuxProcessTable table(0, fixture.root());
     const auto reading = table.read();
     QCOMPARE(find(reading, 10)->name, text("a-name-of-fifteen-and-more"));
     QCOMPARE(find(reading, 11)->name, text("short"));
     QCOMPARE(find(reading, 12)->name, text("a-script-of-fifteen"));
+    QCOMPARE(find(reading, 13)->name, text("renamed-by-itse"));
   }
 
   void fiveThousandProcessesAreAllRead() {
