@@ -1,9 +1,11 @@
 #include "core/size_format.h"
 
 #include <QStringList>
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <limits>
 
 namespace halvard::size_format {
 namespace {
@@ -54,6 +56,11 @@ QString stringFromSize(std::int64_t bytes) {
   }
   const int decimals = value < 10 ? 2 : value < 100 ? 1 : 0;
   return QString::asprintf("%1.*f %s", decimals, value, units.at(unit));
+}
+
+QString stringFromDifference(std::int64_t bytes) {
+  constexpr std::int64_t kLeast = -std::numeric_limits<std::int64_t>::max();
+  return bytes < 0 ? u'-' + stringFromSize(-std::max(bytes, kLeast)) : stringFromSize(bytes);
 }
 
 QString formatMemoryStringDot0(ByteCount bytes) {

@@ -13,6 +13,9 @@ namespace halvard::size_format {
 /// TB is the last unit. A negative count is printed in bytes.
 QString stringFromSize(std::int64_t bytes);
 
+/// The same for what may be a loss: a negative count is the amount with a sign, "-1.50 MB".
+QString stringFromDifference(std::int64_t bytes);
+
 /// Steps of 1000: "Zero Bytes", "999 B", "1.5 MB", "16 MB". From 10^18 on a figure in PB after one division too many.
 QString formatMemoryStringDot0(ByteCount bytes);
 

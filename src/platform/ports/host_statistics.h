@@ -29,12 +29,24 @@ struct VmStatistics {
   PageCount wire_count = 0;
 };
 
+/// What has passed between RAM and swap since the machine started, whoever it belongs to, in bytes of page contents.
+/// Where swap is compressed in RAM, that counts as swap. What was read ahead without being asked for is in it.
+struct SwapTraffic {
+  ByteCount outBytes = 0;
+  ByteCount inBytes = 0;
+  bool operator==(const SwapTraffic&) const = default;
+};
+
 /// How much has been paged out, and to where. Bytes of page contents, before compression.
 struct SwapUsage {
   /// Contents held compressed in RAM: by zram devices that are swap areas, and by zswap.
   ByteCount compressedBytes = 0;
   /// Contents on swap partitions and files, without what zswap still holds: moved, not freed.
   ByteCount swappedToDiskBytes = 0;
+  /// Contents that are in swap and not in RAM as well, pages of zeros included.
+  ByteCount awayBytes = 0;
+  /// Nothing when the machine does not count it.
+  std::optional<SwapTraffic> traffic = std::nullopt;
 };
 
 /// The machine's memory counters. Main thread, except where an instance is made for another thread alone.

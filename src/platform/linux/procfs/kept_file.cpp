@@ -24,4 +24,16 @@ std::string_view readFile(const std::string& path, std::span<char> buffer) {
   return KeptFile(path).read(buffer);
 }
 
+std::string_view readFileInPieces(const std::string& path, std::span<char> buffer) {
+  const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+  std::size_t length = 0;
+  while (file && length < buffer.size()) {
+    const ssize_t piece = ::read(file.get(), buffer.data() + length, buffer.size() - length);
+    if (piece < 0 && errno == EINTR) continue;
+    if (piece <= 0) break;
+    length += static_cast<std::size_t>(piece);
+  }
+  return {buffer.data(), length};
+}
+
 }  // namespace halvard

@@ -26,4 +26,7 @@ class KeptFile {
 /// The same for a file that is read once.
 std::string_view readFile(const std::string& path, std::span<char> buffer);
 
+/// The same for a file that the kernel hands out in pieces, as it does with what is longer than a page.
+std::string_view readFileInPieces(const std::string& path, std::span<char> buffer);
+
 }  // namespace halvard

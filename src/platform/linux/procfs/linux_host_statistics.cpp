@@ -8,12 +8,14 @@
 #include <cerrno>
 
 #include "platform/linux/procfs/swap_devices.h"
+#include "platform/linux/procfs/swap_traffic.h"
 
 namespace halvard {
 namespace {
 
 /// Four times what kernel 6.18 writes.
 constexpr std::size_t kMeminfoBuffer = 8192;
+constexpr std::size_t kVmstatBuffer = 32768;
 /// Enough for 128 processors. Of a longer file, and of one with several memory nodes, which the kernel may hand out in
 /// pieces, the lists that come with one read count.
 constexpr std::size_t kZoneinfoBuffer = std::size_t{64} << 10;
@@ -136,15 +138,22 @@ HostStatistics::KernelReturn LinuxHostStatistics::hostStatistics(VmStatistics& s
   return kSuccess;
 }
 
+std::optional<SwapTraffic> LinuxHostStatistics::swapTraffic() const {
+  std::array<char, kVmstatBuffer> buffer;
+  return parseSwapTraffic(readFileInPieces(m_procRoot + "/vmstat", buffer), pageSizeOrDefault());
+}
+
 std::optional<SwapUsage> LinuxHostStatistics::swapUsage() const {
   std::array<char, kMeminfoBuffer> buffer;
   const std::optional<MemoryInfo> info = parseMemoryInfo(readFile(m_procRoot + "/meminfo", buffer));
   if (!info) return std::nullopt;
-  if (info->swapTotal == 0) return SwapUsage{};
+  const std::optional<SwapTraffic> traffic = swapTraffic();
+  if (info->swapTotal == 0) return SwapUsage{.traffic = traffic};
   const std::optional<SwapDevices> devices = parseSwapDevices(readFile(m_procRoot + "/swaps", buffer));
   if (!devices) return std::nullopt;
   // zswap's pages keep their places on the disk, but are still in RAM.
-  SwapUsage usage{info->zswapContents, difference(devices->usedElsewhere, info->zswapContents)};
+  SwapUsage usage{info->zswapContents, difference(devices->usedElsewhere, info->zswapContents),
+                  difference(difference(info->swapTotal, info->swapFree), info->swapCached), traffic};
   for (const std::uint32_t number : devices->zram()) {
     const std::optional<ByteCount> contents = zramContents(m_sysRoot, number);
     if (!contents) return std::nullopt;

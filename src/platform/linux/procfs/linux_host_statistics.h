@@ -41,6 +41,8 @@ class LinuxHostStatistics : public HostStatistics {
   std::optional<std::uint32_t> pageSize() const override { return m_pageSize; }
   /// As of the latest good reading; one is made at construction.
   ByteCount physicalMemory() const override { return m_physicalMemory; }
+  /// From /proc/meminfo (what is away: SwapTotal - SwapFree - SwapCached), /proc/swaps (disks), the mm_stat of the zram
+  /// devices among them (compressed), and /proc/vmstat (traffic, see parseSwapTraffic).
   /// Opens its files each time: it is asked around a purge, not every second.
   std::optional<SwapUsage> swapUsage() const override;
 
@@ -50,6 +52,7 @@ class LinuxHostStatistics : public HostStatistics {
   /// 0 when the pools cannot be read even after listing them anew.
   ByteCount poolBytes(const MemoryInfo& info);
   ByteCount processorFreeBytes(const MemoryInfo& info);
+  std::optional<SwapTraffic> swapTraffic() const;
   std::uint32_t pageSizeOrDefault() const { return m_pageSize.value_or(4096); }
 
   std::string m_procRoot;

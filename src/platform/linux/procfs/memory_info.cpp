@@ -13,8 +13,8 @@ struct Line {
   ByteCount MemoryInfo::*member;
 };
 
-// In the order of the file, so that the search below mostly hits at once; the last two may be missing.
-constexpr std::array<Line, 14> kLines{{
+// In the order of the file, so that the search below mostly hits at once; the last three may be missing.
+constexpr std::array<Line, 15> kLines{{
     {"MemTotal:", &MemoryInfo::total},
     {"MemFree:", &MemoryInfo::free},
     {"MemAvailable:", &MemoryInfo::available},
@@ -27,11 +27,12 @@ constexpr std::array<Line, 14> kLines{{
     {"AnonPages:", &MemoryInfo::anonymousMapped},
     {"Shmem:", &MemoryInfo::shared},
     {"SReclaimable:", &MemoryInfo::reclaimableSlab},
+    {"SwapCached:", &MemoryInfo::swapCached},
     {"Zswap:", &MemoryInfo::zswapPool},
     {"Zswapped:", &MemoryInfo::zswapContents},
 }};
 constexpr std::uint32_t kAll = (1U << kLines.size()) - 1;
-constexpr std::uint32_t kRequired = kAll >> 2;
+constexpr std::uint32_t kRequired = kAll >> 3;
 
 /// The rest of a line behind its name: "  24684084 kB".
 std::optional<ByteCount> parseKilobytes(std::string_view text) {

@@ -18,6 +18,7 @@ struct MemoryInfo {
   ByteCount inactiveAnonymous = 0;  ///< Inactive(anon): shared memory included
   ByteCount swapTotal = 0;          ///< SwapTotal
   ByteCount swapFree = 0;           ///< SwapFree
+  ByteCount swapCached = 0;         ///< SwapCached: in swap and in RAM; 0 on kernels without the line
   ByteCount zswapPool = 0;          ///< Zswap: RAM that zswap's pool occupies; 0 on kernels without the line
   ByteCount zswapContents = 0;      ///< Zswapped: what that pool holds, before compression; 0 without the line
   ByteCount anonymousMapped = 0;    ///< AnonPages: lazily freeable and locked pages included, swap cache not

@@ -5,6 +5,7 @@
 #include "platform/linux/procfs/memory_pressure.h"
 #include "platform/linux/procfs/processor_stat.h"
 #include "platform/linux/procfs/swap_devices.h"
+#include "platform/linux/procfs/swap_traffic.h"
 
 using namespace halvard;
 
@@ -80,6 +81,30 @@ class TestProcfsParsers : public QObject {
     for (const char* bad :
          {"8192 100\n", "8192 100 40", "-1 100 4096 0\n", "1 1 1152921504606846977 0\n", "\xff 2 3\n"})
       QVERIFY2(!parseZramStatistics(bad), bad);
+  }
+
+  void swapTraffic_data() {
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<QList<quint64>>("outAndIn");  // empty: nothing
+    QTest::newRow("zram") << QByteArray("nr_free 1\npswpin 3\npswpout 5\npgpgin 9\n") << QList<quint64>{5, 3};
+    QTest::newRow("pages of zeros and zswap, each page once")
+        << QByteArray("pswpin 3\npswpout 5\nswpin_zero 20\nswpout_zero 10\nzswpin 200\nzswpout 100\nzswpwb 4\n")
+        << QList<quint64>{5 + 10 + 96, 3 + 20 + 200};
+    QTest::newRow("written back from an earlier time")
+        << QByteArray("pswpin 0\npswpout 9\nzswpout 4\nzswpwb 5\n") << QList<quint64>{9, 0};
+    QTest::newRow("names that only begin so")
+        << QByteArray("pswpin_x 3\npswpin 1\nxpswpout 2\npswpout 2\n") << QList<quint64>{2, 1};
+    QTest::newRow("not counted") << QByteArray("nr_free 1\nzswpin 2\n") << QList<quint64>();
+    QTest::newRow("cut inside a number") << QByteArray("pswpin 3\npswpout 5") << QList<quint64>();
+    QTest::newRow("beyond any machine") << QByteArray("pswpin 3\npswpout 18446744073709551615\n") << QList<quint64>();
+    QTest::newRow("empty") << QByteArray() << QList<quint64>();
+  }
+  void swapTraffic() {
+    QFETCH(QByteArray, text);
+    const auto traffic = parseSwapTraffic(view(text), 4096);
+    const QList<quint64> outAndIn =
+        traffic ? QList<quint64>{traffic->outBytes / 4096, traffic->inBytes / 4096} : QList<quint64>();
+    QTEST(outAndIn, "outAndIn");
   }
 
   void swapsTellZramFromOthers() {

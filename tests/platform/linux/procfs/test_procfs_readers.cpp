@@ -156,7 +156,7 @@ class TestProcfsReaders : public QObject {
     QVERIFY(!host.swapUsage());
     machine.writeMeminfo();
     QCOMPARE(host.swapUsage()->compressedBytes, 0u);
-    machine.writeMeminfo({{"SwapTotal", 3000}, {"Zswapped", 40}});
+    machine.writeMeminfo({{"SwapTotal", 3000}, {"SwapFree", 2300}, {"SwapCached", 25}, {"Zswapped", 40}});
     QVERIFY2(!host.swapUsage(), "no list of swap areas");
     machine.write("swaps",
                   "Filename Type Size Used Priority\n/dev/zram0 partition 1024000 512000 100\n"
@@ -166,6 +166,11 @@ class TestProcfsReaders : public QObject {
     machine.writeZram("zram1", 77, 77);
     QCOMPARE(host.swapUsage()->compressedBytes, (480 + 40) * kMiB);
     QCOMPARE(host.swapUsage()->swappedToDiskBytes, (100 - 40) * kMiB);
+    QCOMPARE(host.swapUsage()->awayBytes, (3000 - 2300 - 25) * kMiB);
+    QVERIFY(!host.swapUsage()->traffic);
+    machine.write("vmstat", QByteArray(9000, 'x') + " 1\npswpin 3\npswpout 5\nswpout_zero 2\n");
+    const auto page = static_cast<ByteCount>(::sysconf(_SC_PAGESIZE));
+    QVERIFY(host.swapUsage()->traffic == std::optional(SwapTraffic{7 * page, 3 * page}));
   }
 
   void processorCountersNeverGoBack() {
@@ -201,7 +206,7 @@ class TestProcfsReaders : public QObject {
     QVERIFY(record);
     const PageCount used = record->internal_page_count - record->purgeable_count + record->wire_count;
     QVERIFY(used > 0 && used * *host.pageSize() < host.physicalMemory());
-    QVERIFY(host.swapUsage());
+    QVERIFY(host.swapUsage() && host.swapUsage()->traffic);
     LinuxProcessorTicks ticks;
     QCOMPARE(ticks.processorCount(), std::optional(static_cast<std::uint32_t>(::sysconf(_SC_NPROCESSORS_CONF))));
     if (QFile::exists(QStringLiteral("/proc/pressure/memory"))) QVERIFY(MemoryPressureReader().read());
