@@ -22,11 +22,13 @@ class Filling {
       : m_readings(readings), m_clock(clock), m_limits(limits), m_worker(std::move(worker)) {}
 
   bool isAlive() const { return m_worker && m_worker->isAlive(); }
+  bool hasPinned() const { return m_hasPinned; }
   void close() { m_worker.reset(); }
   std::uint32_t nextNumber() { return m_buffers++; }
 
   void begin(std::uint32_t number, ByteCount size) {
     const bool pinned = mayPin(size) && perform(pinOperation(), number, size);
+    m_hasPinned = m_hasPinned || pinned;
     if (!pinned) perform(Operation::MakeVolatile, number, size);
   }
   bool perform(Operation operation, std::uint32_t number, ByteCount size) {
@@ -68,6 +70,7 @@ class Filling {
   const std::chrono::steady_clock::time_point m_started = m_clock.monotonicNow();
   std::chrono::milliseconds m_waited{0};
   std::uint32_t m_buffers = 0;
+  bool m_hasPinned = false;
 };
 
 class WorkerData : public PurgeableData {
@@ -96,7 +99,9 @@ class WorkerSession : public PurgeableSession {
     return std::make_unique<WorkerData>(m_filling, size);
   }
   bool isAlive() const override { return m_filling->isAlive(); }
-  ReclaimOutcome outcome() const override { return {ReclaimMethod::Fill, 0, {}}; }
+  ReclaimOutcome outcome() const override {
+    return {m_filling->hasPinned() ? ReclaimMethod::Fill : ReclaimMethod::None, 0, {}};
+  }
 
  private:
   std::shared_ptr<Filling> m_filling;

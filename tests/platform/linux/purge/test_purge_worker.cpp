@@ -143,6 +143,7 @@ class TestPurgeWorker : public QObject {
     data->beginContentAccess();
     data->overwriteWithZeros();
     QVERIFY(residentMebibytes(worker) >= 64);
+    QVERIFY(session->outcome().method == ReclaimMethod::Fill);
     QCOMPARE(mebibytes(worker, "LazyFree:", "smaps_rollup"), 0.0);
     data->endContentAccess();
     QCOMPARE(mebibytes(worker, "LazyFree:", "smaps_rollup"), 64.0);
@@ -180,6 +181,7 @@ class TestPurgeWorker : public QObject {
       data->overwriteWithZeros();
       QCOMPARE(m_readings.calls, 1);
       QVERIFY(residentMebibytes(worker) < idle + 1);
+      QVERIFY(session->outcome().method == ReclaimMethod::None);
       data->endContentAccess();
       data->discardContentIfPossible();
       QVERIFY(session->isAlive());
