@@ -1,5 +1,7 @@
 #include "preferences/cleaning_exclusions.h"
 
+#include <algorithm>
+
 #include "preferences/stored_keys.h"
 
 namespace halvard {
@@ -17,23 +19,25 @@ QStringList CleaningExclusions::names() const {
   return names;
 }
 
-bool CleaningExclusions::add(const QString& name) {
+Result<void> CleaningExclusions::add(const QString& name) {
+  const QString wanted = name.trimmed();
   QStringList known = names();
-  if (name.trimmed().isEmpty() || known.contains(name.trimmed(), Qt::CaseInsensitive)) return false;
-  save(known << name.trimmed());
-  return true;
+  const bool isLine =
+      std::none_of(wanted.begin(), wanted.end(), [](QChar one) { return one.category() == QChar::Other_Control; });
+  if (wanted.isEmpty() || !isLine) return Error{QStringLiteral("a name is one line with something in it")};
+  if (known.contains(wanted, Qt::CaseInsensitive)) return Error{QStringLiteral("'%1' is excluded already").arg(wanted)};
+  return save(known << wanted);
 }
 
-bool CleaningExclusions::remove(const QString& name) {
+Result<void> CleaningExclusions::remove(const QString& name) {
+  const QString wanted = name.trimmed();
   QStringList known = names();
-  const auto count =
-      known.removeIf([&](const QString& one) { return one.compare(name.trimmed(), Qt::CaseInsensitive) == 0; });
-  if (count == 0) return false;
-  save(known);
-  return true;
+  const auto count = known.removeIf([&](const QString& one) { return one.compare(wanted, Qt::CaseInsensitive) == 0; });
+  if (count == 0) return Error{QStringLiteral("'%1' is not excluded").arg(wanted)};
+  return save(known);
 }
 
-void CleaningExclusions::save(const QStringList& names) {
+Result<void> CleaningExclusions::save(const QStringList& names) {
   if (names.isEmpty()) {
     m_store.removeObject(stored_keys::cleaningExclusions);
   } else {
@@ -42,7 +46,8 @@ void CleaningExclusions::save(const QStringList& names) {
       array.push_back({name});
     m_store.setObject(stored_keys::cleaningExclusions, {std::move(array)});
   }
-  m_store.synchronize();
+  if (m_store.synchronize()) return {};
+  return Error{QStringLiteral("the settings could not be written")};
 }
 
 }  // namespace halvard

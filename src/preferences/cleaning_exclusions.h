@@ -3,6 +3,7 @@
 #include <QString>
 #include <QStringList>
 
+#include "core/result.h"
 #include "platform/ports/defaults_store.h"
 
 namespace halvard {
@@ -16,13 +17,13 @@ class CleaningExclusions {
 
   /// Sorted. What is stored in another form counts as nothing.
   QStringList names() const;
-  /// False when it is there already, or `name` is blank.
-  bool add(const QString& name);
-  /// False when it is not there.
-  bool remove(const QString& name);
+  /// An error, and nothing changed, when it is there already or cannot be a name (blank, more than one line).
+  Result<void> add(const QString& name);
+  /// An error, and nothing changed, when it is not there.
+  Result<void> remove(const QString& name);
 
  private:
-  void save(const QStringList& names);
+  Result<void> save(const QStringList& names);
 
   DefaultsStore& m_store;
 };
