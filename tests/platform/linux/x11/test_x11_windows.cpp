@@ -69,6 +69,16 @@ class Client {
     ::xcb_ewmh_set_client_list(&m_ewmh, 0, static_cast<std::uint32_t>(windows.size()), windows.data());
     ::xcb_flush(m_connection);
   }
+  void focus(xcb_window_t window) {
+    ::xcb_set_input_focus(m_connection, XCB_INPUT_FOCUS_NONE, window, XCB_CURRENT_TIME);
+    ::xcb_flush(m_connection);
+  }
+  // A tray host owns this selection with a window of its own.
+  void becomeTrayHost() {
+    ::xcb_set_selection_owner(m_connection, open(m_ewmh._NET_WM_WINDOW_TYPE_DOCK), atom("_NET_SYSTEM_TRAY_S0"),
+                              XCB_CURRENT_TIME);
+    ::xcb_flush(m_connection);
+  }
   xcb_window_t activeWindow() {
     xcb_window_t window = 0;
     ::xcb_ewmh_get_active_window_reply(&m_ewmh, ::xcb_ewmh_get_active_window(&m_ewmh, 0), &window, nullptr);
@@ -138,6 +148,33 @@ class TestX11Windows : public QObject {
     QVERIFY(windows.activate(std::array{std::int32_t(::getpid()), 99'999'999}));
     QTRY_COMPARE(client.activeWindow(), upper);
     QVERIFY(!windows.activate(std::array{99'999'999}));
+  }
+
+  void attentionFollowsTheFocusAndKnowsWhoServesTheDesktop() {
+    X11Windows windows(m_display->name());
+    Client client(*m_display);
+    QVERIFY(windows.attention().hasDisplay && !windows.attention().focused);
+    QCOMPARE(windows.attention().servants.size(), 0u);
+    // Without a window manager the server itself knows who has the keyboard.
+    const xcb_window_t plain = client.open(0);
+    client.focus(plain);
+    QTRY_COMPARE(windows.attention().focused, std::optional(std::int32_t(::getpid())));
+    client.destroy(plain);
+    QTRY_VERIFY(!windows.attention().focused);
+
+    QVERIFY(m_display->startWindowManager());
+    QCOMPARE(windows.attention().servants.size(), 1u);
+    client.becomeTrayHost();
+    QTRY_COMPARE(windows.attention().servants.size(), 2u);
+    QCOMPARE(windows.attention().servants.back(), std::int32_t(::getpid()));
+    QProcess* other = m_display->start(QStringLiteral("xterm"), {QStringLiteral("-e"), QStringLiteral("sleep 600")});
+    QVERIFY(other);
+    QTRY_COMPARE_WITH_TIMEOUT(windows.attention().focused, std::optional(std::int32_t(other->processId())), 20'000);
+    client.open(0);
+    QTRY_COMPARE(windows.attention().focused, std::optional(std::int32_t(::getpid())));
+    m_display->stop();
+    QTRY_VERIFY(!windows.attention().hasDisplay);
+    QVERIFY(!windows.attention().focused && windows.attention().servants.empty());
   }
 
   void closingAsksThroughTheManagerOrTheWindow_data() {
