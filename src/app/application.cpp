@@ -7,7 +7,7 @@
 
 #include "app/launch_steps.h"
 #include "core/application_identity.h"
-#include "memory/memory_status.h"
+#include "memory/purge_record.h"
 #include "process_manager/ui/process_tableview_controller.h"
 #include "promo/ui/viewer_page_window.h"
 
@@ -143,6 +143,7 @@ Application::Application(const Platform& platform)
                                   QStringLiteral(":/purge.sh")},
           platform.statusItem, platform.appearance, *m_parts, platform.windowHints, *m_reportedCpuUsage,
           m_startAtLogin})),
+      m_journal(m_interface->controller(), platform.hostStatistics, m_version, platform.defaultsStore, platform.clock),
       m_lifecycle(platform.lifecycle, platform.defaultsStore, platform.clock, platform.distributedNotifications,
                   m_notifications, m_branding),
       m_launch(std::make_unique<Launch>(*this)),
@@ -187,6 +188,8 @@ void Application::connectControlServer() {
           [&server](double progress) { server.publishProgress(progress); });
   connect(&controller, &ZPPurgeController::purgeFinished, this,
           [&server](const PurgeReport& report) { server.publishFinished(purgeRecord(report)); });
+  connect(&m_journal, &PurgeJournal::rechecked, this,
+          [&server](const PurgeReport& report) { server.publishRechecked(purgeRecord(report)); });
 }
 
 }  // namespace halvard

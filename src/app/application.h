@@ -11,6 +11,7 @@
 #include "core/macos_version.h"
 #include "core/notification_center.h"
 #include "login/run_at_login_manager.h"
+#include "memory/purge_journal.h"
 #include "menubar/panel_parts.h"
 #include "preferences/preferences_model.h"
 #include "preferences/showcase_defaults.h"
@@ -94,6 +95,7 @@ class Application : public QObject {
   std::unique_ptr<Parts> m_parts;
   std::unique_ptr<Promotion> m_promotion;
   std::unique_ptr<MainInterface> m_interface;
+  PurgeJournal m_journal;
   LifecycleServices m_lifecycle;
   std::unique_ptr<Launch> m_launch;
   ZPAppDelegate m_delegate;

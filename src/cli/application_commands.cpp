@@ -6,32 +6,13 @@
 #include <QJsonObject>
 #include <algorithm>
 
+#include "cli/list_options.h"
 #include "core/application_identity.h"
 #include "core/size_format.h"
 #include "process_manager/processes_manager.h"
 
 namespace halvard {
 namespace {
-
-struct TopOptions {
-  int count = -1;  // all of them
-  bool json = false;
-};
-
-std::optional<TopOptions> parseTop(QStringList words) {
-  TopOptions options;
-  while (!words.isEmpty()) {
-    const QString word = words.takeFirst();
-    if (word == QStringLiteral("--json")) {
-      options.json = true;
-      continue;
-    }
-    bool isNumber = false;
-    options.count = word == QStringLiteral("-n") && !words.isEmpty() ? words.takeFirst().toInt(&isNumber) : 0;
-    if (!isNumber || options.count < 0) return std::nullopt;
-  }
-  return options;
-}
 
 QString nameOf(const ApplicationEntry& entry) {
   return entry.name.value_or(QStringLiteral("Unknown"));
@@ -78,11 +59,11 @@ ApplicationList ApplicationCommands::readList() {
 }
 
 int ApplicationCommands::runTop(const QStringList& arguments) {
-  const std::optional<TopOptions> options = parseTop(arguments);
+  const std::optional<ListOptions> options = parseListOptions(arguments);
   if (!options) return m_output.fail(QStringLiteral("usage: top [-n N] [--json]"), kExitUsage);
   ApplicationEntries applications = *readList();
-  if (options->count >= 0 && applications.size() > static_cast<std::size_t>(options->count)) {
-    applications.erase(applications.begin() + options->count, applications.end());
+  if (options->count && applications.size() > static_cast<std::size_t>(*options->count)) {
+    applications.erase(applications.begin() + *options->count, applications.end());
   }
   if (options->json) {
     QJsonArray records;

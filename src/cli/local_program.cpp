@@ -14,6 +14,7 @@ LocalProgram::LocalProgram(const CliServices& services, PurgeControllerView& vie
       m_controller({services.hostStatistics, m_purgeManager, m_preferences, m_defaults, services.clock, m_notifications,
                     m_silence, m_cpu, m_noWatch, services.scripts, m_version, {}, {}},
                    view),
+      m_journal(m_controller, services.hostStatistics, m_version, services.store, services.clock),
       m_snapshot(services.hostStatistics, m_version) {
   m_snapshot.initValues();
   m_controller.initValues();

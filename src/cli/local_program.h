@@ -2,6 +2,7 @@
 
 #include "core/macos_version.h"
 #include "core/notification_center.h"
+#include "memory/purge_journal.h"
 #include "memory/zp_purge_controller.h"
 #include "platform/ports/user_notification_center.h"
 #include "preferences/preferences_model.h"
@@ -35,6 +36,7 @@ class LocalProgram {
   /// The status record as of the latest refresh. The processor figure is the share since the call before.
   QJsonObject status();
   ZPPurgeController& controller() { return m_controller; }
+  PurgeJournal& journal() { return m_journal; }
 
  private:
   class Silence : public UserNotificationCenter {
@@ -70,6 +72,7 @@ class LocalProgram {
   PreferencesModel m_preferences;
   PurgeManager m_purgeManager;
   ZPPurgeController m_controller;
+  PurgeJournal m_journal;
   MemorySnapshot m_snapshot;
 };
 

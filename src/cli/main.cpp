@@ -8,7 +8,9 @@
 
 #include "cli/application_commands.h"
 #include "cli/defaults_command.h"
+#include "cli/exclude_command.h"
 #include "cli/format_command.h"
+#include "cli/history_command.h"
 #include "cli/login_command.h"
 #include "cli/memory_commands.h"
 #include "cli/preferences_command.h"
@@ -42,7 +44,14 @@ const char* const kUsage =
 
   status [--json]        how full the memory is
   watch                  one line a second, until interrupted
-  clean [--json]         free memory now
+  clean [--wait] [--json]
+                         free memory now; --wait: and tell a minute later what is still free
+  clean --dry-run [--json]
+                         what could be freed now, and from which applications
+  history [-n N] [--json]
+                         the latest cleanings
+  exclude list           what a cleaning leaves alone
+  exclude add|remove APP by the name of an application or program
   preferences            every preference with its value, its default and what it decides
   preferences NAME VALUE changes one, at once where the program runs
   login on|off|status    start at login
@@ -106,6 +115,7 @@ int runMemoryCommand(const QString& command, const QStringList& words, const Com
   QObject::connect(&signals_, &TerminationSignals::terminationRequested, &commands, &MemoryCommands::interrupt);
   if (command == QStringLiteral("status")) return commands.runStatus(words);
   if (command == QStringLiteral("watch")) return commands.runWatch(words);
+  if (words.contains(QStringLiteral("--dry-run"))) return commands.runClean(words);
   return cleanAlone(commands, words, output);
 }
 
@@ -139,6 +149,8 @@ int runSettingsCommand(const QString& command, const QStringList& words, const C
   const QString& identifier = application_identity::kBundleIdentifier;
   SqliteDefaultsStore store(defaultsFilePath(identifier), identifier);
   if (command == QStringLiteral("defaults")) return runDefaultsCommand(words, store, output);
+  if (command == QStringLiteral("exclude")) return runExcludeCommand(words, store, output);
+  if (command == QStringLiteral("history")) return runHistoryCommand(words, store, output);
   if (command == QStringLiteral("preferences")) {
     DBusControlClient control(QDBusConnection::sessionBus());
     return runPreferencesCommand(words, store, control, output);
@@ -163,7 +175,8 @@ int run(const QStringList& arguments, const QByteArrayList& bytes, const Command
   if (isOneOf(command, {"status", "watch", "clean"})) return runMemoryCommand(command, words, output);
   if (isOneOf(command, {"scan", "size", "large", "duplicates"})) return runDiskCommand(bytes, output);
   if (isOneOf(command, {"top", "activate", "quit", "kill"})) return runApplicationCommand(command, words, output);
-  if (isOneOf(command, {"preferences", "login", "defaults"})) return runSettingsCommand(command, words, output);
+  if (isOneOf(command, {"preferences", "login", "defaults", "exclude", "history"}))
+    return runSettingsCommand(command, words, output);
   if (command == QStringLiteral("format")) return runFormatCommand(words, output);
   if (command == QStringLiteral("--help") || command == QStringLiteral("help")) {
     output.print(QString::fromUtf8(kUsage));
@@ -177,7 +190,7 @@ int run(const QStringList& arguments, const QByteArrayList& bytes, const Command
       command.isEmpty() ? QStringLiteral("no command") : QStringLiteral("unknown command '%1'").arg(command);
   return output.fail(
       reason + QStringLiteral(": status, watch, clean, top, activate, quit, kill, scan, size, large, duplicates, "
-                              "preferences, login, defaults or format; --help explains"),
+                              "history, exclude, preferences, login, defaults or format; --help explains"),
       kExitUsage);
 }
 

@@ -2,10 +2,13 @@
 
 #include <QEventLoop>
 #include <QJsonDocument>
+#include <utility>
 
+#include "cli/cleaning_text.h"
 #include "cli/status_text.h"
 #include "core/clock.h"
-#include "memory/memory_status.h"
+#include "core/jobs.h"
+#include "memory/purge_record.h"
 #include "platform/ports/control_channel.h"
 
 namespace halvard {
@@ -17,6 +20,8 @@ namespace {
 /// Long enough for a processor figure that means something, short enough not to be felt.
 constexpr std::chrono::milliseconds kProcessorSample = 200ms;
 constexpr int kInterrupted = 130;
+/// How late a second look may be.
+constexpr std::chrono::seconds kPatience{10};
 
 QString jsonText(const QJsonObject& record) {
   return QString::fromUtf8(QJsonDocument(record).toJson(QJsonDocument::Indented)).trimmed();
@@ -86,19 +91,28 @@ int MemoryCommands::runWatch(const QStringList& arguments) {
   return waitForEnd();
 }
 
-int MemoryCommands::runClean(const QStringList& arguments) {
-  int exitCode = kExitSuccess;
-  const bool json = wantsJson(QStringLiteral("clean"), arguments, exitCode);
-  if (exitCode != kExitSuccess) return exitCode;
-  return m_control.isProgramRunning() ? cleanInProgram(json) : cleanHere(json);
+std::optional<MemoryCommands::CleanOptions> MemoryCommands::parseClean(const QStringList& words) {
+  CleanOptions options;
+  options.json = words.contains(QStringLiteral("--json"));
+  options.waits = words.contains(QStringLiteral("--wait"));
+  options.isDryRun = words.contains(QStringLiteral("--dry-run"));
+  const bool isKnown = words.size() == int{options.json} + int{options.waits} + int{options.isDryRun};
+  return isKnown && !(options.waits && options.isDryRun) ? std::optional(options) : std::nullopt;
 }
 
-int MemoryCommands::cleanInProgram(bool json) {
+int MemoryCommands::runClean(const QStringList& arguments) {
+  const std::optional<CleanOptions> options = parseClean(arguments);
+  if (!options) return m_output.fail(QStringLiteral("usage: clean [--wait | --dry-run] [--json]"), kExitUsage);
+  if (options->isDryRun) return forecastHere(options->json);
+  return m_control.isProgramRunning() ? cleanInProgram(*options) : cleanHere(*options);
+}
+
+int MemoryCommands::cleanInProgram(const CleanOptions& options) {
   connect(&m_control, &ControlClient::progressed, this, &MemoryCommands::showProgress);
-  connect(&m_control, &ControlClient::finished, this, [this, json](const QJsonObject& record) {
-    printRecord(record, json);
-    Q_EMIT ended(kExitSuccess);
-  });
+  connect(&m_control, &ControlClient::finished, this,
+          [this, options](const QJsonObject& record) { showFinished(record, options); });
+  connect(&m_control, &ControlClient::rechecked, this,
+          [this, options](const QJsonObject& record) { showRechecked(record, options); });
   connect(&m_control, &ControlClient::programGone, this, [this] {
     Q_EMIT ended(m_output.fail(QStringLiteral("the program ended before the cleaning did"), kExitFailure));
   });
@@ -108,18 +122,30 @@ int MemoryCommands::cleanInProgram(bool json) {
   return waitForEnd();
 }
 
-int MemoryCommands::cleanHere(bool json) {
+int MemoryCommands::cleanHere(const CleanOptions& options) {
   PurgeControllerView view;
   LocalProgram local(m_services, view);
   if (!local.refresh()) {
     return m_output.fail(QStringLiteral("the memory counters of this machine cannot be read"), kExitFailure);
   }
   connect(&local.controller(), &ZPPurgeController::purgeProgressed, this, &MemoryCommands::showProgress);
-  connect(&local.controller(), &ZPPurgeController::purgeFinished, this, [this, json](const PurgeReport& report) {
-    printRecord(purgeRecord(report), json);
-    Q_EMIT ended(kExitSuccess);
-  });
+  connect(&local.controller(), &ZPPurgeController::purgeFinished, this,
+          [this, options](const PurgeReport& report) { showFinished(purgeRecord(report), options); });
+  connect(&local.journal(), &PurgeJournal::rechecked, this,
+          [this, options](const PurgeReport& report) { showRechecked(purgeRecord(report), options); });
   local.controller().onFreeMemory(ZPPurgeController::Sender::None);
+  return waitForEnd();
+}
+
+int MemoryCommands::forecastHere(bool json) {
+  JobQueue queue(QStringLiteral("forecast"));
+  queue.run(
+      this, [&memory = m_services.purgeableMemory](std::stop_token) { return memory.forecast(); },
+      [this, json](const ReclaimForecast& forecast) {
+        const QJsonObject record = forecastRecord(forecast);
+        m_output.print(json ? jsonText(record) : cleaning_text::forecast(record));
+        Q_EMIT ended(kExitSuccess);
+      });
   return waitForEnd();
 }
 
@@ -132,9 +158,24 @@ void MemoryCommands::showProgress(double progress) {
   std::fflush(m_output.err);
 }
 
-void MemoryCommands::printRecord(const QJsonObject& record, bool json) {
+void MemoryCommands::showFinished(const QJsonObject& record, const CleanOptions& options) {
+  // The program may clean again while this one waits for the second look.
+  if (std::exchange(m_hasFinished, true)) return;
   if (!m_shownBar.isEmpty()) std::fputs("\r\033[K", m_output.err);
-  m_output.print(json ? jsonText(record) : status_text::purge(record));
+  if (!options.json || !options.waits) m_output.print(options.json ? jsonText(record) : cleaning_text::purge(record));
+  if (!options.waits) {
+    Q_EMIT ended(kExitSuccess);
+    return;
+  }
+  m_services.clock.callAfter(PurgeJournal::kRecheckDelay + kPatience, this, [this] {
+    Q_EMIT ended(m_output.fail(QStringLiteral("another cleaning came before the second look"), kExitFailure));
+  });
+}
+
+void MemoryCommands::showRechecked(const QJsonObject& record, const CleanOptions& options) {
+  if (!options.waits) return;
+  m_output.print(options.json ? jsonText(record) : cleaning_text::recheck(record));
+  Q_EMIT ended(kExitSuccess);
 }
 
 }  // namespace halvard

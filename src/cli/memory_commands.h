@@ -23,6 +23,7 @@ class MemoryCommands : public QObject {
   int runStatus(const QStringList& arguments);
   /// One line a second until interrupted.
   int runWatch(const QStringList& arguments);
+  /// `clean [--wait] [--json]`, `clean --dry-run [--json]`. A dry run is made here in any case, and changes nothing.
   int runClean(const QStringList& arguments);
 
  public Q_SLOTS:
@@ -36,16 +37,26 @@ class MemoryCommands : public QObject {
   bool wantsJson(const QString& command, const QStringList& arguments, int& exitCode) const;
   Result<QJsonObject> readStatus(LocalProgram& local);
   int waitForEnd();
-  int cleanHere(bool json);
-  int cleanInProgram(bool json);
+  struct CleanOptions {
+    bool json = false;
+    bool waits = false;
+    bool isDryRun = false;
+  };
+  static std::optional<CleanOptions> parseClean(const QStringList& words);
+  int cleanHere(const CleanOptions& options);
+  int cleanInProgram(const CleanOptions& options);
+  int forecastHere(bool json);
   void showProgress(double progress);
-  void printRecord(const QJsonObject& record, bool json);
+  /// The purge has ended: ends the command, unless it waits for the second look.
+  void showFinished(const QJsonObject& record, const CleanOptions& options);
+  void showRechecked(const QJsonObject& record, const CleanOptions& options);
 
   CliServices m_services;
   ControlClient& m_control;
   const CommandOutput& m_output;
   bool m_showsProgress;
   QString m_shownBar;
+  bool m_hasFinished = false;
 };
 
 }  // namespace halvard

@@ -14,8 +14,7 @@ qint64 integer(const QJsonObject& record, QLatin1String key) {
 }
 
 QString bytesText(qint64 bytes) {
-  const QString magnitude = size_format::stringFromSize(std::abs(bytes));
-  return bytes < 0 ? u'-' + magnitude : magnitude;
+  return size_format::stringFromDifference(bytes);
 }
 
 QString pagesText(const QJsonObject& status, qint64 pages) {
@@ -70,23 +69,6 @@ QString line(const QJsonObject& status) {
       .arg(bytesText(integer(status, QLatin1String("freeBytes"))), 8)
       .arg(percent(status.value(QLatin1String("cpuUsage")).toDouble()), 7)
       .arg(status.value(QLatin1String("purging")).toBool() ? QStringLiteral("  cleaning") : QString());
-}
-
-QString purge(const QJsonObject& record) {
-  const qint64 freed = integer(record, QLatin1String("freedBytes"));
-  const qint64 compressed = integer(record, QLatin1String("compressedBytes"));
-  const qint64 swapped = integer(record, QLatin1String("swappedToDiskBytes"));
-  QStringList lines{freed > 0 ? QStringLiteral("Freed %1 in %2 s: used memory went from %3 to %4.")
-                                    .arg(bytesText(freed))
-                                    .arg(record.value(QLatin1String("seconds")).toDouble(), 0, 'f', 1)
-                                    .arg(bytesText(integer(record, QLatin1String("usedBefore"))),
-                                         bytesText(integer(record, QLatin1String("usedAfter"))))
-                              : QStringLiteral("Nothing could be freed (%1 of memory in use before, %2 after).")
-                                    .arg(bytesText(integer(record, QLatin1String("usedBefore"))),
-                                         bytesText(integer(record, QLatin1String("usedAfter"))))};
-  if (compressed > 0) lines << QStringLiteral("%1 more now lies compressed in memory.").arg(bytesText(compressed));
-  if (swapped > 0) lines << QStringLiteral("%1 was moved to the disk: not given back.").arg(bytesText(swapped));
-  return lines.join(u'\n');
 }
 
 }  // namespace halvard::status_text

@@ -12,9 +12,6 @@ QString screen(const QJsonObject& status);
 /// One line for `watch`.
 QString line(const QJsonObject& status);
 
-/// A few lines for the record of one purge.
-QString purge(const QJsonObject& record);
-
 /// "[######      ] 50%" for a progress of 0 to 1.
 QString bar(double progress, int width);
 

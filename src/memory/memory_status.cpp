@@ -31,15 +31,4 @@ QJsonObject memoryStatus(const MemorySnapshot& snapshot, const CleaningStatus& c
   };
 }
 
-QJsonObject purgeRecord(const PurgeReport& report) {
-  return {
-      {QStringLiteral("freedBytes"), integer(report.freedBytes)},
-      {QStringLiteral("usedBefore"), integer(report.usedBefore)},
-      {QStringLiteral("usedAfter"), integer(report.usedAfter)},
-      {QStringLiteral("compressedBytes"), static_cast<qint64>(report.compressedBytes)},
-      {QStringLiteral("swappedToDiskBytes"), static_cast<qint64>(report.swappedToDiskBytes)},
-      {QStringLiteral("seconds"), std::chrono::duration<double>(report.duration).count()},
-  };
-}
-
 }  // namespace halvard

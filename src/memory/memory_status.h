@@ -3,7 +3,6 @@
 #include <QJsonObject>
 
 #include "core/units.h"
-#include "memory/purge_report.h"
 
 namespace halvard {
 
@@ -24,9 +23,5 @@ struct CleaningStatus {
 /// `compressorPages`, `usedPages`, `totalPages`, `usedFraction`, `freeBytes`, `cpuUsage`, `purging`, `lastPurgedBytes`,
 /// `cleanedBytes`.
 QJsonObject memoryStatus(const MemorySnapshot& snapshot, const CleaningStatus& cleaning);
-
-/// The record of one purge: `freedBytes`, `usedBefore`, `usedAfter`, `compressedBytes`, `swappedToDiskBytes`,
-/// `seconds`.
-QJsonObject purgeRecord(const PurgeReport& report);
 
 }  // namespace halvard

@@ -66,8 +66,7 @@ void ZPPurgeController::onFreeMemory(Sender sender) {
   m_view.setCleanButtonTitle(tr("Cleaning..."));
   m_view.showCleaningIcon();
   m_snapshot.updateMemoryStatictics();
-  m_before = {m_services.clock.monotonicNow(), m_snapshot.calculateUsedSize(),
-              m_services.hostStatistics.swapUsage().value_or(SwapUsage{})};
+  m_before = readLedger(m_snapshot, m_services.hostStatistics, m_services.clock);
   Q_EMIT purgeStarted();
   onTaskPurge();
 }
@@ -126,16 +125,10 @@ void ZPPurgeController::recordGain(ByteCount freeBefore, ByteCount freeAfter) {
 }
 
 PurgeReport ZPPurgeController::makeReport(bool success) const {
-  const SwapUsage swap = m_services.hostStatistics.swapUsage().value_or(SwapUsage{});
-  const auto growth = [](ByteCount before, ByteCount after) { return static_cast<std::int64_t>(after - before); };
-  PurgeReport report;
+  PurgeReport report = ledgerOf(m_before, readLedger(m_snapshot, m_services.hostStatistics, m_services.clock));
   report.success = success;
-  report.usedBefore = m_before.used;
-  report.usedAfter = m_snapshot.calculateUsedSize();
-  report.freedBytes = report.usedBefore > report.usedAfter ? report.usedBefore - report.usedAfter : 0;
-  report.compressedBytes = growth(m_before.swap.compressedBytes, swap.compressedBytes);
-  report.swappedToDiskBytes = growth(m_before.swap.swappedToDiskBytes, swap.swappedToDiskBytes);
-  report.duration = duration_cast<milliseconds>(m_services.clock.monotonicNow() - m_before.time);
+  report.time = m_services.clock.now();
+  if (m_bIsOSXMavericksOrHigher) report.outcome = m_services.purgeManager.lastOutcome();
   return report;
 }
 

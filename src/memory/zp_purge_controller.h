@@ -8,8 +8,8 @@
 #include "core/jobs.h"
 #include "memory/memory_snapshot.h"
 #include "memory/purge_controller_view.h"
+#include "memory/purge_ledger.h"
 #include "memory/purge_manager.h"
-#include "memory/purge_report.h"
 #include "preferences/preferences_model.h"
 
 namespace halvard {
@@ -139,16 +139,9 @@ class ZPPurgeController final : public QObject,
   using LastFreeLabel = std::tuple<std::chrono::sys_time<std::chrono::minutes>, double, ByteCount>;
   LastFreeLabel m_lastFreeLabel;
   std::int64_t m_lTicksFromLastFree = 0;
-  /// The readings that a purge is measured against.
-  struct Before {
-    std::chrono::steady_clock::time_point time;
-    ByteCount used = 0;
-    SwapUsage swap;
-  };
-  Before m_before;
+  /// What a purge is measured against.
+  LedgerReading m_before;
   JobQueue m_purgeQueue;
 };
 
 }  // namespace halvard
-
-Q_DECLARE_METATYPE(halvard::PurgeReport)

@@ -50,22 +50,6 @@ class TestCliText : public QObject {
     QCOMPARE(status_text::bar(1, 10), QStringLiteral("[##########] 100%"));
     QCOMPARE(status_text::bar(7, 10), QStringLiteral("[##########] 700%"));
   }
-
-  void purgeTextTellsWhereTheMemoryWent() {
-    const QJsonObject gained{
-        {QStringLiteral("freedBytes"), qint64{1} << 30},         {QStringLiteral("usedBefore"), qint64{4} << 30},
-        {QStringLiteral("usedAfter"), qint64{3} << 30},          {QStringLiteral("compressedBytes"), qint64{2} << 30},
-        {QStringLiteral("swappedToDiskBytes"), qint64{1} << 20}, {QStringLiteral("seconds"), 2.25}};
-    QCOMPARE(status_text::purge(gained),
-             QStringLiteral("Freed 1.00 GB in 2.3 s: used memory went from 4.00 GB to 3.00 GB.\n"
-                            "2.00 GB more now lies compressed in memory.\n"
-                            "1.00 MB was moved to the disk: not given back."));
-    const QJsonObject nothing{{QStringLiteral("freedBytes"), 0},
-                              {QStringLiteral("usedBefore"), qint64{3} << 30},
-                              {QStringLiteral("usedAfter"), qint64{3} << 30}};
-    QCOMPARE(status_text::purge(nothing),
-             QStringLiteral("Nothing could be freed (3.00 GB of memory in use before, 3.00 GB after)."));
-  }
 };
 
 QTEST_GUILESS_MAIN(TestCliText)

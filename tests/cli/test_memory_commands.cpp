@@ -1,8 +1,10 @@
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QtTest>
 
 #include "cli/memory_commands.h"
-#include "memory/memory_status.h"
+#include "memory/purge_history.h"
+#include "memory/purge_record.h"
 #include "platform/fake/fake_clock.h"
 #include "platform/fake/fake_defaults_store.h"
 #include "platform/fake/fake_host_statistics.h"
@@ -16,6 +18,7 @@
 #include "support/private_bus.h"
 
 using namespace halvard;
+using namespace std::chrono_literals;
 using halvard::test::CapturedOutput;
 using halvard::test::PrivateBus;
 
@@ -127,6 +130,62 @@ class TestMemoryCommands : public QObject {
     QCOMPARE(captured.err().count(u'\n'), 2);
   }
 
+  void aDryRunTellsAndChangesNothing() {
+    Machine machine;
+    DBusControlClient nobody(m_bus.connect());
+    machine.memory.nextForecast.explanation = QStringLiteral("there is no swap to page out to");
+    {
+      CapturedOutput captured;
+      MemoryCommands commands(machine.services(), nobody, captured.output(), false);
+      QCOMPARE(commands.runClean({QStringLiteral("--dry-run")}), 0);
+      QCOMPARE(captured.out(), QStringLiteral("Nothing useful to free: there is no swap to page out to.\n"));
+    }
+    machine.memory.nextForecast = {ReclaimMethod::PageOut,
+                                   {{QStringLiteral("Browser"), 7, 3, 600 << 20}, {QStringLiteral("mail"), 9, 1, 5000}},
+                                   600 << 20,
+                                   400 << 20,
+                                   QStringLiteral("it does this")};
+    {
+      CapturedOutput captured;
+      MemoryCommands commands(machine.services(), nobody, captured.output(), false);
+      QCOMPARE(commands.runClean({QStringLiteral("--dry-run")}), 0);
+      QCOMPARE(captured.out(), QStringLiteral("About 400 MB could be freed, by paging out 600 MB of idle memory:\n"
+                                              "     600 MB  Browser  (3 processes)\n"
+                                              "    4.88 KB  mail\n"
+                                              "By page-out: it does this.\n"));
+    }
+    CapturedOutput captured;
+    MemoryCommands commands(machine.services(), nobody, captured.output(), false);
+    QCOMPARE(commands.runClean({QStringLiteral("--json"), QStringLiteral("--dry-run")}), 0);
+    QCOMPARE(parsed(captured), forecastRecord(machine.memory.nextForecast));
+    QCOMPARE(parsed(captured).value(QStringLiteral("sources")).toArray().size(), 2);
+    QCOMPARE(machine.memory.sessionsOpened(), 0);
+    QCOMPARE(PurgeHistory(machine.store).records().size(), 0);
+  }
+
+  void waitingShowsTheSecondLook() {
+    Machine machine;
+    FakeClock clock;
+    DBusControlClient nobody(m_bus.connect());
+    for (const bool json : {false, true}) {
+      CapturedOutput captured;
+      CliServices services{machine.host,  machine.purgeHost, machine.ticks, machine.processes,    machine.memory,
+                           machine.store, machine.scripts,   clock,         QStringLiteral("1.0")};
+      MemoryCommands commands(services, nobody, captured.output(), false);
+      QTimer pump;
+      QObject::connect(&pump, &QTimer::timeout, [&clock] { clock.advance(1s); });
+      pump.start(1);
+      machine.letFreeMemoryRise();
+      QCOMPARE(commands.runClean(json ? QStringList{QStringLiteral("--wait"), QStringLiteral("--json")}
+                                      : QStringList{QStringLiteral("--wait")}),
+               0);
+      if (json)
+        QCOMPARE(parsed(captured).value(QStringLiteral("stillFreeBytes")).toInt(-1), 0);
+      else
+        QVERIFY(captured.out().endsWith(QStringLiteral("\nAfter 60 s still free: 0 bytes of 0 bytes.\n")));
+    }
+  }
+
   void aRunningProgramIsAsked() {
     Machine machine;
     Program program;
@@ -145,6 +204,11 @@ class TestMemoryCommands : public QObject {
     server.publishFinished(purgeRecord(report));
     QTRY_COMPARE(finished.size(), 1);
     QCOMPARE(progressed.value(0).value(0).toDouble(), 0.25);
+    QSignalSpy rechecked(&client, &ControlClient::rechecked);
+    report.recheck = PurgeRecheck{60s, -5, 7};
+    server.publishRechecked(purgeRecord(report));
+    QTRY_COMPARE(rechecked.size(), 1);
+    QCOMPARE(rechecked[0][0].toJsonObject(), purgeRecord(report));
     QCOMPARE(finished[0][0].toJsonObject().value(QStringLiteral("freedBytes")).toInteger(), qint64{5} << 30);
   }
 
@@ -155,8 +219,13 @@ class TestMemoryCommands : public QObject {
     MemoryCommands commands(machine.services(), nobody, captured.output(), false);
     QCOMPARE(commands.runStatus({QStringLiteral("--xml")}), 2);
     QCOMPARE(commands.runClean({QStringLiteral("now")}), 2);
+    QCOMPARE(commands.runClean({QStringLiteral("--json"), QStringLiteral("--json")}), 2);
+    QCOMPARE(commands.runClean({QStringLiteral("--wait"), QStringLiteral("--dry-run")}), 2);
     QCOMPARE(commands.runWatch({QStringLiteral("now")}), 2);
-    QCOMPARE(captured.err(), QStringLiteral("halvardctl: usage: status [--json]\nhalvardctl: usage: clean [--json]\n"
+    QCOMPARE(captured.err(), QStringLiteral("halvardctl: usage: status [--json]\n"
+                                            "halvardctl: usage: clean [--wait | --dry-run] [--json]\n"
+                                            "halvardctl: usage: clean [--wait | --dry-run] [--json]\n"
+                                            "halvardctl: usage: clean [--wait | --dry-run] [--json]\n"
                                             "halvardctl: usage: watch\n"));
     QCOMPARE(machine.memory.sessionsOpened(), 0);
   }

@@ -178,8 +178,8 @@ class TestZPPurgeController : public QObject {
     const PurgeReport& report = program.reports.front();
     QCOMPARE(report.freedBytes, 10u * 4096u);
     QCOMPARE(report.usedBefore - report.usedAfter, report.freedBytes);
-    QCOMPARE(report.compressedBytes, 500);
-    QCOMPARE(report.swappedToDiskBytes, -100);
+    QCOMPARE(report.swap->compressedBytes, 500);
+    QCOMPARE(report.swap->swappedToDiskBytes, -100);
   }
 
   void purgeWithoutGainChangesNothing() {

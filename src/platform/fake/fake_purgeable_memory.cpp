@@ -42,13 +42,16 @@ class FakePurgeableMemory::Session : public PurgeableSession {
     }
   };
 
-  explicit Session(std::shared_ptr<State> state) : m_state(std::move(state)) {}
+  Session(std::shared_ptr<State> state, ReclaimOutcome outcome)
+      : m_state(std::move(state)), m_outcome(std::move(outcome)) {}
   ~Session() override;
+  ReclaimOutcome outcome() const override { return m_outcome; }
   std::unique_ptr<PurgeableData> makeData(ByteCount size) override;
   bool isAlive() const override;
 
  private:
   std::shared_ptr<State> m_state;
+  const ReclaimOutcome m_outcome;
 };
 
 class FakePurgeableMemory::Data : public PurgeableData {
@@ -90,7 +93,8 @@ std::unique_ptr<PurgeableSession> FakePurgeableMemory::openSession() {
   const std::lock_guard lock(m_log->mutex);
   ++m_log->opened;
   ++m_log->open;
-  return std::make_unique<Session>(std::make_shared<Session::State>(Session::State{m_log, onOperation, m_steps}));
+  return std::make_unique<Session>(std::make_shared<Session::State>(Session::State{m_log, onOperation, m_steps}),
+                                   nextOutcome);
 }
 
 void FakePurgeableMemory::dieAfter(int steps) {

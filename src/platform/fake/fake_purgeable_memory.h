@@ -16,6 +16,11 @@ class FakePurgeableMemory : public PurgeableMemory {
   FakePurgeableMemory();
 
   std::unique_ptr<PurgeableSession> openSession() override;
+  ReclaimForecast forecast() override { return nextForecast; }
+
+  /// What sessions opened from now on, and the forecasts to come, tell.
+  ReclaimOutcome nextOutcome;
+  ReclaimForecast nextForecast;
 
   /// Sessions opened from now on are dead once they have done `steps` operations; 0: never alive.
   void dieAfter(int steps);

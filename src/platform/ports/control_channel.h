@@ -35,6 +35,8 @@ class ControlServer {
   virtual void publishProgress(double progress) = 0;
   /// The purge record.
   virtual void publishFinished(const QJsonObject& record) = 0;
+  /// The same record a minute later, with its second look.
+  virtual void publishRechecked(const QJsonObject& record) = 0;
 };
 
 /// The command line's side. Main thread.
@@ -56,6 +58,7 @@ class ControlClient : public QObject {
  Q_SIGNALS:
   void progressed(double progress);
   void finished(const QJsonObject& record);
+  void rechecked(const QJsonObject& record);
   /// The program quit or died.
   void programGone();
 };

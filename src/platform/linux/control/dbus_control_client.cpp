@@ -29,6 +29,7 @@ DBusControlClient::DBusControlClient(QDBusConnection bus) : m_bus(std::move(bus)
   };
   listen(QStringLiteral("PurgeProgress"), SIGNAL(progressed(double)));
   listen(QStringLiteral("PurgeFinished"), SLOT(onPurgeFinished(QVariantMap)));
+  listen(QStringLiteral("PurgeRechecked"), SLOT(onPurgeRechecked(QVariantMap)));
   auto* watcher =
       new QDBusServiceWatcher(control_names::kService, m_bus, QDBusServiceWatcher::WatchForUnregistration, this);
   connect(watcher, &QDBusServiceWatcher::serviceUnregistered, this, &ControlClient::programGone);
@@ -83,6 +84,10 @@ Result<void> DBusControlClient::setPreference(const QString& name, const QString
 
 void DBusControlClient::onPurgeFinished(const QVariantMap& record) {
   Q_EMIT finished(QJsonObject::fromVariantMap(record));
+}
+
+void DBusControlClient::onPurgeRechecked(const QVariantMap& record) {
+  Q_EMIT rechecked(QJsonObject::fromVariantMap(record));
 }
 
 }  // namespace halvard

@@ -25,6 +25,7 @@ class DBusControlClient : public ControlClient {
 
  private Q_SLOTS:
   void onPurgeFinished(const QVariantMap& record);
+  void onPurgeRechecked(const QVariantMap& record);
 
  private:
   QDBusMessage call(const QString& method, const QVariantList& arguments = {});

@@ -37,6 +37,10 @@ void DBusControlServer::publishFinished(const QJsonObject& record) {
   Q_EMIT PurgeFinished(record.toVariantMap());
 }
 
+void DBusControlServer::publishRechecked(const QJsonObject& record) {
+  Q_EMIT PurgeRechecked(record.toVariantMap());
+}
+
 QVariantMap DBusControlServer::Status() {
   return m_handler->status().toVariantMap();
 }

@@ -22,6 +22,7 @@ class DBusControlServer : public QObject, protected QDBusContext, public Control
   bool start(ControlHandler& handler) override;
   void publishProgress(double progress) override;
   void publishFinished(const QJsonObject& record) override;
+  void publishRechecked(const QJsonObject& record) override;
 
   // The remote methods and signals, with the names of the bus.
   Q_INVOKABLE Q_SCRIPTABLE QVariantMap Status();
@@ -37,6 +38,7 @@ class DBusControlServer : public QObject, protected QDBusContext, public Control
   Q_SCRIPTABLE void PurgeFinished(const QVariantMap& record);
   /// Not on the bus: the desktop passes on a click on a notification, with the action's name.
   void notificationActionActivated(const QString& action);
+  Q_SCRIPTABLE void PurgeRechecked(const QVariantMap& record);
 
  private:
   QDBusConnection m_bus;
