@@ -190,6 +190,8 @@ void Application::connectControlServer() {
           [&server](const PurgeReport& report) { server.publishFinished(purgeRecord(report)); });
   connect(&m_journal, &PurgeJournal::rechecked, this,
           [&server](const PurgeReport& report) { server.publishRechecked(purgeRecord(report)); });
+  connect(&m_journal, &PurgeJournal::recorded, m_interface.get(), &MainInterface::showPurge);
+  connect(&m_journal, &PurgeJournal::rechecked, m_interface.get(), &MainInterface::showPurge);
 }
 
 }  // namespace halvard

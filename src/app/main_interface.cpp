@@ -11,6 +11,7 @@
 #include "core/notification_center.h"
 #include "memory/memory_status.h"
 #include "menubar/panel_placement.h"
+#include "menubar/purge_details.h"
 #include "menubar/status_item_text.h"
 #include "menubar/summary_view.h"
 #include "platform/ports/appearance.h"
@@ -226,6 +227,10 @@ void MainInterface::setShareButtons(std::vector<ShareButton> buttons) {
 
 void MainInterface::setUpdaterVisible(bool visible) {
   m_theMenu->setUpdaterVisible(visible);
+}
+
+void MainInterface::showPurge(const PurgeReport& report) {
+  m_panel.summary().fillPurgeDetails(purgeDetails(report));
 }
 
 void MainInterface::resetUserDefaults() {

@@ -78,6 +78,8 @@ class MainInterface final : public QObject,
   /// The offer to start at login, unless the program does already.
   void showAutostartPopupWindow(ByteCount cleanedSize) override;
   void showRateDialogAutomaticallyIfNeeded() override;
+  /// Fills the details line of the panel.
+  void showPurge(const PurgeReport& report);
   /// Removes every stored setting.
   void resetUserDefaults();
 

@@ -24,6 +24,18 @@ void openDetailed(MainInterface& interface) {
   interface.panel().changeWindowStateTo(interface.panel().windowState() | PanelWindow::DetailedFlag, false);
 }
 
+/// After a purge, as its second look leaves it.
+void showPurge(MainInterface& interface) {
+  PurgeReport report;
+  report.gainedBytes = 1'085'276'160;
+  report.swap = SwapLedger{1'288'490'189, 203'423'744, 0, -12'582'912, 1'289'748'480};
+  report.recheck = PurgeRecheck{std::chrono::seconds(60), 1'071'644'672, 2'202'009};
+  report.outcome = {ReclaimMethod::PageOut, 1'288'490'189,
+                    QStringLiteral("idle programs are paged out page for page; nobody else has to wait")};
+  interface.panel().summary().fillLastCleanedLabelWithSize(report.gainedBytes, QStringLiteral("at 15:45"));
+  interface.showPurge(report);
+}
+
 /// With this many stars golden, as under the pointer.
 void openRateDialog(MainInterface& interface, int stars) {
   interface.panel().close();
@@ -64,6 +76,16 @@ const QMap<QString, Opener>& openers() {
        [](MainInterface& interface) {
          openPanel(interface);
          interface.startCleaning();
+       }},
+      {QStringLiteral("cleaned"),
+       [](MainInterface& interface) {
+         openPanel(interface);
+         showPurge(interface);
+       }},
+      {QStringLiteral("cleaned-detailed"),
+       [](MainInterface& interface) {
+         openDetailed(interface);
+         showPurge(interface);
        }},
       {QStringLiteral("menu"),
        [](MainInterface& interface) {

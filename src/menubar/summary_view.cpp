@@ -8,6 +8,7 @@
 #include "menubar/panel_layout.h"
 #include "menubar/panel_window_info_label.h"
 #include "menubar/pie_chart_view.h"
+#include "menubar/purge_details_label.h"
 #include "widgets/animated_geometry.h"
 #include "widgets/clean_memory_button.h"
 #include "widgets/ui_style.h"
@@ -62,6 +63,7 @@ SummaryView::SummaryView(Clock& clock, HintWindow& hint, QWidget* parent)
       m_pInfoTitleLabel(new PercentageLabel(this)),
       m_pInfoSubtitleLastUsedMemorySize(new PanelWindowInfoLabel(this)),
       m_cleanedSizeLabel(new QLabel(this)),
+      m_purgeDetails(new PurgeDetailsLabel(hint, this)),
       m_listCaption(new QLabel(tr("Applications"), this)),
       m_chart(new PieChartView(clock, hint, this)),
       m_pBtnFree(new CleanMemoryButton(this)),
@@ -71,7 +73,7 @@ SummaryView::SummaryView(Clock& clock, HintWindow& hint, QWidget* parent)
   m_cleanedSizeLabel->setTextFormat(Qt::PlainText);
   m_cleanedSizeLabel->setFont(ui_style::font(12));
   m_cleanedSizeLabel->setAlignment(Qt::AlignCenter);
-  m_cleanedSizeLabel->setGeometry(kMargin, 134, kContentWidth, 16);
+  m_cleanedSizeLabel->setGeometry(kMargin, 129, kContentWidth, 15);
   setTextColor(*m_cleanedSizeLabel, ui_style::cleanedTextColor());
   m_listCaption->setFont(ui_style::font(11, QFont::DemiBold));
   m_listCaption->setGeometry(kMargin, 111, kContentWidth, 16);
@@ -125,6 +127,10 @@ void SummaryView::fillLastCleanedLabelWithSize(std::int64_t size, const QString&
   setText(*m_cleanedSizeLabel, m_pInfoCleanedSizeString);
 }
 
+void SummaryView::fillPurgeDetails(const PurgeDetails& details) {
+  m_purgeDetails->setDetails(details);
+}
+
 void SummaryView::fillChart(ByteCount wired, ByteCount application, ByteCount free) {
   const double total = static_cast<double>(wired + application + free);
   m_chart->setWiredSize(wired, application, free);
@@ -163,6 +169,7 @@ void SummaryView::switchToCompactModeAnimated(bool animated) {
   place(m_pInfoTitleLabel, kMargin, places.title, kContentWidth, 62, animated);
   place(m_pInfoSubtitleLastUsedMemorySize, kMargin, places.subtitle, kContentWidth, 18, animated);
   place(m_pBtnFree, kMargin, places.freeButton, kContentWidth, m_pBtnFree->sizeHint().height(), animated);
+  m_purgeDetails->place(QRect(kMargin, 144, kContentWidth, 13), false);
   m_chart->hide();
   m_listCaption->hide();
   m_cleanedSizeLabel->setVisible(!m_pInfoCleanedSizeString.isEmpty());
@@ -182,6 +189,9 @@ void SummaryView::switchToDetailedModeAnimated(bool animated) {
   place(m_pInfoTitleLabel, kMargin, places.title, titleWidth, 46, animated);
   place(m_pInfoSubtitleLastUsedMemorySize, kMargin, places.subtitle, kContentWidth, 18, animated);
   place(m_pBtnFree, kMargin, places.freeButton, kContentWidth, m_pBtnFree->sizeHint().height(), animated);
+  // Beside the caption of the list.
+  constexpr int captionWidth = 80;
+  m_purgeDetails->place(QRect(kMargin + captionWidth, 112, kContentWidth - captionWidth, 16), true);
   m_chart->show();
   m_listCaption->show();
   m_cleanedSizeLabel->hide();

@@ -14,6 +14,8 @@ class CleanMemoryButton;
 class HintWindow;
 class PanelWindowInfoLabel;
 class PieChartView;
+class PurgeDetailsLabel;
+struct PurgeDetails;
 
 /// The summary area of the panel: the percentage, the subtitle that alternates between the used and the cleaned text,
 /// the last cleaning, the chart and the button that frees memory. Panel width x panel_layout::kSummaryHeight.
@@ -30,6 +32,8 @@ class SummaryView : public QWidget {
   void fillInfoPanelWithUsedMemoryPercent(double fraction, ByteCount usedSize, ByteCount totalSize);
   /// Bytes and "at 15:45"; nothing is shown for a size below 1 or an empty description.
   void fillLastCleanedLabelWithSize(std::int64_t size, const QString& timeDescription);
+  /// The small line about the last purge; none before the first.
+  void fillPurgeDetails(const PurgeDetails& details);
   /// After a purge that gained memory: shows what was cleaned, for 30 s where the subtitle has to make room for it.
   void onPurgedMemory(bool isDetailed);
   /// Bytes of wired and application memory and of everything else.
@@ -45,6 +49,7 @@ class SummaryView : public QWidget {
   const PanelWindowInfoLabel& subtitle() const { return *m_pInfoSubtitleLastUsedMemorySize; }
   const QLabel& title() const { return *m_pInfoTitleLabel; }
   const QLabel& cleanedSizeLabel() const { return *m_cleanedSizeLabel; }
+  const PurgeDetailsLabel& purgeDetailsLabel() const { return *m_purgeDetails; }
   PieChartView& chart() { return *m_chart; }
 
  protected:
@@ -65,6 +70,7 @@ class SummaryView : public QWidget {
   QLabel* m_pInfoTitleLabel;
   PanelWindowInfoLabel* m_pInfoSubtitleLastUsedMemorySize;
   QLabel* m_cleanedSizeLabel;
+  PurgeDetailsLabel* m_purgeDetails;
   QLabel* m_listCaption;
   PieChartView* m_chart;
   CleanMemoryButton* m_pBtnFree;

@@ -3,11 +3,13 @@
 #include <QtTest>
 
 #include "core/notification_center.h"
+#include "memory/purge_report.h"
 #include "menubar/panel_parts.h"
 #include "menubar/panel_view.h"
 #include "menubar/panel_window.h"
 #include "menubar/panel_window_info_label.h"
 #include "menubar/pie_chart_view.h"
+#include "menubar/purge_details_label.h"
 #include "menubar/summary_view.h"
 #include "platform/fake/fake_clock.h"
 #include "platform/fake/fake_defaults_store.h"
@@ -339,6 +341,49 @@ class TestPanelWindow : public QObject {
     QCOMPARE(summary.subtitle().text(), used);
     panel.clock.advance(60s);
     QCOMPARE(summary.subtitle().text(), used);
+  }
+
+  void purgeDetailsFitBothLayouts_data() {
+    QTest::addColumn<PurgeReport>("report");
+    QTest::addColumn<QString>("line");
+    QTest::addColumn<QString>("shortLine");
+    QTest::addColumn<QString>("inHint");
+    PurgeReport report;
+    report.outcome = {ReclaimMethod::PageOut, 0, QStringLiteral("so")};
+    report.gainedBytes = 700 << 20;
+    report.swap = SwapLedger{900 << 20, 200 << 20, 0, -(12 << 20), std::nullopt};
+    const auto row = [&](const char* name, const char* line, const char* shortLine, const char* inHint) {
+      QTest::newRow(name) << report << QString::fromLatin1(line) << QString::fromLatin1(shortLine)
+                          << QString::fromLatin1(inHint);
+    };
+    row("compressed", "900 MB compressed into 200 MB", "900 MB compressed",
+        "applications: -12.0 MB\n\nBy page-out: so.");
+    report.recheck = PurgeRecheck{60s, 650 << 20, 50 << 20};
+    row("second look", "still free: 650 MB of 700 MB", "still free: 650 MB", "Came back from swap: 50.0 MB");
+    report.gainedBytes = -(700 << 20);
+    row("a loss", "gain -700 MB: more is used than before", "gain -700 MB", "Gain: -700 MB");
+    report.outcome = {ReclaimMethod::None, 0, QString(200, u'x') + QStringLiteral(" no swap")};
+    report.gainedBytes = 0;
+    row("nothing", "nothing useful to free", "nothing to free", "x\nno swap.");
+  }
+  void purgeDetailsFitBothLayouts() {
+    QFETCH(PurgeReport, report);
+    QFETCH(QString, inHint);
+    Panel panel;
+    panel.window.show();
+    SummaryView& summary = panel.window.summary();
+    const QRect subtitle = summary.subtitle().geometry();
+    const QRect button = summary.freeButton().geometry();
+    QCOMPARE(summary.purgeDetailsLabel().text(), QString());
+    summary.fillPurgeDetails(purgeDetails(report));
+    QTEST(summary.purgeDetailsLabel().text(), "line");
+    QVERIFY2(purgeDetails(report).hint.contains(inHint), qPrintable(purgeDetails(report).hint));
+    // Nothing has moved for it, and it covers nothing.
+    QVERIFY(summary.subtitle().geometry() == subtitle && summary.freeButton().geometry() == button);
+    for (const QRect& other : {subtitle, button, summary.cleanedSizeLabel().geometry()})
+      QVERIFY(!other.intersects(summary.purgeDetailsLabel().geometry()));
+    panel.window.changeWindowStateTo(PanelWindow::DetailedFlag, false);
+    QTEST(summary.purgeDetailsLabel().text(), "shortLine");
   }
 
   void chartOnlyStoresWhileHiddenAndJumpsWhileInactive() {
