@@ -1,5 +1,6 @@
 // The real program, without a display: started, asked, cleaned, and killed in the middle of things.
 #include <sched.h>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
