@@ -36,9 +36,9 @@ class DBusControlServer : public QObject, protected QDBusContext, public Control
  Q_SIGNALS:
   Q_SCRIPTABLE void PurgeProgress(double progress);
   Q_SCRIPTABLE void PurgeFinished(const QVariantMap& record);
+  Q_SCRIPTABLE void PurgeRechecked(const QVariantMap& record);
   /// Not on the bus: the desktop passes on a click on a notification, with the action's name.
   void notificationActionActivated(const QString& action);
-  Q_SCRIPTABLE void PurgeRechecked(const QVariantMap& record);
 
  private:
   QDBusConnection m_bus;
