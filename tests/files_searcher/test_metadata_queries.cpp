@@ -92,6 +92,25 @@ class TestMetadataQueries : public QObject {
     QCOMPARE(search.queries.progress(), 1.0);
   }
 
+  void scopesAreReadWhereTheWalkMeetsThem() {
+    Search search;
+    for (const char* folder : {"disk", "disk/home", "disk/home/user", "disk/data", "home", "home/user", "home/other"})
+      search.tree.addFolder(folder);
+    search.tree.addFile("disk/home/user/file", 10);
+    search.tree.addFile("disk/data/file", 10);
+    search.tree.addFile("home/user/unseen", 10);
+    search.tree.addFile("home/other/file", 10);
+    search.mounts.elsewhere = {{search.tree.at("home/user"), search.tree.at("disk/home/user")},
+                               {search.tree.at("home/other/data"), search.tree.at("disk/data")}};
+    Search::Answer user;
+    Search::Answer other;
+    const auto first = search.start({search.tree.at("home/user")}, between(0), user);
+    const auto second = search.start({search.tree.at("home/other")}, between(0), other);
+    QTRY_VERIFY(user.finished && other.finished);
+    QCOMPARE(user.paths, QList<QByteArray>{search.tree.at("disk/home/user/file")});
+    QCOMPARE(other.paths, (QList<QByteArray>{search.tree.at("disk/data/file"), search.tree.at("home/other/file")}));
+  }
+
   void aQueryDuringAPassWaitsForTheNext() {
     Search search;
     search.tree.addFile("file", 10);
