@@ -31,7 +31,7 @@ class QuestionVisitor : public TreeVisitor {
     }
   }
 
-  void visitNames(const WalkedFolder& folder, const std::vector<FolderEntry>& entries) override;
+  void beginFolder(const WalkedFolder& folder) override;
   bool entersFolder(const WalkedFolder& above, const FolderEntry& entry, std::uint32_t& tag) override;
   void visitEntry(const WalkedFolder& folder, const FolderEntry& entry) override;
 
@@ -53,12 +53,11 @@ class QuestionVisitor : public TreeVisitor {
   bool m_insideBundle = false;
 };
 
-void QuestionVisitor::visitNames(const WalkedFolder& folder, const std::vector<FolderEntry>& entries) {
+void QuestionVisitor::beginFolder(const WalkedFolder& folder) {
   for (PackedFiles& files : m_found)
     files.forgetFolder();
   const auto asking = static_cast<Queries>(ScopeTree::queriesOf(folder.tag) & m_applications);
-  const auto isRun = [](const FolderEntry& entry) { return entry.name == "AppRun"; };
-  m_insideBundle = asking != 0 && std::any_of(entries.begin(), entries.end(), isRun);
+  m_insideBundle = asking != 0 && folder.folder.attributes("AppRun");
   if (!m_insideBundle) return;
   forEach(asking, [&](std::size_t index) { m_found[index].add(folder.place.path(), PackedFiles::kUnknownSize); });
 }

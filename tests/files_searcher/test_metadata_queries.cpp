@@ -69,6 +69,9 @@ class TestMetadataQueries : public QObject {
     search.tree.addFile("layer/hidden", 9000, false);
     search.tree.addFile("opt/Draw.app/AppRun", 5000);
     search.tree.addFile("opt/Draw.app/Other.AppImage", 10);
+    // More names than one call delivers, wherever AppRun stands among them.
+    for (int file = 0; file < 1200; ++file)
+      search.tree.addFile("opt/Draw.app/a name of usual length " + QByteArray::number(file) + ".AppImage", 0);
     search.tree.addFile("opt/Tool.AppImage", 700);
     QCOMPARE(::symlink("one", search.tree.at("home/link").constData()), 0);
     search.mounts.hidden = {search.tree.at("layer")};
