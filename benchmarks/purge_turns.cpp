@@ -114,6 +114,7 @@ class OnlyVictim : public VictimSource {
     reading.policy.self = 0;
     return reading;
   }
+  std::optional<std::int32_t> focusedProcess() override { return m_everybody.focusedProcess(); }
 
  private:
   LinuxVictimSource m_everybody;

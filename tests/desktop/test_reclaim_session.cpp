@@ -71,6 +71,7 @@ class OwnPrograms : public VictimSource {
     });
     return reading;
   }
+  std::optional<std::int32_t> focusedProcess() override { return m_everybody.focusedProcess(); }
 
  private:
   LinuxVictimSource m_everybody;

@@ -14,6 +14,7 @@
 #include "platform/linux/reclaim/reclaim_forecast.h"
 #include "platform/linux/reclaim/reclaim_pace.h"
 #include "platform/linux/reclaim/step_session.h"
+#include "platform/linux/reclaim/victim_queue.h"
 
 namespace halvard {
 namespace {
@@ -46,14 +47,16 @@ ByteCount swappedBytes(const std::string& path) {
 
 class ControlGroupSteps : public ReclaimSteps {
  public:
-  ControlGroupSteps(std::string root, std::vector<Victim> units, GuardReadingsSource& readings, Clock& clock)
+  ControlGroupSteps(std::string root, VictimQueue units, GuardReadingsSource& readings, Clock& clock)
       : m_root(std::move(root)), m_units(std::move(units)), m_pace(readings, clock) {}
 
   void step(ByteCount bytes) override {
     ByteCount left = bytes;
-    while (left > 0 && m_next < m_units.size() && m_pace.mayStep()) {
+    while (left > 0) {
+      Victim* const unit = m_units.current();
+      if (!unit || !m_pace.mayStep()) break;
       const ByteCount wanted = std::min(left, ControlGroupStrategy::kMostAtOnce);
-      left -= askUnit(m_units[m_next], wanted) ? wanted : 0;
+      left -= askUnit(*unit, wanted) ? wanted : 0;
     }
   }
 
@@ -74,13 +77,12 @@ class ControlGroupSteps : public ReclaimSteps {
     if (after > before) m_gone += after - before;
     unit.bytes -= wanted;
     const bool isDone = error != 0 || unit.bytes == 0;
-    if (isDone) ++m_next;
+    if (isDone) m_units.next();
     return error == 0;
   }
 
   const std::string m_root;
-  std::vector<Victim> m_units;
-  std::size_t m_next = 0;
+  VictimQueue m_units;
   ReclaimPace m_pace;
   ByteCount m_gone = 0;
 };
@@ -91,34 +93,35 @@ ControlGroupStrategy::ControlGroupStrategy(VictimSource& victims, GuardReadingsS
                                            std::string root)
     : m_victims(victims), m_readings(readings), m_clock(clock), m_root(std::move(root)) {}
 
-Result<std::vector<Victim>> ControlGroupStrategy::units() {
+Result<ControlGroupStrategy::Found> ControlGroupStrategy::find() {
   if (const auto obstacle = obstacleToPagingOut(m_readings.read())) return Error{*obstacle};
   if (::access((m_root + "/cgroup.controllers").c_str(), F_OK) != 0) {
     return Error{QStringLiteral("control groups are not of version 2")};
   }
-  const VictimSource::Reading reading = m_victims.read();
+  VictimSource::Reading reading = m_victims.read();
   std::vector<Victim> units = selectUnits(reading.candidates, reading.policy);
   std::erase_if(units, [this](const Victim& unit) {
     // A path outside of this program's view of the hierarchy begins with dots.
     return unit.unit.contains("/..") || ::access(fileOf(m_root, unit, "memory.reclaim").c_str(), W_OK) != 0;
   });
   if (units.empty()) return Error{QStringLiteral("no idle application has a control group that may be asked")};
-  return units;
+  return Found{std::move(reading), std::move(units)};
 }
 
 Result<std::unique_ptr<PurgeableSession>> ControlGroupStrategy::open() {
-  auto found = units();
+  auto found = find();
   if (!found) return found.error();
-  auto steps = std::make_unique<ControlGroupSteps>(m_root, std::move(found).value(), m_readings, m_clock);
+  VictimQueue units(m_victims, m_clock, std::move(found.value().reading), std::move(found.value().units), selectUnits);
+  auto steps = std::make_unique<ControlGroupSteps>(m_root, std::move(units), m_readings, m_clock);
   return std::unique_ptr<PurgeableSession>(std::make_unique<StepSession>(std::move(steps)));
 }
 
 Result<ReclaimForecast> ControlGroupStrategy::forecast() {
-  auto found = units();
+  const auto found = find();
   const auto readings = m_readings.read();
   if (!found) return found.error();
   ReclaimForecast forecast =
-      forecastOf(ReclaimMethod::ControlGroups, found.value(), readings ? roomInSwap(*readings) : 0, keptShare());
+      forecastOf(ReclaimMethod::ControlGroups, found.value().units, readings ? roomInSwap(*readings) : 0, keptShare());
   forecast.explanation = kWhatItDoes;
   return forecast;
 }

@@ -25,8 +25,12 @@ class ControlGroupStrategy : public ReclaimStrategy {
   Result<ReclaimForecast> forecast() override;
 
  private:
+  struct Found {
+    VictimSource::Reading reading;
+    std::vector<Victim> units;
+  };
   /// The units that may be asked, or why there are none.
-  Result<std::vector<Victim>> units();
+  Result<Found> find();
 
   VictimSource& m_victims;
   GuardReadingsSource& m_readings;

@@ -9,6 +9,7 @@
 #include "platform/linux/reclaim/reclaim_forecast.h"
 #include "platform/linux/reclaim/reclaim_pace.h"
 #include "platform/linux/reclaim/step_session.h"
+#include "platform/linux/reclaim/victim_queue.h"
 
 namespace halvard {
 namespace {
@@ -20,22 +21,26 @@ const QString kNobody = QStringLiteral("no idle program holds memory worth pagin
 
 class PageOutSteps : public ReclaimSteps {
  public:
-  PageOutSteps(std::unique_ptr<WorkerProcess> worker, std::vector<Victim> victims, GuardReadingsSource& readings,
-               Clock& clock)
-      : m_worker(std::move(worker)), m_victims(std::move(victims)), m_pace(readings, clock) {}
+  PageOutSteps(std::unique_ptr<WorkerProcess> worker, VictimQueue victims, GuardReadingsSource& readings, Clock& clock)
+      : m_worker(std::move(worker)),
+        m_victims(std::move(victims)),
+        m_hasWork(m_victims.current() != nullptr),
+        m_pace(readings, clock) {}
 
   bool isAlive() const override { return m_worker->isAlive(); }
 
   void step(ByteCount bytes) override {
     ByteCount gone = 0;
-    while (gone < bytes && m_next < m_victims.size() && m_pace.mayStep()) {
-      gone += advise(m_victims[m_next], std::min<ByteCount>(bytes - gone, purge_worker::kMaxPageOut));
+    while (gone < bytes) {
+      const Victim* const victim = m_victims.current();
+      if (!victim || !m_pace.mayStep()) break;
+      gone += advise(*victim, std::min<ByteCount>(bytes - gone, purge_worker::kMaxPageOut));
     }
     m_gone += gone;
   }
 
   ReclaimOutcome outcome() const override {
-    ReclaimOutcome outcome{ReclaimMethod::PageOut, m_gone, m_victims.empty() ? kNobody : kWhatItDoes};
+    ReclaimOutcome outcome{ReclaimMethod::PageOut, m_gone, m_hasWork ? kWhatItDoes : kNobody};
     if (!m_pace.refusal().isEmpty()) outcome.explanation = QStringLiteral("stopped early: ") + m_pace.refusal();
     return outcome;
   }
@@ -48,14 +53,14 @@ class PageOutSteps : public ReclaimSteps {
     command.bytes = bytes;
     purge_worker::PageOutAnswer answer;
     const bool isAnswered = m_worker->exchange(command, answer) == 0;
-    if (!isAnswered) m_next = m_victims.size();
-    if (isAnswered && (answer.error != 0 || answer.more == 0)) ++m_next;
+    if (!isAnswered) m_victims.clear();
+    if (isAnswered && (answer.error != 0 || answer.more == 0)) m_victims.next();
     return isAnswered ? answer.bytes : 0;
   }
 
   std::unique_ptr<WorkerProcess> m_worker;
-  std::vector<Victim> m_victims;
-  std::size_t m_next = 0;
+  VictimQueue m_victims;
+  const bool m_hasWork;
   ReclaimPace m_pace;
   ByteCount m_gone = 0;
 };
@@ -82,9 +87,10 @@ Result<std::unique_ptr<WorkerProcess>> PageOutStrategy::startWorker() {
 Result<std::unique_ptr<PurgeableSession>> PageOutStrategy::open() {
   auto worker = startWorker();
   if (!worker) return worker.error();
-  const VictimSource::Reading reading = m_victims.read();
-  auto steps = std::make_unique<PageOutSteps>(std::move(worker).value(),
-                                              selectVictims(reading.candidates, reading.policy), m_readings, m_clock);
+  VictimSource::Reading reading = m_victims.read();
+  std::vector<Victim> chosen = selectVictims(reading.candidates, reading.policy);
+  VictimQueue victims(m_victims, m_clock, std::move(reading), std::move(chosen), selectVictims);
+  auto steps = std::make_unique<PageOutSteps>(std::move(worker).value(), std::move(victims), m_readings, m_clock);
   return std::unique_ptr<PurgeableSession>(std::make_unique<StepSession>(std::move(steps)));
 }
 

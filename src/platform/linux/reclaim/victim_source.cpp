@@ -151,6 +151,10 @@ LinuxVictimSource::LinuxVictimSource(Clock& clock, std::function<QStringList()> 
                                      QByteArray root)
     : m_clock(clock), m_exclusions(std::move(exclusions)), m_display(std::move(display)), m_root(std::move(root)) {}
 
+std::optional<std::int32_t> LinuxVictimSource::focusedProcess() {
+  return X11Windows(m_display).attention().focused;
+}
+
 VictimSource::Reading LinuxVictimSource::read() {
   return Pass(*this).run();
 }

@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <QStringList>
 #include <functional>
+#include <optional>
 #include <vector>
 
 #include "core/clock.h"
@@ -20,6 +21,8 @@ class VictimSource {
   virtual ~VictimSource() = default;
   /// Blocks for about half a second, over which it sees who uses the processors.
   virtual Reading read() = 0;
+  /// Who has the focus now, and nothing else: quickly. Nothing when nobody has it, or the screen does not tell.
+  virtual std::optional<std::int32_t> focusedProcess() = 0;
 };
 
 /// The processes and applications of this session. Keeps nothing between two readings, because they are minutes apart.
@@ -29,6 +32,7 @@ class LinuxVictimSource : public VictimSource {
   LinuxVictimSource(Clock& clock, std::function<QStringList()> exclusions, QByteArray display = {},
                     QByteArray root = "/proc");
   Reading read() override;
+  std::optional<std::int32_t> focusedProcess() override;
 
  private:
   class Pass;

@@ -10,6 +10,7 @@
 #include "platform/linux/reclaim/page_out_strategy.h"
 #include "platform/linux/reclaim/reclaim_pace.h"
 #include "platform/linux/reclaim/strategic_purgeable_memory.h"
+#include "platform/linux/reclaim/victim_queue.h"
 
 using namespace halvard;
 using namespace std::chrono_literals;
@@ -34,7 +35,9 @@ struct ScriptedReadings : GuardReadingsSource {
 
 struct ScriptedVictims : VictimSource {
   Reading reading;
+  std::optional<std::int32_t> focused;
   Reading read() override { return reading; }
+  std::optional<std::int32_t> focusedProcess() override { return focused; }
 };
 
 ReclaimCandidate application(std::int32_t pid, const char* unit, ByteCount bytes) {
@@ -87,6 +90,7 @@ class TestReclaimStrategies : public QObject {
   void init() {
     m_readings = ScriptedReadings();
     m_victims.reading = {};
+    m_victims.focused.reset();
     m_root = std::make_unique<QTemporaryDir>();
     write("cgroup.controllers", "memory\n");
     write("app.slice/one.scope/memory.reclaim", "");
@@ -150,6 +154,21 @@ class TestReclaimStrategies : public QObject {
     const auto last = session.value()->makeData(kMiB);
     session.value().reset();
     last->beginContentAccess();
+  }
+
+  void whoComesToTheFrontMeanwhileIsSpared() {
+    m_victims.reading.candidates = {application(10, "/app.slice/one.scope", 25 * kMiB)};
+    auto strategy = groups();
+    auto session = strategy.open();
+    QVERIFY(session);
+    takeSteps(*session.value(), 1);
+    m_victims.focused = 10;
+    takeSteps(*session.value(), 1);
+    QVERIFY2(asked().startsWith("10485760 "), "it does not ask the screen at every step");
+    write("app.slice/one.scope/memory.reclaim", "");
+    m_clock.advance(VictimQueue::kLookInterval);
+    takeSteps(*session.value(), 10);
+    QCOMPARE(asked(), QByteArray());
   }
 
   void largeStepsAreCutIntoThirtyTwoMebibytes() {
