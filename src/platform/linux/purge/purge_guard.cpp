@@ -1,9 +1,13 @@
 #include "platform/linux/purge/purge_guard.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
+#include <vector>
 
 #include "platform/linux/procfs/memory_info.h"
+#include "platform/linux/procfs/zone_watermarks.h"
 
 namespace halvard {
 namespace {
@@ -36,6 +40,13 @@ bool isShortOfBreath(const std::optional<MemoryPressure>& pressure, bool isFirst
   return pressure && pressure->average10 >= (isFirstStep ? kStalledBefore : kStalledMeanwhile);
 }
 
+ByteCount readBackgroundMark(const std::string& procRoot) {
+  constexpr std::size_t kSize = std::size_t{64} << 10;
+  std::vector<char> buffer(kSize);
+  const PageCount pages = parseBackgroundReclaimMark(readFile(procRoot + "/zoneinfo", buffer));
+  return pages * static_cast<ByteCount>(::sysconf(_SC_PAGESIZE));
+}
+
 }  // namespace
 
 ByteCount guardReserve(ByteCount physicalMemory) {
@@ -60,6 +71,10 @@ std::chrono::milliseconds restAfterStep(const GuardReadings& now, const GuardRea
   return std::clamp(stall, 0ms, kLongest);
 }
 
+bool isKernelBehind(const GuardReadings& now) {
+  return now.free < now.backgroundMark;
+}
+
 GuardVerdict judgePageOut(const GuardReadings& now, const std::optional<GuardReadings>& before) {
   if (isSwapFull(now) || isShortOfBreath(now.somePressure, !before)) return GuardVerdict::Refuse;
   const bool waits = before && isLong(stallBetween(before->somePressure, now.somePressure), now, *before);
@@ -73,6 +88,7 @@ bool mayUseHugePages(const GuardReadings& now) {
 ProcfsGuardReadings::ProcfsGuardReadings(Clock& clock, const std::string& procRoot)
     : m_clock(clock),
       m_meminfo(procRoot + "/meminfo"),
+      m_backgroundMark(readBackgroundMark(procRoot)),
       m_pressure(procRoot),
       m_somePressure(procRoot, PressureLine::Some) {}
 
@@ -80,8 +96,9 @@ std::optional<GuardReadings> ProcfsGuardReadings::read() {
   std::array<char, 8192> buffer;
   const std::optional<MemoryInfo> info = parseMemoryInfo(m_meminfo.read(buffer));
   if (!info) return std::nullopt;
-  return GuardReadings{info->total,     info->available,      info->swapFree, m_pressure.read(), m_clock.monotonicNow(),
-                       info->swapTotal, m_somePressure.read()};
+  return GuardReadings{
+      info->total,     info->available,       info->swapFree, m_pressure.read(), m_clock.monotonicNow(),
+      info->swapTotal, m_somePressure.read(), info->free,     m_backgroundMark};
 }
 
 }  // namespace halvard

@@ -22,6 +22,9 @@ struct GuardReadings {
   ByteCount swapTotal = 0;
   /// The line "some": somebody waited for memory, whoever it was.
   std::optional<MemoryPressure> somePressure = std::nullopt;
+  ByteCount free = 0;  ///< MemFree
+  /// Below so much the kernel pages out in the background (parseBackgroundReclaimMark); 0 where it does not say.
+  ByteCount backgroundMark = 0;
 };
 
 enum class GuardVerdict {
@@ -55,6 +58,10 @@ GuardVerdict judgeStep(const GuardReadings& now, const std::optional<GuardReadin
 /// that whoever needs memory meets the fill at most half of the time.
 std::chrono::milliseconds restAfterStep(const GuardReadings& now, const GuardReadings& before);
 
+/// Whether a fill goes too fast for the kernel's paging out in the background: a step more, and whoever needs memory
+/// would have to page out for it by himself.
+bool isKernelBehind(const GuardReadings& now);
+
 /// Whether one more step of paging out idle programs may be made. That takes no memory and makes nobody wait by itself,
 /// so that whoever waits is another.
 ///
@@ -76,7 +83,7 @@ class GuardReadingsSource {
   virtual std::optional<GuardReadings> read() = 0;
 };
 
-/// /proc/meminfo and both lines of /proc/pressure/memory, one pread each.
+/// /proc/meminfo and both lines of /proc/pressure/memory, one pread each; /proc/zoneinfo once.
 class ProcfsGuardReadings : public GuardReadingsSource {
  public:
   explicit ProcfsGuardReadings(Clock& clock, const std::string& procRoot = "/proc");
@@ -85,6 +92,7 @@ class ProcfsGuardReadings : public GuardReadingsSource {
  private:
   Clock& m_clock;
   KeptFile m_meminfo;
+  ByteCount m_backgroundMark;
   MemoryPressureReader m_pressure;
   MemoryPressureReader m_somePressure;
 };

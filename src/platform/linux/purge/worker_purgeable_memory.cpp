@@ -13,6 +13,8 @@ using namespace std::chrono_literals;
 using purge_worker::Operation;
 
 constexpr auto kOneWait = 100ms;
+constexpr auto kCatchUpWait = 10ms;
+constexpr auto kLongestCatchUp = 300ms;
 
 /// What a session and its buffers share: a buffer may outlive its session.
 class Filling {
@@ -45,12 +47,21 @@ class Filling {
       const GuardVerdict verdict = judgeStep(*now, m_before, size);
       if (verdict == GuardVerdict::Refuse) return false;
       if (verdict == GuardVerdict::Go && m_before) rest(restAfterStep(*now, *m_before));
-      m_before = now;
+      m_before = verdict == GuardVerdict::Go ? onceTheKernelHasCaughtUp(*now) : *now;
       if (verdict == GuardVerdict::Go) return true;
       if (waited >= m_limits.waitForBuffer || m_waited >= m_limits.waitInAll) return false;
       rest(kOneWait);
     }
     return false;
+  }
+
+  /// Not for ever: where nothing can be paged out in the background, the guard's other questions decide.
+  GuardReadings onceTheKernelHasCaughtUp(GuardReadings now) {
+    for (auto waited = 0ms; isKernelBehind(now) && waited < kLongestCatchUp; waited += kCatchUpWait) {
+      m_clock.sleepFor(kCatchUpWait);
+      now = m_readings.read().value_or(now);
+    }
+    return now;
   }
 
   void rest(std::chrono::milliseconds duration) {

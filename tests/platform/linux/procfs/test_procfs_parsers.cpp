@@ -6,6 +6,7 @@
 #include "platform/linux/procfs/processor_stat.h"
 #include "platform/linux/procfs/swap_devices.h"
 #include "platform/linux/procfs/swap_traffic.h"
+#include "platform/linux/procfs/zone_watermarks.h"
 
 using namespace halvard;
 
@@ -73,6 +74,17 @@ class TestProcfsParsers : public QObject {
     QCOMPARE(parseProcessorFreePages(" count: 5\n count: -1\n count: x\n count: 7 \n count: 2\nrecount: 9\n count:"),
              7u);
     QCOMPARE(parseProcessorFreePages(" count: 281474976710656\n count: 1\n"), 0u);
+  }
+
+  void backgroundReclaimMarkIsLowAndWhatIsKept() {
+    const QByteArray zones =
+        "Node 0, zone DMA\n  pages free 9\n  low 13\n  managed 3840\n  protection: (0, 3019, 24090)\n"
+        "Node 0, zone DMA32\n  low 2888\n  managed 772915\n  protection: (0, 0, 21071)\n count: 1\n"
+        "Node 0, zone Normal\n  low 20163\n  managed 5394266\n  protection: (0, 0, 0)\n";
+    QCOMPARE(parseBackgroundReclaimMark(view(zones)), 3840u + 2888 + 21071 + 20163);
+    QCOMPARE(parseBackgroundReclaimMark(view(zones.left(zones.indexOf("protection: (0, 0, 21071)")))), 3840u);
+    QVERIFY(parseBackgroundReclaimMark(view(fixture("zoneinfo"))) > 0);
+    QCOMPARE(parseBackgroundReclaimMark("  low 1\n  protection: (1)\n"), 0u);
   }
 
   void zramStatistics() {
@@ -182,6 +194,7 @@ class TestProcfsParsers : public QObject {
           text[static_cast<qsizetype>(random() % static_cast<unsigned>(text.size()))] = static_cast<char>(random());
         (void)parseMemoryInfo(view(text));
         (void)parseProcessorFreePages(view(text));
+        (void)parseBackgroundReclaimMark(view(text));
         (void)parseZramStatistics(view(text));
         (void)parseSwapDevices(view(text));
         (void)parseMemoryPressure(view(text));

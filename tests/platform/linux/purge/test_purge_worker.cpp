@@ -213,6 +213,25 @@ class TestPurgeWorker : public QObject {
     QVERIFY(session->isAlive());
   }
 
+  void theFillLetsTheKernelCatchUpButNotForEver() {
+    FakeClock clock;
+    WorkerPurgeableMemory purgeable(m_readings, clock, kWorker);
+    auto session = purgeable.openSession();
+    m_readings.readings->free = 4 * kMiB;
+    m_readings.readings->backgroundMark = 4 * kMiB;
+    session->makeData(kMiB)->beginContentAccess();
+    QVERIFY(clock.sleeps().empty());
+    m_readings.readings->free = 4 * kMiB - 1;
+    clock.onSleep = [&](std::chrono::milliseconds) {
+      if (clock.sleeps().size() == 3) m_readings.readings->free = 5 * kMiB;
+    };
+    session->makeData(kMiB)->beginContentAccess();
+    QCOMPARE(clock.sleeps(), std::vector(3, 10ms));
+    m_readings.readings->free = 0;
+    session->makeData(kMiB)->beginContentAccess();
+    QCOMPARE(clock.sleeps().size(), 3u + 30);
+  }
+
   void aKilledWorkerEndsTheSession() {
     auto purgeable = memory();
     auto session = purgeable.openSession();
