@@ -66,7 +66,9 @@ int run(int argc, char** argv) {
     (void)answer(EPERM, 0);
     return kNoRight;
   }
-  if (!answer(Target::isSupported() ? 0 : ENOSYS, 0)) return kChannelClosed;
+  const int obstacle = Target::tryOn(static_cast<pid_t>(parent));
+  if (!answer(obstacle, 0)) return kChannelClosed;
+  if (obstacle != 0) return kNoRight;
   static Target target;
   while (serve(target)) {
   }

@@ -46,8 +46,13 @@ const char* skipWords(const char* text, int count) {
 
 }  // namespace
 
-bool Target::isSupported() {
-  return syscall(SYS_process_madvise, -1, nullptr, 0UL, MADV_PAGEOUT, 0U) >= 0 || errno != ENOSYS;
+int Target::tryOn(pid_t other) {
+  const int handle = static_cast<int>(syscall(SYS_pidfd_open, other, 0U));
+  const long result = handle < 0 ? -1 : syscall(SYS_process_madvise, handle, nullptr, 0UL, MADV_PAGEOUT, 0U);
+  const int error = result < 0 ? errno : 0;
+  if (handle >= 0) ::close(handle);
+  // EACCES is about that one process.
+  return error == ENOSYS || error == EPERM ? error : 0;
 }
 
 bool Target::is(pid_t pid, std::uint64_t startTime) const {

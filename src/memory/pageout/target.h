@@ -20,8 +20,9 @@ class Target {
     bool more = false;
   };
 
-  /// False on kernels before 5.10.
-  static bool isSupported();
+  /// Whether this process may advise others, tried on `other` without advising anything: 0, ENOSYS on kernels before
+  /// 5.10, or EPERM where the capability counts for nothing, as in a container.
+  static int tryOn(pid_t other);
 
   bool is(pid_t pid, std::uint64_t startTime) const;
   /// 0, or an errno: ESRCH when there is no such process, EPERM when it is another user's or may not be looked at.

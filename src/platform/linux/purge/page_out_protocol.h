@@ -4,7 +4,7 @@
 
 /// What the application and halvard-pageout-worker say to each other, in the manner of worker_protocol.h. The worker
 /// speaks first: an Answer with serial 0, whose error is EPERM when it lacks the right to advise other processes,
-/// ENOSYS on kernels before 5.10. Then every PageOutCommand gets one PageOutAnswer.
+/// ENOSYS on kernels before 5.10; with either it ends. Then every PageOutCommand gets one PageOutAnswer.
 namespace halvard::purge_worker {
 
 inline constexpr std::uint32_t kPageOutMagic = 0x6f567248;
@@ -37,7 +37,7 @@ static_assert(sizeof(PageOutCommand) == 32 && sizeof(PageOutAnswer) == 32, "no p
 
 /// Beside ExitStatus.
 enum PageOutExitStatus : int {
-  kNoRight = 5,        ///< the program file has no cap_sys_nice, or the session forbids capabilities
+  kNoRight = 5,        ///< the program file has no cap_sys_nice, the session forbids capabilities, or the kernel is old
   kForeignCaller = 6,  ///< started by another user's process, or as another user than who started it
 };
 

@@ -1,5 +1,6 @@
 // The program that may advise other processes: what it accepts, whom it touches, what it keeps of its rights.
 #include <grp.h>
+#include <sched.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -191,6 +192,25 @@ class TestPageOutWorker : public QObject {
     if (WEXITSTATUS(status) == 127) QSKIP("other users may not start the worker here");
     QCOMPARE(WEXITSTATUS(status), int(purge_worker::kForeignCaller));
     QCOMPARE(BareWorker(kWorker, 1).finish(), int(purge_worker::kForeignCaller));
+  }
+
+  void whereTheCapabilityCountsForNothingItSaysSo() {
+    const pid_t child = ::fork();
+    if (child == 0) {
+      // Root of a namespace of its own, as in a container.
+      QFile map(QStringLiteral("/proc/self/uid_map"));
+      const QByteArray line = "0 " + QByteArray::number(::getuid()) + " 1";
+      if (::unshare(CLONE_NEWUSER) != 0 || !map.open(QIODevice::WriteOnly | QIODevice::Unbuffered) ||
+          map.write(line) != line.size())
+        ::_exit(2);
+      BareWorker worker(kWorker);
+      const auto ready = worker.receive<purge_worker::Answer>();
+      ::_exit(ready && ready->error == EPERM && worker.finish() == purge_worker::kNoRight ? 0 : 1);
+    }
+    int status = 0;
+    QCOMPARE(::waitpid(child, &status, 0), child);
+    if (WEXITSTATUS(status) == 2) QSKIP("no namespaces for users here");
+    QCOMPARE(WEXITSTATUS(status), 0);
   }
 
   void startedByHandItExplainsItself() {
