@@ -54,7 +54,6 @@ class ZPAppDelegate : public QObject {
 
   const AppDelegateServices m_services;
   bool m_wasActive = false;
-  bool m_asksToMove = false;
 };
 
 }  // namespace halvard
