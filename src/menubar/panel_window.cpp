@@ -157,12 +157,13 @@ void PanelWindow::placeBesideStatusItem() {
   const QRect room = screen->availableGeometry();
   if (!item) {
     m_panelView->pointAtNothing();
-    move(panel_placement::cornerOf(room, size()));
-    return;
+    m_attachedPlace = panel_placement::cornerOf(room, size());
+  } else {
+    const panel_placement::Placement placement = panel_placement::besideItem(*item, size(), room);
+    m_panelView->pointAt(placement.edge, placement.apex);
+    m_attachedPlace = placement.topLeft;
   }
-  const panel_placement::Placement placement = panel_placement::besideItem(*item, size(), room);
-  m_panelView->pointAt(placement.edge, placement.apex);
-  move(placement.topLeft);
+  move(*m_attachedPlace);
 }
 
 void PanelWindow::showWindowIfNotLocked() {

@@ -143,6 +143,8 @@ class PanelWindow : public DraggableWindow {
   bool m_blends = false;
   WeakRef<PanelWindowDelegate> m_panelWindowDelegate;
   std::uint64_t m_windowState = 0;
+  /// Where the panel was attached last.
+  std::optional<QPoint> m_attachedPlace;
   bool m_animating = false;
   /// Where the disk usage begins below the panel's top: under the summary area, in an animation on the way there.
   int m_diskUsageTop = 0;

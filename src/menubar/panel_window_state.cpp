@@ -67,7 +67,11 @@ void PanelWindow::modifyWindowToSize(QSize size, bool animated, std::function<vo
   const auto apply = [this](QSize newSize) {
     // The top edge stays, or the bottom edge when the panel stands above its item.
     const int dropped = m_panelView->bodyOffset() != 0 ? height() - newSize.height() : 0;
-    setGeometry(constrainedFrame(QRect(QPoint(x(), y() + dropped), newSize)));
+    // While a window manager takes a window over, pos() may be that in its frame.
+    const QPoint corner = isVisible() && isLocked() ? m_attachedPlace.value_or(pos()) : pos();
+    const QRect frame = constrainedFrame(QRect(corner + QPoint(0, dropped), newSize));
+    if (m_attachedPlace) m_attachedPlace = frame.topLeft();
+    setGeometry(frame);
   };
   const int diskUsageTop = summaryHeight();
   if (!animated) {
