@@ -164,11 +164,8 @@ class TestPromoRules : public QObject {
     data.currentAppIndex = 2;
     QVERIFY(!data.isDataPrepareForWork());
     data.xml_max_app_index_tag = QStringLiteral("max");
-    QVERIFY(data.isDataPrepareForWork());
-    const QByteArray rest = "<version>3</version><url>p.zip</url>";
-    QVERIFY(parseFeed(feed("<max>2</max>" + rest), data));
-    for (const char* maximum : {"<max>1</max>", "<max>-3</max>", ""})
-      QVERIFY(!parseFeed(feed(maximum + rest), data));
+    for (const auto& [maximum, counts] : {std::pair("<max>2</max>", true), {"<max>1</max>", false}, {"", false}})
+      QCOMPARE(parseFeed(feed(maximum + QByteArray("<version>3</version><url>p.zip</url>")), data).has_value(), counts);
   }
 
   void linksOfPages() {

@@ -134,14 +134,6 @@ class TestPublishing : public QObject {
     server.kill();
     server.waitForFinished();
   }
-
-  void theToolRefusesWhatUsersWouldRefuse() {
-    const QTemporaryDir feeds;
-    const QString news = QStringLiteral(PUBLISHING "/example/news");
-    QCOMPARE(publish({QStringLiteral("tools"), QStringLiteral("2"), news, feeds.path()}), 2);
-    QCOMPARE(publish({QStringLiteral("news"), QStringLiteral("0"), news, feeds.path()}), 2);
-    QCOMPARE(publish({QStringLiteral("other"), QStringLiteral("2"), news, feeds.path()}), 2);
-  }
 };
 
 QTEST_GUILESS_MAIN(TestPublishing)
