@@ -202,7 +202,7 @@ int main(int argc, char** argv) {
   const std::string mixed = base + "/mixed";
   const std::string chain = base + "/chain";
   makeMixedTree(mixed, entries);
-  makeDeepChain(chain, 1000, 12);
+  makeDeepChain(chain, 2000, 12);
 
   compare("mixed tree, warm", {{"du -s", program({"du", "-s", mixed}), {}},
                                {"one thread", walk(mixed, 1), {}},

@@ -25,6 +25,7 @@ bool ZPAppDelegate::applicationDidFinishLaunching(const QStringList& arguments) 
   if (m_services.isSuite) {
     finishLaunching(arguments);
   } else {
+    m_asksToMove = true;
     m_services.moveOffer.copyAppToApplications(
         [this, arguments](const std::optional<QString>& newPath) { moveOfferAnswered(newPath, arguments); });
   }
@@ -32,7 +33,10 @@ bool ZPAppDelegate::applicationDidFinishLaunching(const QStringList& arguments) 
 }
 
 void ZPAppDelegate::moveOfferAnswered(const std::optional<QString>& newPath, const QStringList& arguments) {
-  newPath ? relaunch(*newPath) : finishLaunching(arguments);
+  m_asksToMove = false;
+  if (newPath) return relaunch(*newPath);
+  finishLaunching(arguments);
+  if (m_wasActive && !m_services.startAtLogin.wasAutolaunchedWithHelperApp()) applicationDidBecomeActive();
 }
 
 /// The new copy is to find nobody who holds its place. Where it cannot be started, this one stays as it is.
@@ -60,6 +64,8 @@ bool ZPAppDelegate::applicationShouldHandleReopen() {
 void ZPAppDelegate::applicationDidBecomeActive() {
   const bool isFirst = !std::exchange(m_wasActive, true);
   if (isFirst && m_services.startAtLogin.wasAutolaunchedWithHelperApp()) return;
+  // The panel would take the focus from the question; it follows the answer.
+  if (m_asksToMove) return;
   MainInterface::ShowMainWindowAndMakeActive(m_services.notifications);
 }
 

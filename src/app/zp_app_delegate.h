@@ -54,6 +54,7 @@ class ZPAppDelegate : public QObject {
 
   const AppDelegateServices m_services;
   bool m_wasActive = false;
+  bool m_asksToMove = false;
 };
 
 }  // namespace halvard

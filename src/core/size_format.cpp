@@ -46,11 +46,15 @@ QString plainBytes(ByteCount bytes) {
 }  // namespace
 
 QString stringFromSize(std::int64_t bytes) {
+  return stringFromSize(bytes, 1000.0);
+}
+
+QString stringFromSize(std::int64_t bytes, double nextUnitFrom) {
   if (bytes <= 999) return QString::number(bytes) + QStringLiteral(" bytes");
   static constexpr std::array units{"KB", "MB", "GB", "TB"};
   double value = static_cast<double>(bytes) / 1024.0;
   std::size_t unit = 0;
-  while (value >= 1000.0 && unit + 1 < units.size()) {
+  while (value >= nextUnitFrom && unit + 1 < units.size()) {
     value /= 1024.0;
     ++unit;
   }

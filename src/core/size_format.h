@@ -13,6 +13,9 @@ namespace halvard::size_format {
 /// TB is the last unit. A negative count is printed in bytes.
 QString stringFromSize(std::int64_t bytes);
 
+/// The same with the next unit from `nextUnitFrom` on.
+QString stringFromSize(std::int64_t bytes, double nextUnitFrom);
+
 /// The same for what may be a loss: a negative count is the amount with a sign, "-1.50 MB".
 QString stringFromDifference(std::int64_t bytes);
 

@@ -26,7 +26,8 @@ void CopyApplicationsTask::copyApplications() const {
   const QDir source(m_source);
   const auto destination = createDestinationPath();
   if (!source.exists() || !destination) return;
-  const QStringList archives = source.entryList({QStringLiteral("*.zip")}, QDir::Files | QDir::Hidden, QDir::Unsorted);
+  const QStringList archives =
+      source.entryList({QStringLiteral("*.zip")}, QDir::Files | QDir::Hidden | QDir::CaseSensitive, QDir::Unsorted);
   for (const QString& archive : archives) {
     const QString target = QStringLiteral("%1/%2.app").arg(*destination, archive.chopped(4));
     if (QFile::exists(target) || !QDir().mkpath(target)) continue;
@@ -41,7 +42,8 @@ std::optional<CopyApplicationsTask::FoundApplication> CopyApplicationsTask::find
   const auto destination = createDestinationPath();
   if (!destination) return {};
   const QDir folder(*destination);
-  const QStringList bundles = folder.entryList({QStringLiteral("*.app")}, QDir::Dirs | QDir::Hidden, QDir::Unsorted);
+  const QStringList bundles =
+      folder.entryList({QStringLiteral("*.app")}, QDir::Dirs | QDir::Hidden | QDir::CaseSensitive, QDir::Unsorted);
   for (const QString& bundle : bundles) {
     const QString path = folder.filePath(bundle);
     const auto identifier = m_catalog.bundleIdentifier(QFile::encodeName(path));

@@ -25,6 +25,32 @@ constexpr int kUsage = 2;
 constexpr int kSizeThreads = 4;
 constexpr int kProgressMilliseconds = 200;
 
+/// One line on a terminal that tells how far the searches are, as long as it lives. It never goes back when one search
+/// follows another.
+class ProgressLine {
+ public:
+  ProgressLine(const FileMetadataQueryService& queries, std::FILE* terminal) : m_terminal(terminal) {
+    QObject::connect(&m_timer, &QTimer::timeout, [this, &queries] {
+      m_shown = std::max(m_shown, queries.progress());
+      std::fprintf(m_terminal, "\rScanning... %3d %%", static_cast<int>(m_shown * 100));
+      std::fflush(m_terminal);
+    });
+    if (m_terminal) m_timer.start(kProgressMilliseconds);
+  }
+  ~ProgressLine() {
+    if (!m_terminal) return;
+    std::fputs("\r\033[K", m_terminal);
+    std::fflush(m_terminal);
+  }
+  ProgressLine(const ProgressLine&) = delete;
+  ProgressLine& operator=(const ProgressLine&) = delete;
+
+ private:
+  std::FILE* const m_terminal;
+  QTimer m_timer;
+  double m_shown = 0;
+};
+
 /// Collects the four figures and ends a loop with the last.
 struct Collector : SearcherManagerDelegate {
   explicit Collector(QEventLoop& waiting) : loop(waiting) {}
@@ -130,8 +156,13 @@ int DiskCommands::size(const QByteArrayList& arguments) const {
   const bool ignores = paths.removeOne("--ignore-root-ds-store");
   if (paths.size() != 1 || paths.first().isEmpty() || paths.first().startsWith("--"))
     return usageError("usage: size PATH [--ignore-root-ds-store]");
-  if (!m_services.reader.attributes(paths.first())) {
+  const auto found = m_services.reader.attributes(paths.first());
+  if (!found) {
     usageError("no such file or folder: " + onOneLine(paths.first()));
+    return kFailure;
+  }
+  if (found->type == EntryType::Folder && !m_services.reader.open(paths.first())) {
+    usageError("the folder cannot be read: " + onOneLine(paths.first()));
     return kFailure;
   }
   const SizeCalculation sizes(m_services.reader, kSizeThreads);
@@ -143,12 +174,11 @@ int DiskCommands::scan(bool json) const {
   QEventLoop loop;
   Collector found(loop);
   SearcherManager manager(m_services, m_store);
-  QTimer progress;
-  QObject::connect(&progress, &QTimer::timeout, [this] { showProgress(false); });
-  if (m_showsProgress) progress.start(kProgressMilliseconds);
-  manager.startSearchWithDelegate(found, true);
-  loop.exec();
-  showProgress(true);
+  {
+    const ProgressLine progress(m_services.queries, m_showsProgress ? m_errors : nullptr);
+    manager.startSearchWithDelegate(found, true);
+    loop.exec();
+  }
   if (json) {
     print(compact(QJsonDocument(record(found))));
     return kSuccess;
@@ -164,12 +194,14 @@ int DiskCommands::scan(bool json) const {
 }
 
 int DiskCommands::large(bool json) const {
+  std::optional<ProgressLine> progress(std::in_place, m_services.queries, m_showsProgress ? m_errors : nullptr);
   const auto results = search({m_services.paths.getCurrentDiskDirectory()}, LargeAndOldSearcher::predicate());
   if (!results) return kFailure;
   std::vector<FoundFile> files = oldFiles(m_services, results.get(), {});
   std::sort(files.begin(), files.end(), [](const FoundFile& first, const FoundFile& second) {
     return std::tie(second.size, first.path) < std::tie(first.size, second.path);
   });
+  progress.reset();
   QJsonArray list;
   for (const FoundFile& file : files) {
     if (json) {
@@ -183,6 +215,7 @@ int DiskCommands::large(bool json) const {
 }
 
 int DiskCommands::duplicates(bool json) const {
+  std::optional<ProgressLine> progress(std::in_place, m_services.queries, m_showsProgress ? m_errors : nullptr);
   const auto scopes = DuplicatesSearcher::scopes(m_services.reader, m_services.paths);
   ResultSets files;
   Separator groups;
@@ -192,6 +225,7 @@ int DiskCommands::duplicates(bool json) const {
     groups = DuplicatesSearcher::findDuplicatesInFiles(files);
     if (groups.calculateTotalSizeOfDuplicates().size >= DuplicatesSearcher::kEnough) break;
   }
+  progress.reset();
   QJsonArray list;
   groups.forEachGroup([&](const Separator::Group& group) {
     QJsonArray paths;
@@ -219,22 +253,8 @@ std::shared_ptr<const FileMetadataResults> DiskCommands::search(std::vector<QByt
     loop.quit();
   });
   if (!query) return nullptr;
-  QTimer progress;
-  QObject::connect(&progress, &QTimer::timeout, [this] { showProgress(false); });
-  if (m_showsProgress) progress.start(kProgressMilliseconds);
   if (!found) loop.exec();
-  showProgress(true);
   return found;
-}
-
-void DiskCommands::showProgress(bool ended) const {
-  if (!m_showsProgress) return;
-  if (ended) {
-    std::fputs("\r\033[K", m_errors);
-  } else {
-    std::fprintf(m_errors, "\rScanning... %3d %%", static_cast<int>(m_services.queries.progress() * 100));
-  }
-  std::fflush(m_errors);
 }
 
 int DiskCommands::usageError(const QByteArray& message) const {

@@ -34,7 +34,6 @@ class DiskCommands {
   std::shared_ptr<const FileMetadataResults> search(std::vector<QByteArray> scopes,
                                                     FileMetadataPredicate predicate) const;
   /// Writes how far the search has come over what was written before; clears it at the end.
-  void showProgress(bool ended) const;
 
   const DiskSearchServices m_services;
   const DefaultsStore& m_store;

@@ -50,11 +50,11 @@ FileMetadataPredicate DuplicatesSearcher::predicateForSizeLimit(ByteCount limit)
   return predicate;
 }
 
-Separator DuplicatesSearcher::findDuplicatesInFiles(const ResultSets& files) {
+Separator DuplicatesSearcher::findDuplicatesInFiles(const ResultSets& files, std::stop_token stop) {
   Separator groups;
   Separator::Item item = 0;
   for (const auto& set : files) {
-    for (std::size_t index = 0; index < set->count(); ++index)
+    for (std::size_t index = 0; index < set->count() && !stop.stop_requested(); ++index)
       groups.addObject(item++, set->name(index), set->size(index));
   }
   return groups;
@@ -85,9 +85,9 @@ void DuplicatesSearcher::endSearching(std::shared_ptr<const FileMetadataResults>
   }
   m_jobs.run(
       this,
-      [files, &priority = m_services.priority, logs = m_services.showsCalculationLog](std::stop_token) {
+      [files, &priority = m_services.priority, logs = m_services.showsCalculationLog](std::stop_token stop) {
         priority.lowerCurrentThread();
-        Separator duplicates = findDuplicatesInFiles(files);
+        Separator duplicates = findDuplicatesInFiles(files, stop);
         if (logs) log(files, duplicates);
         return duplicates.calculateTotalSizeOfDuplicates();
       },

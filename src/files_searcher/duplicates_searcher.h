@@ -46,8 +46,8 @@ class DuplicatesSearcher : public QObject {
   static std::vector<QByteArray> scopes(const FolderReader& reader, const PathsGenerator& paths);
   /// Above the limit, and below a mebibyte unless that is the limit.
   static FileMetadataPredicate predicateForSizeLimit(ByteCount limit);
-  /// Groups the files of all results.
-  static Separator findDuplicatesInFiles(const ResultSets& files);
+  /// Groups the files of all results; after `stop` was requested, some of them.
+  static Separator findDuplicatesInFiles(const ResultSets& files, std::stop_token stop = {});
 
  private:
   void startSearchWithSizeLimil(ByteCount limit);

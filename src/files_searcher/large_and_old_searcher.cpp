@@ -2,6 +2,8 @@
 
 #include <QDebug>
 
+#include <algorithm>
+
 namespace halvard {
 namespace {
 constexpr ByteCount kLarge = 20'000'000;
@@ -16,8 +18,12 @@ std::vector<FoundFile> oldFiles(const DiskSearchServices& services, const FileMe
     const std::optional<ByteCount> size = results->size(index);
     const auto lastUse = services.lastUsedDates.lastUsedDate(path);
     if (!size || !lastUse || services.clock.now() - *lastUse <= kOld) continue;
-    if (services.showsCalculationLog) qInfo().noquote() << "L:" << path << QStringLiteral("[%1]").arg(*size);
-    files.push_back({path, *size});
+    // A file with holes names a size that it does not take from the disk.
+    const auto attributes = services.reader.attributes(path);
+    const ByteCount occupied = attributes ? std::min(*size, attributes->allocatedSize) : *size;
+    if (occupied <= kLarge) continue;
+    if (services.showsCalculationLog) qInfo().noquote() << "L:" << path << QStringLiteral("[%1]").arg(occupied);
+    files.push_back({path, occupied});
   }
   return files;
 }

@@ -31,7 +31,7 @@ class QuestionVisitor : public TreeVisitor {
     }
   }
 
-  void visitNames(const WalkedFolder& folder, const std::vector<FolderEntry>& entries) override;
+  void beginFolder(const WalkedFolder& folder) override;
   bool entersFolder(const WalkedFolder& above, const FolderEntry& entry, std::uint32_t& tag) override;
   void visitEntry(const WalkedFolder& folder, const FolderEntry& entry) override;
 
@@ -53,12 +53,11 @@ class QuestionVisitor : public TreeVisitor {
   bool m_insideBundle = false;
 };
 
-void QuestionVisitor::visitNames(const WalkedFolder& folder, const std::vector<FolderEntry>& entries) {
+void QuestionVisitor::beginFolder(const WalkedFolder& folder) {
   for (PackedFiles& files : m_found)
     files.forgetFolder();
   const auto asking = static_cast<Queries>(ScopeTree::queriesOf(folder.tag) & m_applications);
-  const auto isRun = [](const FolderEntry& entry) { return entry.name == "AppRun"; };
-  m_insideBundle = asking != 0 && std::any_of(entries.begin(), entries.end(), isRun);
+  m_insideBundle = asking != 0 && folder.folder.attributes("AppRun");
   if (!m_insideBundle) return;
   forEach(asking, [&](std::size_t index) { m_found[index].add(folder.place.path(), PackedFiles::kUnknownSize); });
 }
@@ -90,12 +89,32 @@ void QuestionVisitor::visitEntry(const WalkedFolder& folder, const FolderEntry& 
 
 }  // namespace
 
+/// Where to read what `scope` names: itself, or where the walk meets it, and what is mounted below it from elsewhere.
+std::vector<QByteArray> MetadataPass::placesOf(const QByteArray& scope, const std::vector<MountAlias>& aliases) const {
+  std::optional<QByteArray> path = m_reader.canonicalPath(scope);
+  if (!path) return {};
+  std::vector<QByteArray> places;
+  for (const MountAlias& alias : aliases) {
+    if (path_utilities::isParentPathForPath(*path == "/" ? QByteArrayView("") : *path, alias.mounted))
+      places.push_back(alias.entered);
+  }
+  for (const MountAlias& alias : aliases) {
+    if (*path == alias.mounted || path_utilities::isParentPathForPath(alias.mounted, *path)) {
+      path = (alias.entered == "/" ? QByteArray() : alias.entered) + path->mid(alias.mounted.size());
+      break;
+    }
+  }
+  places.push_back(*path);
+  return places;
+}
+
 ScopeTree MetadataPass::scopesOf(const std::vector<MetadataQuestion>& questions,
                                  std::vector<std::vector<PackedFiles>>& found) const {
   ScopeTree scopes;
   for (const QByteArray& layer : m_mounts.hiddenLayers()) {
     if (const auto path = m_reader.canonicalPath(layer)) scopes.addHidden(*path);
   }
+  const std::vector<MountAlias> aliases = m_mounts.aliases();
   for (std::size_t index = 0; index < questions.size(); ++index) {
     PackedFiles single;
     for (const QByteArray& scope : questions[index].scopes) {
@@ -103,8 +122,9 @@ ScopeTree MetadataPass::scopesOf(const std::vector<MetadataQuestion>& questions,
       const FileMetadataPredicate& predicate = questions[index].predicate;
       if (attributes && attributes->type == EntryType::File) {
         if (!predicate.applications && matches(predicate, attributes->size)) single.add(scope, attributes->size);
-      } else if (const auto path = m_reader.canonicalPath(scope)) {
-        scopes.addScope(*path, bit(index));
+      } else {
+        for (const QByteArray& place : placesOf(scope, aliases))
+          scopes.addScope(place, bit(index));
       }
     }
     found[index].push_back(std::move(single));

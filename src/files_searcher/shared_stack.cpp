@@ -20,7 +20,9 @@ void SharedStack::offer(std::unique_ptr<StackItem> item) {
 
 std::unique_ptr<StackItem> SharedStack::tryTake() {
   if (m_offered.load() == 0) return nullptr;
-  const std::lock_guard lock(m_mutex);
+  // Whoever holds it will be gone before a wait for it had begun.
+  const std::unique_lock lock(m_mutex, std::try_to_lock);
+  if (!lock) return nullptr;
   std::unique_ptr<StackItem> item = m_items.popItem();
   if (item) m_waiting.fetch_sub(1);
   m_offered.store(static_cast<int>(m_items.nDepth()));

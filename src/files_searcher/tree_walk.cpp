@@ -10,12 +10,11 @@
 namespace halvard {
 namespace {
 
-/// Folders held open at once; beyond it subfolders are reached again from above, by waypoints.
-constexpr int kMostKeptFolders = 400;
-constexpr std::size_t kMostWaypoints = 64;
+/// Folders held open at once; beyond it subfolders are reached again from above, by waypoints. With the waypoints few
+/// enough for five walks at a time in a process that may open 1024 files.
+constexpr int kMostKeptFolders = 96;
+constexpr std::size_t kMostWaypoints = 32;
 constexpr std::size_t kShortestStride = 32;
-/// How many entries may pass between two looks at the stop token.
-constexpr std::size_t kEntriesBetweenStops = 256;
 
 struct Course {
   const FolderReader& reader;
@@ -104,6 +103,7 @@ void Worker::scan(StackItem& item) {
   if (!opened) return;
   const auto kept = std::make_shared<KeptFolder>(std::move(opened), m_course.keptFolders);
   const WalkedFolder walked{*item.folder, **kept, item.tag};
+  m_visitor.beginFolder(walked);
   while ((*kept)->nextBatch(m_batch)) {
     if (!scanBatch(walked, item.folder, kept)) return;
   }
@@ -113,7 +113,6 @@ bool Worker::scanBatch(const WalkedFolder& walked, const std::shared_ptr<FolderN
                        const std::shared_ptr<KeptFolder>& kept) {
   const auto& entries = m_batch.entries;
   if (m_course.options.entriesSeen) m_course.options.entriesSeen->fetch_add(entries.size(), std::memory_order_relaxed);
-  m_visitor.visitNames(walked, entries);
   // Subfolders first: another thread can have them while this one looks at the files.
   const bool keep = m_course.keptFolders.load(std::memory_order_relaxed) < kMostKeptFolders;
   for (const FolderEntry& entry : entries) {
@@ -123,15 +122,13 @@ bool Worker::scanBatch(const WalkedFolder& walked, const std::shared_ptr<FolderN
     push(std::make_unique<StackItem>(std::make_shared<FolderName>(place, std::string(entry.name)),
                                      keep ? kept : nullptr, tag));
   }
-  std::size_t untilStop = kEntriesBetweenStops;
   for (const FolderEntry& entry : entries) {
     if (entry.type == EntryType::Folder) continue;
     m_visitor.visitEntry(walked, entry);
     // A thread that ran out of work does not wait for the last file of this folder.
     if (m_course.shared.isWanted()) m_course.shared.offer(m_stack.popItem());
-    if (--untilStop > 0) continue;
+    // At idle priority on a busy machine even a few hundred files may take long.
     if (m_course.stop.stop_requested()) return false;
-    untilStop = kEntriesBetweenStops;
   }
   return !m_course.stop.stop_requested();
 }

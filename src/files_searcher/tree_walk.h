@@ -26,8 +26,8 @@ class TreeVisitor {
  public:
   virtual ~TreeVisitor() = default;
 
-  /// Before anything of a batch is looked at: sees all its names at once.
-  virtual void visitNames(const WalkedFolder&, const std::vector<FolderEntry>&) {}
+  /// Once for every folder, when it is open and before anything in it is looked at.
+  virtual void beginFolder(const WalkedFolder&) {}
 
   /// False leaves a subfolder out. `tag` holds the tag of the folder above; what is written there is the subfolder's.
   virtual bool entersFolder(const WalkedFolder& above, const FolderEntry& entry, std::uint32_t& tag) = 0;

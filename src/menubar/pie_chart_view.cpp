@@ -4,6 +4,7 @@
 #include <QMouseEvent>
 #include <QPainter>
 
+#include "core/size_format.h"
 #include "widgets/hint_window.h"
 #include "widgets/ui_style.h"
 
@@ -135,16 +136,7 @@ QString PieChartView::tooltipForSegmentByIndex(int index) const {
 }
 
 QString PieChartView::stringFromSize(std::int64_t bytes) {
-  if (bytes <= 999) return QStringLiteral("%1 bytes").arg(bytes);
-  static constexpr std::array units{"KB", "MB", "GB", "TB"};
-  double value = static_cast<double>(bytes) / 1024.0;
-  std::size_t unit = 0;
-  while (value >= 1024.0 && unit + 1 < units.size()) {
-    value /= 1024.0;
-    ++unit;
-  }
-  const int decimals = value < 10 ? 2 : value < 100 ? 1 : 0;
-  return QString::asprintf("%1.*f %s", decimals, value, units.at(unit));
+  return size_format::stringFromSize(bytes, 1024.0);
 }
 
 QTransform PieChartView::toView() const {

@@ -2,6 +2,7 @@
 
 #include <QListView>
 #include <QPainter>
+#include <QStyledItemDelegate>
 #include <QWheelEvent>
 #include <algorithm>
 
@@ -21,6 +22,8 @@ PopUpList::PopUpList(QWidget* parent) : QComboBox(parent) {
           .arg(ui_style::panelBorderColor().name(), ui_style::primaryTextColor().name(),
                ui_style::pressedColor().name()));
   setView(list);
+  // The delegate that a box has of itself draws the styled padding of the chosen entry alone.
+  setItemDelegate(new QStyledItemDelegate(list));
 }
 
 QSize PopUpList::sizeHint() const {

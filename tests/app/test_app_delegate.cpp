@@ -133,6 +133,7 @@ class TestAppDelegate : public QObject {
     launch.canLaunch = canLaunch;
     launch.alerts.answers = {{0, false}};
     QVERIFY(launch.delegate.applicationDidFinishLaunching({}));
+    launch.delegate.applicationDidBecomeActive();  // nothing comes before the question that is open
     const QString copy = launch.home.filePath(latin("Applications/Halvard.AppDir/AppRun"));
     const QStringList expected = steps.mid(0, 3) + QStringList{latin("release"), latin("launch ") + copy} + afterwards;
     QTRY_COMPARE(launch.copies.events, expected);

@@ -69,6 +69,9 @@ class TestMetadataQueries : public QObject {
     search.tree.addFile("layer/hidden", 9000, false);
     search.tree.addFile("opt/Draw.app/AppRun", 5000);
     search.tree.addFile("opt/Draw.app/Other.AppImage", 10);
+    // More names than one call delivers, wherever AppRun stands among them.
+    for (int file = 0; file < 1200; ++file)
+      search.tree.addFile("opt/Draw.app/a name of usual length " + QByteArray::number(file) + ".AppImage", 0);
     search.tree.addFile("opt/Tool.AppImage", 700);
     QCOMPARE(::symlink("one", search.tree.at("home/link").constData()), 0);
     search.mounts.hidden = {search.tree.at("layer")};
@@ -90,6 +93,25 @@ class TestMetadataQueries : public QObject {
     QCOMPARE(applications.paths, (QList<QByteArray>{search.tree.at("opt/Draw.app"), search.tree.at("opt/Tool.AppImage"),
                                                     "/usr/share/applications/org.x.desktop"}));
     QCOMPARE(search.queries.progress(), 1.0);
+  }
+
+  void scopesAreReadWhereTheWalkMeetsThem() {
+    Search search;
+    for (const char* folder : {"disk", "disk/home", "disk/home/user", "disk/data", "home", "home/user", "home/other"})
+      search.tree.addFolder(folder);
+    search.tree.addFile("disk/home/user/file", 10);
+    search.tree.addFile("disk/data/file", 10);
+    search.tree.addFile("home/user/unseen", 10);
+    search.tree.addFile("home/other/file", 10);
+    search.mounts.elsewhere = {{search.tree.at("home/user"), search.tree.at("disk/home/user")},
+                               {search.tree.at("home/other/data"), search.tree.at("disk/data")}};
+    Search::Answer user;
+    Search::Answer other;
+    const auto first = search.start({search.tree.at("home/user")}, between(0), user);
+    const auto second = search.start({search.tree.at("home/other")}, between(0), other);
+    QTRY_VERIFY(user.finished && other.finished);
+    QCOMPARE(user.paths, QList<QByteArray>{search.tree.at("disk/home/user/file")});
+    QCOMPARE(other.paths, (QList<QByteArray>{search.tree.at("disk/data/file"), search.tree.at("home/other/file")}));
   }
 
   void aQueryDuringAPassWaitsForTheNext() {

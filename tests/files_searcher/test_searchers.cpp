@@ -173,8 +173,14 @@ class TestSearchers : public QObject {
                         {"/90", disk.clock.now() - 90 * day},
                         {"/89", disk.clock.now() - 89 * day},
                         {"/none", std::nullopt}};
+    const QByteArray sparse = disk.tree.addFile("sparse", 1 << 30, false);
     disk.start();
-    disk.queries.answer(Disk::Large, {{"/91", 25000000}, {"/90", 1}, {"/89", 1}, {"/none", 1}, {"/91", std::nullopt}});
+    disk.queries.answer(Disk::Large, {{"/91", 25000000},
+                                      {"/90", 25000000},
+                                      {"/89", 25000000},
+                                      {"/none", 25000000},
+                                      {"/91", std::nullopt},
+                                      {sparse, 1 << 30}});
     QTRY_COMPARE(disk.figures->large, (LargeAndOldFilesViewInfo{25000000, 1}));
   }
 

@@ -1,7 +1,6 @@
 #include <QtTest>
 
 #include "menubar/eased_share.h"
-#include "menubar/panel_layout.h"
 #include "menubar/panel_placement.h"
 
 using namespace halvard;
@@ -61,14 +60,6 @@ class TestPanelPlacement : public QObject {
   void savedPlaceIsPulledBackOntoTheScreen() {
     QFETCH(QPoint, saved);
     QTEST(panel_placement::restored(saved, QSize(250, 220), QRect(0, 0, 1280, 800)), "restored");
-  }
-
-  void controlsKeepTheirDistanceFromThePanelsBottom() {
-    // Hanging from the top, the button stands about as high above the bottom of either layout.
-    const QRect compact = panel_layout::rect(0, panel_layout::kCompact.freeButton, 10, 28);
-    const QRect detailed = panel_layout::rect(0, panel_layout::kDetailed.freeButton, 10, 28);
-    QCOMPARE(220 - (compact.bottom() + 1), 35);
-    QCOMPARE(285 - (detailed.bottom() + 1), 34);
   }
 
   void shareReachesItsTargetInTenTicks() {

@@ -216,9 +216,14 @@ class TestPanelWindow : public QObject {
     QVERIFY(!panel.defaults.isWindowDetailed());
   }
 
-  void diskUsageAddsItsHeight() {
+  void diskUsageStandsBelowTheSummaryAndAddsItsHeight() {
     Panel panel(true);
     QCOMPARE(panel.window.height(), 260);
+    QCOMPARE(panel.parts.diskView->y(), 220);
+    panel.window.changeWindowStateTo(panel.window.windowState() ^ PanelWindow::DetailedFlag, false);
+    QCOMPARE(panel.parts.diskView->y(), 285);
+    QCOMPARE(panel.window.height(), 325);
+    panel.window.changeWindowStateTo(panel.window.windowState() ^ PanelWindow::DetailedFlag, false);
     QVERIFY(panel.parts.diskCompact);
     panel.window.showDetailedAdNotification();
     QCOMPARE(panel.window.height(), 370);
@@ -227,18 +232,6 @@ class TestPanelWindow : public QObject {
     QCOMPARE(panel.window.height(), 220);
     panel.window.checkIsCanShowAds();
     QVERIFY(panel.window.isWindowStateWithAd());
-  }
-
-  void diskUsageStandsBelowTheSummary() {
-    Panel panel(true);
-    panel.item.rect = QRect(400, 2, 24, 24);
-    panel.window.processActionOfStatusItem(true);
-    QVERIFY(panel.parts.diskView->isVisible());
-    QCOMPARE(panel.parts.diskView->y(), 220);
-    panel.window.showDetailedMemoryUsageButtonPressed();
-    QTRY_VERIFY(!panel.window.isAnimating());
-    QCOMPARE(panel.parts.diskView->y(), 285);
-    QCOMPARE(panel.window.height(), 325);
   }
 
   void closingEndsAttachedSheets() {

@@ -69,8 +69,10 @@ class FakeFolderAccess : public FolderAccess {
 class FakeSearchMounts : public SearchMounts {
  public:
   std::unique_ptr<MountRules> rules() const override;
+  std::vector<MountAlias> aliases() const override { return elsewhere; }
   std::vector<QByteArray> hiddenLayers() const override { return hidden; }
   std::optional<std::uint64_t> entriesAtPath(const QByteArray&) const override { return entries; }
+  std::vector<MountAlias> elsewhere;
   std::vector<QByteArray> hidden;
   std::optional<std::uint64_t> entries;
 };

@@ -92,14 +92,6 @@ class TestStatusNotifierItem : public QObject {
     QTRY_VERIFY(!item->isShown());
   }
 
-  void leavesTheBusWithItsObject() {
-    m_watcher->start();
-    auto item = makeItem();
-    QTRY_VERIFY(item->isShown());
-    item.reset();
-    QTRY_COMPARE(callItem(QStringLiteral("Activate"), 1, 1).type(), QDBusMessage::ErrorMessage);
-  }
-
   void outlivesTheBusAndDoesWithoutOne() {
     StatusNotifierItem none(QDBusConnection(QStringLiteral("no such bus")), {}, testImage, TitlePlacement::BesideIcon);
     none.setImage(memory(50));
@@ -163,27 +155,26 @@ class TestStatusNotifierItem : public QObject {
     QCOMPARE(m_watcher->newLabels, (QStringList{QStringLiteral(" 50% |100%"), QStringLiteral(" 55% |100%")}));
   }
 
-  void aTitleBesideTheIconIsALabelAndNotInThePicture() {
+  void aTitleIsALabelBesideTheIconOrDrawnIntoThePicture() {
     m_watcher->start();
-    const auto item = makeItem();
+    auto item = makeItem();
     item->setImage(memory(50));
     item->setTitle({QStringLiteral("7.42 GB"), {}});
     QTRY_VERIFY(item->isShown());
     QCOMPARE(properties()[QStringLiteral("XAyatanaLabel")].toString(), QStringLiteral("7.42 GB"));
     QCOMPARE(properties()[QStringLiteral("XAyatanaLabelGuide")].toString(), QStringLiteral("8.88 GB"));
     QCOMPARE(pixmaps().value(1).bytes, testImage(memory(50), {}, 22).argb);
-  }
-
-  void aTitleInsideTheIconIsDrawnAndNotALabel() {
+    item.reset();
+    m_watcher->stop();
+    m_watcher->newLabels.clear();
     m_watcher->start();
-    const auto item = makeItem(TitlePlacement::InsideIcon);
-    QTRY_VERIFY(item->isShown());
-    item->setImage(memory(50));
-    item->setTitle({QStringLiteral(" 50% "), {}});
-    QTRY_COMPARE(m_watcher->newIcons, 2);
-    QVERIFY(m_watcher->newLabels.isEmpty());
+    const auto inside = makeItem(TitlePlacement::InsideIcon);
+    QTRY_VERIFY(inside->isShown());
+    inside->setImage(memory(50));
+    inside->setTitle({QStringLiteral(" 50% "), {}});
+    QTRY_COMPARE(pixmaps().value(1).bytes, testImage(memory(50), QStringLiteral(" 50% "), 22).argb);
     QCOMPARE(properties()[QStringLiteral("XAyatanaLabel")].toString(), QString());
-    QCOMPARE(pixmaps().value(1).bytes, testImage(memory(50), QStringLiteral(" 50% "), 22).argb);
+    QVERIFY(m_watcher->newLabels.isEmpty());
   }
 
   void aTitleThatLeavesThePictureAsItIsSendsNothing() {

@@ -39,15 +39,6 @@ class TestDesktopStatusBarItem : public QObject {
     m_hasTrayManager = true;
   }
 
-  void usesThePreferredItemWhileItIsShown() {
-    const auto item = makeItem(true);
-    m_clock.advance(1h);
-    QVERIFY(item->isShown());
-    QCOMPARE(m_substitutes, 0);
-    item->setToolTip(QStringLiteral("text"));
-    QCOMPARE(m_preferred->toolTip.value, QStringLiteral("text"));
-  }
-
   void aToolTipThatKeepsChangingIsPassedOnEveryFiveSeconds() {
     const auto item = makeItem(true);
     item->setToolTip(QStringLiteral("1"));

@@ -1,6 +1,5 @@
 #include <QDir>
 #include <QFile>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -22,8 +21,10 @@ struct Session {
   QTemporaryDir root;
   AutostartDirectories directories{path("user/autostart"), {path("first"), path("second")}};
   QString program = install("bin/helper");
-  XdgLoginItemService service{
-      directories, {QStringLiteral("XFCE")}, {{identifier, QStringLiteral("Main"), {program, QStringLiteral("a b")}}}};
+  XdgLoginItemService service{directories,
+                              {QStringLiteral("XFCE")},
+                              {{identifier, QStringLiteral("Main"), {program, QStringLiteral("a b")}}},
+                              path("proc")};
 
   QString path(const char* name) const { return root.filePath(QString::fromLatin1(name)); }
 
@@ -37,6 +38,14 @@ struct Session {
     QDir().mkpath(QFileInfo(path(name)).path());
     QFile file(path(name));
     if (file.open(QIODevice::WriteOnly | QIODevice::Truncate)) file.write(content);
+  }
+
+  /// Has a process of that pid run a program.
+  void run(int pid, const QString& file) const {
+    const QString folder = path("proc/") + QString::number(pid);
+    QDir().mkpath(folder);
+    QFile::remove(folder + QStringLiteral("/exe"));
+    QFile::link(file, folder + QStringLiteral("/exe"));
   }
 
   QByteArray entry(const QString& run) const {
@@ -146,32 +155,6 @@ class TestXdgLoginItemService : public QObject {
     QCOMPARE(session.labels(), (QStringList{QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("by-name")}));
   }
 
-  void runningProgramsAreFoundByTheirFile() {
-    QFile sleep(QStandardPaths::findExecutable(QStringLiteral("sleep")));
-    QVERIFY(sleep.open(QIODevice::ReadOnly));
-    Session session;
-    session.install("bin/helper", sleep.readAll());
-    QVERIFY(session.service.setEnabled(identifier, true));
-    QVERIFY(!session.service.isJobRunning(identifier));
-    QProcess helper;
-    helper.start(session.program, {QStringLiteral("60")});
-    QVERIFY(helper.waitForStarted());
-    QTRY_VERIFY(session.service.isJobRunning(identifier));
-    QVERIFY(!session.service.isJobRunning(QStringLiteral("other")));
-    QCOMPARE(session.service.copyAllJobDictionaries().front().at(QStringLiteral("PID")),
-             StoredValue{std::int64_t{helper.processId()}});
-    // Replaced by an update while it runs.
-    QVERIFY(QFile::remove(session.program));
-    session.install("bin/helper");
-    QVERIFY(session.service.isJobRunning(identifier));
-    QVERIFY(session.service.setEnabled(identifier, false));
-    QVERIFY(session.service.isJobRunning(identifier));
-    helper.kill();
-    QVERIFY(helper.waitForFinished());
-    QVERIFY(!session.service.isJobRunning(identifier));
-    QVERIFY(runningPrograms(session.path("nowhere")).isEmpty());
-  }
-
   void aMountedProgramStartsThroughItsAppImage() {
     Session session;
     const QString image = session.install("H.AppImage");
@@ -188,12 +171,25 @@ class TestXdgLoginItemService : public QObject {
     QCOMPARE(job.at(QStringLiteral("Program")), StoredValue{image});
     QCOMPARE(job.at(QStringLiteral("ProgramArguments")), (StoredValue{StoredValue::Array{{image}, {kBeLauncher}}}));
     // The image's own process is another one; what counts is the launcher inside.
-    QDir().mkpath(session.path("proc/42"));
-    QFile::link(image, session.path("proc/42/exe"));
+    session.run(42, image);
     QVERIFY(!service.isJobRunning(jobs.front().identifier));
-    QFile::remove(session.path("proc/42/exe"));
-    QFile::link(folder + QStringLiteral("/halvard-launcher"), session.path("proc/42/exe"));
+    session.run(42, folder + QStringLiteral("/halvard-launcher"));
     QVERIFY(service.isJobRunning(jobs.front().identifier));
+  }
+
+  void runningProgramsAreFoundByTheirFile() {
+    Session session;
+    QVERIFY(session.service.setEnabled(identifier, true));
+    session.run(43, session.path("bin/other"));
+    QVERIFY(!session.service.isJobRunning(identifier));
+    session.run(42, session.program + QStringLiteral(" (deleted)"));  // replaced by an update while it runs
+    QVERIFY(session.service.isJobRunning(identifier));
+    QVERIFY(!session.service.isJobRunning(QStringLiteral("other")));
+    QCOMPARE(session.service.copyAllJobDictionaries().front().at(QStringLiteral("PID")), StoredValue{std::int64_t{42}});
+    QVERIFY(session.service.setEnabled(identifier, false));
+    QVERIFY(session.service.isJobRunning(identifier));
+    QVERIFY(runningPrograms(session.path("nowhere")).isEmpty());
+    QVERIFY(runningPrograms(QStringLiteral("/proc")).contains(QCoreApplication::applicationFilePath()));
   }
 
   void appDirIsTheBundleOfItsMainProgramOnly() {
@@ -228,28 +224,6 @@ class TestXdgLoginItemService : public QObject {
     QVERIFY(!session.service.appendSessionLoginItem(session.path("nothing"), false));
     QVERIFY(session.service.appendSessionLoginItem(session.program, false));
     QCOMPARE(session.service.sessionLoginItems().front().reference, identifier);
-  }
-
-  void foldersFollowTheEnvironment() {
-    const auto restore = [](const char* name, const QByteArray& value) {
-      value.isNull() ? qunsetenv(name) : qputenv(name, value);
-    };
-    const QByteArray home = qgetenv("XDG_CONFIG_HOME"), system = qgetenv("XDG_CONFIG_DIRS");
-    const QByteArray desktop = qgetenv("XDG_CURRENT_DESKTOP");
-    const auto guard = qScopeGuard([&] {
-      restore("XDG_CONFIG_HOME", home);
-      restore("XDG_CONFIG_DIRS", system);
-      restore("XDG_CURRENT_DESKTOP", desktop);
-    });
-    qputenv("XDG_CONFIG_HOME", "/h");
-    qputenv("XDG_CONFIG_DIRS", "/a:/b");
-    qputenv("XDG_CURRENT_DESKTOP", "ubuntu:GNOME");
-    const AutostartDirectories directories = AutostartDirectories::standard();
-    QCOMPARE(directories.user, QStringLiteral("/h/autostart"));
-    QCOMPARE(directories.system, (QStringList{QStringLiteral("/a/autostart"), QStringLiteral("/b/autostart")}));
-    QCOMPARE(currentDesktops(), (QStringList{QStringLiteral("ubuntu"), QStringLiteral("GNOME")}));
-    qunsetenv("XDG_CONFIG_DIRS");
-    QCOMPARE(AutostartDirectories::standard().system, QStringList{QStringLiteral("/etc/xdg/autostart")});
   }
 };
 

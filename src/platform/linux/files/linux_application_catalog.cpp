@@ -5,9 +5,14 @@
 #include <QFileInfo>
 #include <QStandardPaths>
 
+#include <fcntl.h>
 #include <gio/gdesktopappinfo.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <set>
+
+#include "platform/linux/procfs/file_descriptor.h"
 
 namespace halvard {
 namespace {
@@ -78,9 +83,11 @@ std::optional<QString> LinuxApplicationCatalog::bundleIdentifier(const QByteArra
 
 bool LinuxApplicationCatalog::isApplicationFile(const QByteArray& path) const {
   if (!path.toLower().endsWith(".appimage")) return false;
-  QFile file(QFile::decodeName(path));
-  if (!file.open(QIODevice::ReadOnly)) return false;
-  const QByteArray head = file.read(11);
+  // Looking at an application does not use it.
+  FileDescriptor file(::open(path.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOATIME));
+  if (!file && errno == EPERM) file = FileDescriptor(::open(path.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+  QByteArray head(11, '\0');
+  if (!file || ::read(file.get(), head.data(), 11) != 11) return false;
   return head.startsWith(
              "\x7f"
              "ELF") &&

@@ -12,12 +12,18 @@
 namespace halvard {
 namespace {
 
+/// What a file is taken to occupy where the file system does not count files.
+constexpr std::uint64_t kUsualBytesOfAFile = 64 * 1024;
+
 struct Mount {
   std::uint64_t id;
   dev_t device;
   /// The folder of the file system that is mounted.
   QByteArray root;
+  /// Where it is mounted.
+  QByteArray place;
 };
+using Mounts = std::vector<Mount>;
 
 class AllowedMounts : public MountRules {
  public:
@@ -37,37 +43,80 @@ bool isBelow(const QByteArray& path, const QByteArray& folder) {
 bool isSearched(libmnt_fs* entry) {
   if (mnt_fs_is_pseudofs(entry) || mnt_fs_is_netfs(entry) || mnt_fs_is_swaparea(entry)) return false;
   const QByteArray type = mnt_fs_get_fstype(entry);
-  if (type == "overlay" || type == "tmpfs" || type == "squashfs" || type == "iso9660" || type.startsWith("fuse"))
-    return false;
+  if (type == "overlay" || type == "tmpfs" || type == "squashfs" || type == "iso9660") return false;
+  // Of what a program serves only that which it keeps on a disk.
+  if (type.startsWith("fuse") && type != "fuseblk") return false;
   const QByteArray place = mnt_fs_get_target(entry);
   return !isBelow(place, "/proc") && !isBelow(place, "/sys") && !isBelow(place, "/dev") && !isBelow(place, "/run");
+}
+
+Mounts searchedMounts(const QByteArray& table) {
+  Mounts mounts;
+  MountTable(table).forEach([&](libmnt_fs* entry) {
+    const bool startUpDisk = QByteArrayView(mnt_fs_get_target(entry)) == "/";
+    if (!startUpDisk && !isSearched(entry)) return;
+    mounts.push_back({static_cast<std::uint64_t>(mnt_fs_get_id(entry)), mnt_fs_get_devno(entry), mnt_fs_get_root(entry),
+                      mnt_fs_get_target(entry)});
+  });
+  // The start-up disk goes before whatever else shows it.
+  std::stable_partition(mounts.begin(), mounts.end(), [](const Mount& mount) { return mount.place == "/"; });
+  return mounts;
+}
+
+bool isPartOf(const Mount& mount, const Mount& other) {
+  return mount.device == other.device && isBelow(mount.root, other.root);
+}
+
+/// The mount of the same file system to enter instead: one that shows more of it, or the same and came first. Null when
+/// `mount` is to be entered itself.
+const Mount* shownBy(const Mounts& mounts, const Mount& mount) {
+  const auto shows = [&](const Mount& other) {
+    return &other != &mount && isPartOf(mount, other) && (mount.root != other.root || &other < &mount);
+  };
+  if (mount.place == "/") return nullptr;
+  const Mount* best = nullptr;
+  for (const Mount& other : mounts) {
+    if (shows(other) && (!best || other.root.size() < best->root.size())) best = &other;
+  }
+  return best;
+}
+
+/// The place of the folder of `mount` below that of `other`, which shows it.
+QByteArray placeWithin(const Mount& mount, const Mount& other) {
+  const QByteArray below = other.root == "/" ? mount.root : mount.root.mid(other.root.size());
+  const QByteArray path = (other.place == "/" ? QByteArray() : other.place) + (below == "/" ? QByteArray() : below);
+  return path.isEmpty() ? QByteArray("/") : path;
 }
 
 }  // namespace
 
 std::unique_ptr<MountRules> LinuxSearchMounts::rules() const {
-  std::vector<Mount> mounts;
-  MountTable(m_table).forEach([&](libmnt_fs* entry) {
-    const bool startUpDisk = QByteArrayView(mnt_fs_get_target(entry)) == "/";
-    if (!startUpDisk && !isSearched(entry)) return;
-    mounts.push_back(
-        {static_cast<std::uint64_t>(mnt_fs_get_id(entry)), mnt_fs_get_devno(entry), mnt_fs_get_root(entry)});
-  });
+  const Mounts mounts = searchedMounts(m_table);
   std::set<std::uint64_t> allowed;
-  for (std::size_t index = 0; index < mounts.size(); ++index) {
-    const Mount& mount = mounts[index];
-    // Seen through another mount of the same file system: one that shows more of it, or the same and came first.
-    const auto shows = [&](const Mount& other) {
-      if (other.id == mount.id || other.device != mount.device || !isBelow(mount.root, other.root)) return false;
-      return mount.root != other.root || &other < &mount;
-    };
-    if (std::none_of(mounts.begin(), mounts.end(), shows)) allowed.insert(mount.id);
+  for (const Mount& mount : mounts) {
+    if (!shownBy(mounts, mount)) allowed.insert(mount.id);
   }
   return std::make_unique<AllowedMounts>(std::move(allowed));
 }
 
+std::vector<MountAlias> LinuxSearchMounts::aliases() const {
+  const Mounts mounts = searchedMounts(m_table);
+  std::vector<MountAlias> aliases;
+  for (const Mount& mount : mounts) {
+    if (const Mount* const other = shownBy(mounts, mount)) aliases.push_back({mount.place, placeWithin(mount, *other)});
+  }
+  return aliases;
+}
+
 std::vector<QByteArray> LinuxSearchMounts::hiddenLayers() const {
   std::vector<QByteArray> layers;
+  // A mount that shows the whole disk of which the start-up disk is a part.
+  const Mounts mounts = searchedMounts(m_table);
+  for (const Mount& mount : mounts) {
+    const Mount& startUpDisk = mounts.front();
+    if (startUpDisk.place == "/" && mount.place != "/" && isPartOf(startUpDisk, mount))
+      layers.push_back(placeWithin(startUpDisk, mount));
+  }
   MountTable(m_table).forEach([&](libmnt_fs* entry) {
     if (QByteArrayView(mnt_fs_get_fstype(entry)) != "overlay") return;
     char* value = nullptr;
@@ -82,8 +131,11 @@ std::vector<QByteArray> LinuxSearchMounts::hiddenLayers() const {
 
 std::optional<std::uint64_t> LinuxSearchMounts::entriesAtPath(const QByteArray& path) const {
   struct statvfs found;
-  if (::statvfs(path.constData(), &found) != 0 || found.f_files <= found.f_ffree) return {};
-  return found.f_files - found.f_ffree;
+  if (::statvfs(path.constData(), &found) != 0) return {};
+  const std::uint64_t counted = found.f_files - std::min(found.f_files, found.f_ffree);
+  const std::uint64_t blocks = found.f_blocks - std::min(found.f_blocks, found.f_bfree);
+  const std::uint64_t entries = found.f_files > 0 ? counted : blocks * found.f_frsize / kUsualBytesOfAFile;
+  return entries > 0 ? std::optional(entries) : std::nullopt;
 }
 
 }  // namespace halvard

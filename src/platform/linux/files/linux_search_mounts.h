@@ -11,6 +11,7 @@ class LinuxSearchMounts : public SearchMounts {
   explicit LinuxSearchMounts(QByteArray table = "/proc/self/mountinfo") : m_table(std::move(table)) {}
 
   std::unique_ptr<MountRules> rules() const override;
+  std::vector<MountAlias> aliases() const override;
   std::vector<QByteArray> hiddenLayers() const override;
   std::optional<std::uint64_t> entriesAtPath(const QByteArray& path) const override;
 

@@ -97,10 +97,26 @@ class TestLinuxFiles : public QObject {
     for (int id = 1; id < 60; ++id) {
       if (rules->entersMount(static_cast<std::uint64_t>(id))) entered << id;
     }
-    QCOMPARE(entered, (QList<int>{21, 26, 30, 32, 33}));
+    QCOMPARE(entered, (QList<int>{21, 26, 30, 32, 33, 37}));
+    QList<QByteArray> elsewhere;
+    for (const MountAlias& alias : mounts.aliases())
+      elsewhere << alias.mounted << alias.entered;
+    QCOMPARE(elsewhere, (QList<QByteArray>{"/home/user/data", "/var/lib/data", "/mnt/home-again", "/home", "/mnt/logs",
+                                           "/srv/logs"}));
     QCOMPARE(mounts.hiddenLayers(),
              (std::vector<QByteArray>{"/var/lib/docker/overlay2/l/A", "/var/lib/docker/overlay2/l/B"}));
     QVERIFY(!LinuxSearchMounts("/no/such/table").rules()->entersMount(21));
+
+    // A system whose start-up disk is a folder of the disk that is mounted elsewhere as a whole.
+    DiskTree tree;
+    write(tree.at("table"),
+          "40 21 8:4 / /sysroot rw - ext4 /dev/sda4 rw\n21 1 8:4 /deploy/1 / rw - ext4 /dev/sda4 rw\n"
+          "41 21 8:4 /deploy/var /var rw - ext4 /dev/sda4 rw\n");
+    const LinuxSearchMounts deployed(tree.at("table"));
+    QVERIFY(deployed.rules()->entersMount(21) && deployed.rules()->entersMount(40));
+    QVERIFY(!deployed.rules()->entersMount(41));
+    QCOMPARE(deployed.aliases().at(0).entered, QByteArray("/sysroot/deploy/var"));
+    QCOMPARE(deployed.hiddenLayers(), std::vector<QByteArray>{"/sysroot/deploy/1"});
     QVERIFY(!LinuxSearchMounts().entriesAtPath("/no/such/path"));
   }
 
