@@ -2,7 +2,6 @@
 
 #include <QListView>
 #include <QPainter>
-#include <QStyledItemDelegate>
 #include <QWheelEvent>
 #include <algorithm>
 
@@ -17,13 +16,14 @@ PopUpList::PopUpList(QWidget* parent) : QComboBox(parent) {
   list->setFont(font());
   list->setStyleSheet(
       QStringLiteral("QListView { background: white; border: 1px solid %1; padding: 3px 0; outline: 0; }"
-                     "QListView::item { min-height: 24px; padding-left: 8px; color: %2; }"
+                     // Without a ground of its own an entry would be drawn without its padding.
+                     "QListView::item { min-height: 24px; padding-left: 8px; background: white; color: %2; }"
                      "QListView::item:selected { background: %3; color: %2; }")
           .arg(ui_style::panelBorderColor().name(), ui_style::primaryTextColor().name(),
                ui_style::pressedColor().name()));
   setView(list);
-  // The delegate that a box has of itself draws the styled padding of the chosen entry alone.
-  setItemDelegate(new QStyledItemDelegate(list));
+  // The list has a rim of its own.
+  if (auto* frame = qobject_cast<QFrame*>(list->parentWidget())) frame->setFrameStyle(QFrame::NoFrame);
 }
 
 QSize PopUpList::sizeHint() const {
