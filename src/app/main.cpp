@@ -45,6 +45,7 @@
 #include "preferences/cleaning_exclusions.h"
 #include "widgets/application_icon.h"
 #include "widgets/status_image.h"
+#include "widgets/tool_tip_style.h"
 #include "widgets/ui_style.h"
 
 using namespace halvard;
@@ -248,6 +249,7 @@ int main(int argc, char* argv[]) {
   QApplication::setQuitOnLastWindowClosed(false);
   installCatalogue(application);
   QApplication::setFont(ui_style::font(12));
+  tool_tip_style::apply();
   QApplication::setWindowIcon(applicationIcon());
   QIcon::setFallbackThemeName(QStringLiteral("Adwaita"));
   return run(QApplication::arguments().mid(1));

@@ -40,7 +40,7 @@ void HintWindow::hideItself() {
 
 void HintWindow::paintEvent(QPaintEvent* event) {
   QPainter painter(this);
-  painter.fillRect(rect(), QColor(52, 64, 74));
+  painter.fillRect(rect(), ui_style::hintColor());
   QLabel::paintEvent(event);
 }
 

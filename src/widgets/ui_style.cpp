@@ -55,6 +55,9 @@ QColor pieChartUserColor() {
 QColor pieChartFreeColor() {
   return {226, 235, 240};
 }
+QColor hintColor() {
+  return {52, 64, 74};
+}
 QColor hoverColor() {
   return {238, 245, 249};
 }

@@ -28,6 +28,8 @@ QColor cleanedTextColor();
 QColor pieChartSystemColor();
 QColor pieChartUserColor();
 QColor pieChartFreeColor();
+/// The ground of hints and tool tips.
+QColor hintColor();
 /// Rows and flat buttons under the mouse, and pressed.
 QColor hoverColor();
 QColor pressedColor();

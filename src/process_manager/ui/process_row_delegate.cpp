@@ -1,6 +1,7 @@
 #include "process_manager/ui/process_row_delegate.h"
 
 #include <QPainter>
+#include <QToolTip>
 
 #include "process_manager/ui/process_list_model.h"
 #include "widgets/ui_style.h"
@@ -11,6 +12,16 @@ namespace {
 constexpr int kMargin = 16;
 constexpr int kIconSide = 18;
 constexpr int kGap = 8;
+
+QRect contentOf(const QRect& row) {
+  return row.adjusted(kMargin, 0, -kMargin, 0);
+}
+
+/// Between the icon and the size.
+QRect nameFrame(const QRect& row, const QString& size) {
+  const int sizeWidth = QFontMetrics(ui_style::font(12)).horizontalAdvance(size);
+  return contentOf(row).adjusted(kIconSide + kGap, 0, -sizeWidth - kGap, 0);
+}
 
 /// The stand-in for an application without an icon: its initial on a tile whose colour is always the same for a name.
 void paintInitial(QPainter& painter, const QRect& frame, const QString& name) {
@@ -38,6 +49,16 @@ QSize ProcessRowDelegate::sizeHint(const QStyleOptionViewItem&, const QModelInde
   return {0, kRowHeight};
 }
 
+bool ProcessRowDelegate::helpEvent(QHelpEvent* event, QAbstractItemView* view, const QStyleOptionViewItem& option,
+                                   const QModelIndex& index) {
+  const QRect frame = nameFrame(option.rect, index.data(ProcessListModel::SizeRole).toString());
+  const QString name = index.data(Qt::DisplayRole).toString();
+  if (QFontMetrics(ui_style::font(12)).horizontalAdvance(name) > frame.width())
+    return QStyledItemDelegate::helpEvent(event, view, option, index);
+  QToolTip::hideText();
+  return true;
+}
+
 void ProcessRowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const {
   painter->save();
   painter->setRenderHint(QPainter::Antialiasing);
@@ -50,7 +71,7 @@ void ProcessRowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& op
   }
   const QString name = index.data(Qt::DisplayRole).toString();
   const QString size = index.data(ProcessListModel::SizeRole).toString();
-  const QRect row = option.rect.adjusted(kMargin, 0, -kMargin, 0);
+  const QRect row = contentOf(option.rect);
   const QRect icon(row.left(), row.top() + (row.height() - kIconSide) / 2, kIconSide, kIconSide);
   paintIcon(*painter, icon, index.data(ProcessListModel::IconNameRole).toString(), name);
 
@@ -60,7 +81,7 @@ void ProcessRowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& op
   painter->setPen(ui_style::secondaryTextColor());
   painter->drawText(row, Qt::AlignRight | Qt::AlignVCenter, size);
   painter->setPen(ui_style::primaryTextColor());
-  const QRect text = row.adjusted(kIconSide + kGap, 0, -metrics.horizontalAdvance(size) - kGap, 0);
+  const QRect text = nameFrame(option.rect, size);
   painter->drawText(text, Qt::AlignLeft | Qt::AlignVCenter, metrics.elidedText(name, Qt::ElideRight, text.width()));
   painter->restore();
 }

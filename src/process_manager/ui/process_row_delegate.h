@@ -15,6 +15,9 @@ class ProcessRowDelegate : public QStyledItemDelegate {
 
   using QStyledItemDelegate::QStyledItemDelegate;
 
+  /// The name, where the row has no room for all of it.
+  bool helpEvent(QHelpEvent* event, QAbstractItemView* view, const QStyleOptionViewItem& option,
+                 const QModelIndex& index) override;
   void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override;
   QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
 
