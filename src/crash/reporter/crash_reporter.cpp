@@ -18,6 +18,7 @@
 #include "platform/linux/crash/dwfl_thread_stacks.h"
 #include "platform/linux/crash/isolated_thread_stacks.h"
 #include "widgets/alert_window.h"
+#include "widgets/application_icon.h"
 
 namespace halvard {
 namespace {
@@ -132,6 +133,7 @@ void CrashReporter::openDisplay() {
   QApplication::setQuitOnLastWindowClosed(false);
   installCatalogue(*m_application);
   QApplication::setDesktopFileName(application_identity::kBundleIdentifier);
+  QApplication::setWindowIcon(applicationIcon());
   auto* const timer = new QTimer(m_application.get());
   QObject::connect(timer, &QTimer::timeout, m_application.get(), [this] { m_dying.tell(Progress::alive); });
   timer->start(kLifeSign);

@@ -56,25 +56,10 @@ class TestPreferencesWindow : public QObject {
   Q_OBJECT
 
  private Q_SLOTS:
-  void intervalIsFoundWithinTenSeconds_data() {
-    QTest::addColumn<double>("stored");
-    QTest::addColumn<int>("index");
-    QTest::newRow("often") << 7200.0 << 11;
-    QTest::newRow("normally") << 14400.0 << 13;
-    QTest::newRow("rarely") << 28800.0 << 14;
-    QTest::newRow("five minutes") << 300.0 << 2;
-    QTest::newRow("just close") << 309.5 << 2;
-    QTest::newRow("ten seconds off") << 310.0 << 7;
-    QTest::newRow("fifty minutes") << 3000.0 << 8;
-    QTest::newRow("between two") << 2700.0 << 7;
-    QTest::newRow("no number") << std::nan("") << 7;
-  }
-  void intervalIsFoundWithinTenSeconds() {
-    QFETCH(double, stored);
-    QTEST(cleaning_frequency::indexOf(stored), "index");
-  }
-
-  void intervalReadsBriefly() {
+  void intervalIsFoundWithinTenSecondsAndReadsBriefly() {
+    for (const auto& [stored, index] :
+         {std::pair(7200.0, 11), {300.0, 2}, {309.5, 2}, {310.0, 7}, {2700.0, 7}, {std::nan(""), 7}})
+      QCOMPARE(cleaning_frequency::indexOf(stored), index);
     QCOMPARE(cleaning_frequency::briefText(40min), latin("40 min"));
     QCOMPARE(cleaning_frequency::briefText(60min), latin("1 hr"));
     QCOMPARE(cleaning_frequency::briefText(90min), latin("1 hr 30 min"));
