@@ -18,12 +18,14 @@
 #include "support/garbage.h"
 #include "support/idle_process.h"
 #include "support/process_files.h"
+#include "support/scripted_readings.h"
 
 using namespace halvard;
 using namespace std::chrono_literals;
 using purge_worker::Answer;
 using purge_worker::Command;
 using purge_worker::Operation;
+using test::ScriptedReadings;
 
 namespace {
 
@@ -68,21 +70,6 @@ class BareWorker : public test::BareWorker {
   int ask(const Command& command) {
     const std::optional<Answer> answer = test::BareWorker::ask<Answer>(command);
     return answer ? answer->error : -1;
-  }
-};
-
-/// What the guard reads, as the test says: room without end, and calm, unless told otherwise.
-struct ScriptedReadings : GuardReadingsSource {
-  std::optional<GuardReadings> readings =
-      GuardReadings{8192 * kMiB, 8000 * kMiB, 4096 * kMiB, MemoryPressure{0, 0us}, {}};
-  std::chrono::milliseconds stallPerReading{0};
-  int calls = 0;
-
-  std::optional<GuardReadings> read() override {
-    ++calls;
-    if (readings) readings->pressure->total += stallPerReading;
-    if (readings) readings->time += stallPerReading + 1ms;
-    return readings;
   }
 };
 
@@ -309,14 +296,6 @@ class TestPurgeWorker : public QObject {
     QCOMPARE(late.finish(), int(purge_worker::kChannelClosed));
   }
 
-  void startedByHandItExplainsItself() {
-    QProcess byHand;
-    byHand.start(QString::fromLatin1(kWorker), {});
-    QVERIFY(byHand.waitForFinished());
-    QCOMPARE(byHand.exitCode(), int(purge_worker::kNotStartedByUs));
-    QVERIFY(byHand.readAllStandardError().contains("started by halvard"));
-  }
-
   void commandsAreChecked() {
     const struct {
       quint32 operation, buffer;
@@ -376,28 +355,6 @@ class TestPurgeWorker : public QObject {
     QCOMPARE(worker.ask(command), 0);
     QVERIFY(residentMebibytes(worker.process()) < 40);
     QCOMPARE(worker.finish(), int(purge_worker::kChannelClosed));
-  }
-
-  void descriptorsSentAlongAreDropped() {
-    BareWorker worker;
-    QVERIFY(worker.receive());
-    Command command;
-    command.serial = 1;
-    command.size = 1;
-    iovec content{&command, sizeof command};
-    alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
-    msghdr message{};
-    message.msg_iov = &content;
-    message.msg_iovlen = 1;
-    message.msg_control = control;
-    message.msg_controllen = sizeof control;
-    cmsghdr* const header = CMSG_FIRSTHDR(&message);
-    *header = {CMSG_LEN(sizeof(int)), SOL_SOCKET, SCM_RIGHTS};
-    const int number = STDOUT_FILENO;
-    std::memcpy(CMSG_DATA(header), &number, sizeof number);
-    QCOMPARE(::sendmsg(worker.channel(), &message, MSG_NOSIGNAL), ssize_t(sizeof command));
-    QCOMPARE(worker.receive()->error, 0);
-    QCOMPARE(openDescriptors(worker.process()).size(), 3);
   }
 };
 
