@@ -5,6 +5,14 @@
 #include "preferences/stored_keys.h"
 
 namespace halvard {
+namespace {
+
+bool isName(const QString& trimmed) {
+  const auto isControl = [](QChar one) { return one.category() == QChar::Other_Control; };
+  return !trimmed.isEmpty() && std::none_of(trimmed.begin(), trimmed.end(), isControl);
+}
+
+}  // namespace
 
 QStringList CleaningExclusions::names() const {
   const std::optional<StoredValue> stored = m_store.objectForKey(stored_keys::cleaningExclusions);
@@ -22,11 +30,18 @@ QStringList CleaningExclusions::names() const {
 Result<void> CleaningExclusions::add(const QString& name) {
   const QString wanted = name.trimmed();
   QStringList known = names();
-  const bool isLine =
-      std::none_of(wanted.begin(), wanted.end(), [](QChar one) { return one.category() == QChar::Other_Control; });
-  if (wanted.isEmpty() || !isLine) return Error{QStringLiteral("a name is one line with something in it")};
+  if (!isName(wanted)) return Error{QStringLiteral("a name is one line with something in it")};
   if (known.contains(wanted, Qt::CaseInsensitive)) return Error{QStringLiteral("'%1' is excluded already").arg(wanted)};
   return save(known << wanted);
+}
+
+bool CleaningExclusions::setNames(const QStringList& names) {
+  QStringList wanted;
+  for (const QString& name : names) {
+    const QString one = name.trimmed();
+    if (isName(one) && !wanted.contains(one, Qt::CaseInsensitive)) wanted << one;
+  }
+  return static_cast<bool>(save(wanted));
 }
 
 Result<void> CleaningExclusions::remove(const QString& name) {

@@ -21,6 +21,8 @@ class CleaningExclusions {
   Result<void> add(const QString& name);
   /// An error, and nothing changed, when it is not there.
   Result<void> remove(const QString& name);
+  /// Exactly these; what cannot be a name, and what comes twice, is passed over. False when they could not be stored.
+  bool setNames(const QStringList& names);
 
  private:
   Result<void> save(const QStringList& names);

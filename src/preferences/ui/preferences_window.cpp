@@ -10,6 +10,7 @@
 
 #include "widgets/check_box.h"
 #include "widgets/pop_up_list.h"
+#include "widgets/text_field.h"
 #include "widgets/text_label.h"
 #include "widgets/ui_style.h"
 #include "widgets/value_slider.h"
@@ -54,6 +55,7 @@ PreferencesWindow::PreferencesWindow() {
   frequencySlider = addSlider(*layout, tr("Not more often than every"), m_frequencyFigure);
   cpuUsageSlider = addSlider(*layout, tr("CPU usage below"), m_cpuUsageFigure);
   addDescription(*layout);
+  addExclusions(*layout);
   setScales();
   setFixedWidth(kWidth);
   layout->setSizeConstraint(QLayout::SetFixedSize);
@@ -121,6 +123,18 @@ void PreferencesWindow::addDescription(QVBoxLayout& layout) {
   layout.addWidget(&text);
 }
 
+void PreferencesWindow::addExclusions(QVBoxLayout& layout) {
+  exclusionsField = new TextField;
+  exclusionsField->setAccessibleName(tr("Leave alone"));
+  exclusionsField->setPlaceholderText(tr("Names of applications, separated by commas"));
+  auto* row = new QHBoxLayout;
+  row->setContentsMargins(kRing, 4, 0, 0);
+  row->setSpacing(10);
+  row->addWidget(makeLabel(tr("Leave alone"), ui_style::font(13), ui_style::primaryTextColor()));
+  row->addWidget(exclusionsField, 1);
+  layout.addLayout(row);
+}
+
 void PreferencesWindow::setScales() {
   constexpr double step = 0.001, keyStep = 0.05;
   memoryUsageSlider->setScale(0.1, 1.0, step, keyStep);
@@ -133,10 +147,6 @@ void PreferencesWindow::showFigures(const QString& memoryUsage, const QString& f
   m_memoryUsageFigure->setText(memoryUsage);
   m_frequencyFigure->setText(frequency);
   m_cpuUsageFigure->setText(cpuUsage);
-  // Of itself a slider tells a screen reader its steps.
-  memoryUsageSlider->setAccessibleDescription(memoryUsage);
-  frequencySlider->setAccessibleDescription(frequency);
-  cpuUsageSlider->setAccessibleDescription(cpuUsage);
 }
 
 void PreferencesWindow::blink() {

@@ -10,6 +10,7 @@ namespace halvard {
 
 class CheckBox;
 class PopUpList;
+class TextField;
 class ValueSlider;
 
 /// The preferences window: its controls and their layout. It knows no preference.
@@ -35,6 +36,7 @@ class PreferencesWindow : public QWidget {
   ValueSlider* frequencySlider;
   ValueSlider* cpuUsageSlider;
   QLabel* autoCleanUpMemoryFullDescriptionTextField;
+  TextField* exclusionsField;
 
  protected:
   void paintEvent(QPaintEvent* event) override;
@@ -46,6 +48,7 @@ class PreferencesWindow : public QWidget {
   ValueSlider* addSlider(QVBoxLayout& layout, const QString& name, QLabel*& figure);
   void addVisionList(QVBoxLayout& layout);
   void addDescription(QVBoxLayout& layout);
+  void addExclusions(QVBoxLayout& layout);
   void setScales();
 
   QLabel* m_memoryUsageFigure = nullptr;

