@@ -33,6 +33,7 @@ void showPurge(MainInterface& interface) {
   report.outcome = {ReclaimMethod::PageOut, 1'288'490'189,
                     QStringLiteral("idle programs are paged out page for page; nobody else has to wait")};
   interface.panel().summary().fillLastCleanedLabelWithSize(report.gainedBytes, QStringLiteral("at 15:45"));
+  interface.panel().onPurgedMemory();
   interface.showPurge(report);
 }
 

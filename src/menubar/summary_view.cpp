@@ -73,7 +73,7 @@ SummaryView::SummaryView(Clock& clock, HintWindow& hint, QWidget* parent)
   m_cleanedSizeLabel->setTextFormat(Qt::PlainText);
   m_cleanedSizeLabel->setFont(ui_style::font(12));
   m_cleanedSizeLabel->setAlignment(Qt::AlignCenter);
-  m_cleanedSizeLabel->setGeometry(kMargin, 129, kContentWidth, 15);
+  m_cleanedSizeLabel->setGeometry(kMargin, 128, kContentWidth, 14);
   setTextColor(*m_cleanedSizeLabel, ui_style::cleanedTextColor());
   m_listCaption->setFont(ui_style::font(11, QFont::DemiBold));
   m_listCaption->setGeometry(kMargin, 111, kContentWidth, 16);
@@ -169,7 +169,7 @@ void SummaryView::switchToCompactModeAnimated(bool animated) {
   place(m_pInfoTitleLabel, kMargin, places.title, kContentWidth, 62, animated);
   place(m_pInfoSubtitleLastUsedMemorySize, kMargin, places.subtitle, kContentWidth, 18, animated);
   place(m_pBtnFree, kMargin, places.freeButton, kContentWidth, m_pBtnFree->sizeHint().height(), animated);
-  m_purgeDetails->place(QRect(kMargin, 144, kContentWidth, 13), false);
+  m_purgeDetails->place(QRect(kMargin, 142, kContentWidth, 13), false);
   m_chart->hide();
   m_listCaption->hide();
   m_cleanedSizeLabel->setVisible(!m_pInfoCleanedSizeString.isEmpty());
