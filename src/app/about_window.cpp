@@ -26,9 +26,8 @@ AboutWindow::AboutWindow(const std::vector<ShareButton>& shareButtons) {
   addCentredLine(*layout, tr("Version %1").arg(QCoreApplication::applicationVersion()), ui_style::font(12),
                  ui_style::secondaryTextColor());
   layout->addSpacing(8);
-  addCentredLine(*layout,
-                 tr("Shows how full the memory of this computer is, and frees it. Nothing leaves the computer."),
-                 ui_style::font(12), ui_style::secondaryTextColor());
+  addCentredLine(*layout, tr("Shows how full the memory of this computer is, and frees it."), ui_style::font(12),
+                 ui_style::secondaryTextColor());
   layout->addStretch();
   if (!shareButtons.empty()) addShareButtons(*layout, shareButtons);
 }

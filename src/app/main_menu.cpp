@@ -31,6 +31,19 @@ void MainMenu::setInformation(const QString& text) {
   if (m_miInfo->text() != text) m_miInfo->setText(text);
 }
 
+/// The information changes every second, and is the widest text: the open menu keeps its width all the same, or it
+/// would tremble, and leave the screen at whose edge it stands.
+void MainMenu::showEvent(QShowEvent* event) {
+  setFixedWidth(width());
+  QMenu::showEvent(event);
+}
+
+void MainMenu::hideEvent(QHideEvent* event) {
+  setMinimumWidth(0);
+  setMaximumWidth(QWIDGETSIZE_MAX);
+  QMenu::hideEvent(event);
+}
+
 void MainMenu::setUpdaterVisible(bool visible) {
   m_checkForUpdates->setVisible(visible);
 }

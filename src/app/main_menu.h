@@ -31,6 +31,10 @@ class MainMenu : public QMenu {
   void showAboutScreen();
   void quitRequested();
 
+ protected:
+  void showEvent(QShowEvent* event) override;
+  void hideEvent(QHideEvent* event) override;
+
  private:
   QAction* m_miInfo;
   QAction* m_freeMemory;

@@ -134,14 +134,15 @@ class TestCrashRules : public QObject {
   void exceptionRecordShowsItsStackAndTheOthers() {
     Crash crash(std::vector{stackOf(8, 2)});
     crash.email.setCrash(CrashException{QStringLiteral("no such file: /home/ann/list")}, std::nullopt);
-    const QString record = crash.email.getErrorRecordString();
-    const QString expected = QStringLiteral(
-        "\n\nException Reason: no such file: ~/list\n\n"
+    const QString frames = QStringLiteral(
         "halvard                        0x00001000 work + 4\n"
-        "halvard                        0x00001001 work + 4"
-        "\n\nOther threads: \n\nCall Backtrace of 1 threads:\nBacktrace of Thread 8:\n");
-    QVERIFY2(record.contains(expected), qPrintable(record));
-    QVERIFY(!record.contains(QStringLiteral("Signal error.")));
+        "halvard                        0x00001001 work + 4\n");
+    const QString record = crash.email.getErrorRecordString();
+    const QString end = QStringLiteral(
+                            "\n\nException Reason: no such file: ~/list\n\n%1\nOther threads: \n\n"
+                            "Call Backtrace of 1 threads:\nBacktrace of Thread 8:\n%1\n")
+                            .arg(frames);
+    QVERIFY2(record.endsWith(end), qPrintable(record));
   }
 
   void mailIsEscapedWhole() {

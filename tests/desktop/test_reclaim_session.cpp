@@ -122,9 +122,10 @@ class TestReclaimSession : public QObject {
     QVERIFY2(viewer.residentBytes() <= kHeld / 8, qPrintable(QString::number(viewer.residentBytes())));
     QVERIFY(isFocused(editor));
     QCOMPARE(editor.swappedBytes(), 0u);
-    QCOMPARE(editor.residentBytes(), editorBefore);
     QCOMPARE(keeper.swappedBytes(), 0u);
-    QCOMPARE(keeper.residentBytes(), keeperBefore);
+    // They live, and may have taken a page meanwhile.
+    QVERIFY(editor.residentBytes() >= editorBefore && editor.residentBytes() < editorBefore + kMiB);
+    QVERIFY(keeper.residentBytes() >= keeperBefore && keeper.residentBytes() < keeperBefore + kMiB);
 
     // It was the focus that spared it, and the name that spares the other one still.
     QVERIFY(m_windows.activate(std::vector{viewer.pid()}));
@@ -132,7 +133,7 @@ class TestReclaimSession : public QObject {
     for (int round = 0; round < 20 && editor.residentBytes() > kHeld / 8; ++round)
       QCOMPARE(pageOut(), QString());
     QVERIFY2(editor.residentBytes() <= kHeld / 8, qPrintable(QString::number(editor.residentBytes())));
-    QCOMPARE(keeper.residentBytes(), keeperBefore);
+    QVERIFY(keeper.residentBytes() >= keeperBefore);
   }
 };
 

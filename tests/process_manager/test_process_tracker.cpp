@@ -143,20 +143,6 @@ class TestProcessTracker : public QObject {
     world.step();
     QCOMPARE(world.posts, 2);
   }
-
-  void nothingIsAnnouncedBeforeTheFirstListOrAfterCancelling() {
-    World world;
-    world.tracker.processTerminatedApps();
-    world.tracker.startPurgeWithDelay();
-    world.tracker.stopDelayedPurge();
-    world.clock.advance(120s);
-    QCOMPARE(world.posts, 0);
-    world.tracker.startPurgeWithDelay();
-    world.clock.advance(30s);
-    world.tracker.startPurgeWithDelay();
-    world.clock.advance(30s);
-    QCOMPARE(world.posts, 1);
-  }
 };
 
 QTEST_GUILESS_MAIN(TestProcessTracker)

@@ -19,6 +19,10 @@ using namespace halvard::purge_worker;
 
 namespace {
 
+/// Not the last of all: a process that is paged out cannot map memory meanwhile, and must not wait for one that nobody
+/// lets run.
+constexpr int kNiceness = 5;
+
 bool isWellFormed(const PageOutCommand& command) {
   return command.magic == kPageOutMagic && command.serial != 0;
 }
@@ -61,7 +65,7 @@ int run(int argc, char** argv) {
   if (!callerIsOwnUser(parent)) return kForeignCaller;
   if (!endWithParent(parent)) return kChannelClosed;
   dropWhatWasInherited();
-  stepBehindEveryoneElse();
+  giveWay(kNiceness);
   if (!keepOnlyPageOut()) {
     (void)answer(EPERM, 0);
     return kNoRight;

@@ -158,36 +158,35 @@ bool Target::nextWindow(Range& window) {
   return true;
 }
 
+// One window at a time, because the process cannot map memory meanwhile. What is no memory any more, or may not be
+// paged out, is left behind.
+int Target::advise(const Range& window) const {
+  const iovec place{reinterpret_cast<void*>(window.begin), window.end - window.begin};
+  if (syscall(SYS_process_madvise, m_handle, &place, 1UL, MADV_PAGEOUT, 0U) >= 0) return 0;
+  if (errno == EPERM || errno == EACCES) return EPERM;
+  return errno == ESRCH ? ESRCH : 0;
+}
+
 Target::Step Target::pageOut(std::uint64_t bytes) {
   Step step;
   step.error = check();
-  if (step.error != 0) return step;
   Range windows[kMostWindows];
-  iovec places[kMostWindows];
   std::size_t count = 0;
   std::uint64_t before = 0;
   for (std::uint64_t looked = 0; before < bytes && count < kMostWindows && looked < kWindowsInAStep; ++looked) {
-    if (!nextWindow(windows[count])) break;
-    const Range& window = windows[count];
-    const std::uint64_t resident = residentBytes(window);
-    if (resident == 0) continue;
+    if (step.error != 0 || !nextWindow(windows[count])) break;
+    const std::uint64_t resident = residentBytes(windows[count]);
     before += resident;
-    places[count++] = {reinterpret_cast<void*>(window.begin), window.end - window.begin};
+    if (resident > 0) ++count;
   }
-  step.more = m_range < m_ranges.count();
-  for (std::size_t first = 0; first < count;) {
-    const long done = syscall(SYS_process_madvise, m_handle, places + first, count - first, MADV_PAGEOUT, 0U);
-    if (done < 0 && (errno == EPERM || errno == EACCES)) return {EPERM, 0, false};
-    if (done < 0 && errno == ESRCH) return {ESRCH, 0, false};
-    // It stops at what is no memory any more, or may not be paged out: that window is left behind.
-    for (long left = done; left > 0 && first < count; ++first)
-      left -= static_cast<long>(places[first].iov_len);
-    if (first < count) ++first;
-  }
+  for (std::size_t index = 0; index < count && step.error == 0; ++index)
+    step.error = advise(windows[index]);
+  if (step.error != 0) return {step.error, 0, false};
   std::uint64_t after = 0;
   for (std::size_t index = 0; index < count; ++index)
     after += residentBytes(windows[index]);
   step.bytes = before > after ? before - after : 0;
+  step.more = m_range < m_ranges.count();
   return step;
 }
 

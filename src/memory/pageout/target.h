@@ -40,6 +40,8 @@ class Target {
   int readRanges();
   std::uint64_t residentBytes(const Range& range) const;
   bool nextWindow(Range& window);
+  /// 0, ESRCH or EPERM.
+  int advise(const Range& window) const;
 
   pid_t m_pid = 0;
   std::uint64_t m_startTime = 0;

@@ -14,10 +14,10 @@ bool endWithParent(long parent) {
   return prctl(PR_SET_PDEATHSIG, SIGKILL) == 0 && getppid() == parent;
 }
 
-void stepBehindEveryoneElse() {
+void giveWay(int niceness) {
   constexpr int kWhoProcess = 1;
   constexpr int kClassIdle = 3 << 13;
-  (void)setpriority(PRIO_PROCESS, 0, 19);
+  (void)setpriority(PRIO_PROCESS, 0, niceness);
   (void)syscall(SYS_ioprio_set, kWhoProcess, 0, kClassIdle);
 }
 

@@ -7,8 +7,9 @@ namespace halvard::purge_worker {
 /// already: then no signal will come.
 bool endWithParent(long parent);
 
-/// Whoever works at the desktop comes first, at the processors and at the disk. Failing is no reason to stop.
-void stepBehindEveryoneElse();
+/// Whoever works at the desktop comes first, at the processors (`niceness` is 1 to 19) and at the disk. Failing is no
+/// reason to stop.
+void giveWay(int niceness);
 
 /// The environment, all descriptors above 2, core dumps, and the way to more rights through another program.
 void dropWhatWasInherited();

@@ -147,6 +147,10 @@ void PreferencesWindow::showFigures(const QString& memoryUsage, const QString& f
   m_memoryUsageFigure->setText(memoryUsage);
   m_frequencyFigure->setText(frequency);
   m_cpuUsageFigure->setText(cpuUsage);
+  // Of itself a slider tells a screen reader its steps.
+  memoryUsageSlider->setAccessibleDescription(memoryUsage);
+  frequencySlider->setAccessibleDescription(frequency);
+  cpuUsageSlider->setAccessibleDescription(cpuUsage);
 }
 
 void PreferencesWindow::blink() {

@@ -9,12 +9,14 @@
 namespace halvard {
 namespace {
 
-constexpr int kMargin = 16;
+/// With the margins of the list these are the panel's.
+constexpr int kLeftMargin = 15;
+constexpr int kRightMargin = 14;
 constexpr int kIconSide = 18;
 constexpr int kGap = 8;
 
 QRect contentOf(const QRect& row) {
-  return row.adjusted(kMargin, 0, -kMargin, 0);
+  return row.adjusted(kLeftMargin, 0, -kRightMargin, 0);
 }
 
 /// Between the icon and the size.

@@ -150,40 +150,26 @@ class TestSqliteDefaultsTrouble : public QObject {
   }
 
   void fileOfANewerProgramIsLeftAlone() {
-    SettingsFolder settings;
-    settings.fill(3);
-    {
-      SqliteConnection connection;
-      QCOMPARE(connection.open(settings.path, SqliteConnection::Mode::existing), 0);
-      QCOMPARE(connection.run("PRAGMA user_version = 2"), 0);
-    }
-    const QByteArray content = settings.content(settings.path);
-    {
-      const auto store = settings.open();
-      QVERIFY(store->keys().isEmpty());
+    for (const bool openBefore : {false, true}) {
+      SettingsFolder settings;
+      settings.fill(3);
+      auto store = openBefore ? settings.open() : nullptr;
+      {
+        SqliteConnection connection;
+        QCOMPARE(connection.open(settings.path, SqliteConnection::Mode::existing), 0);
+        QCOMPARE(connection.run("PRAGMA user_version = 2"), 0);
+      }
+      if (!store) store = settings.open();
       store->setObject(key, {true});
       QVERIFY(!store->synchronize());
-      QCOMPARE(store->objectForKey(key), StoredValue{true});
+      QCOMPARE(store->keys().size(), openBefore ? 4 : 1);
+      QCOMPARE(settings.lines.size(), 1);
+      QVERIFY(settings.lines.first().contains(QStringLiteral("newer version")));
+      SqliteConnection connection;
+      QCOMPARE(connection.open(settings.path, SqliteConnection::Mode::existing), 0);
+      int code = 0;
+      QCOMPARE(connection.firstValue("SELECT count(*) FROM defaults", code), SqliteValue(std::int64_t{3}));
     }
-    QCOMPARE(settings.content(settings.path), content);
-    QCOMPARE(settings.lines.size(), 1);
-    QVERIFY(settings.lines.first().contains(QStringLiteral("newer version")));
-    QCOMPARE(QDir(QFileInfo(settings.path).path()).entryList(QDir::Files), QStringList{QStringLiteral("defaults.db")});
-  }
-
-  void fileThatBecomesNewerWhileOpenIsWrittenNoMore() {
-    SettingsFolder settings;
-    settings.fill(3);
-    const auto store = settings.open();
-    SqliteConnection connection;
-    QCOMPARE(connection.open(settings.path, SqliteConnection::Mode::existing), 0);
-    QCOMPARE(connection.run("PRAGMA user_version = 2"), 0);
-    store->setObject(key, {true});
-    QVERIFY(!store->synchronize());
-    QCOMPARE(store->keys().size(), 4);
-    int code = 0;
-    QCOMPARE(connection.firstValue("SELECT count(*) FROM defaults", code), SqliteValue(std::int64_t{3}));
-    QCOMPARE(settings.lines.size(), 1);
   }
 
   void valuesOfAnUnknownKindAreLeftOutAndKept() {

@@ -15,6 +15,7 @@
 #include "preferences/ui/autostart_window.h"
 #include "preferences/ui/preferences_window.h"
 #include "preferences/ui/preferences_window_controller.h"
+#include "support/accessible_names.h"
 #include "widgets/alert_window.h"
 #include "widgets/check_box.h"
 #include "widgets/pop_up_list.h"
@@ -22,6 +23,7 @@
 #include "widgets/value_slider.h"
 
 using namespace halvard;
+using halvard::test::namelessControls;
 using namespace std::chrono_literals;
 
 namespace {
@@ -150,6 +152,14 @@ class TestPreferencesWindow : public QObject {
                                             "and if CPU usage is less than 10%."));
     desk.model.autoFreeUpMemory().setValue(false);
     QCOMPARE(description(controller), hint);
+  }
+
+  void everyControlHasANameForScreenReadersAndASliderItsFigure() {
+    Desk desk;
+    PreferencesWindowController controller(desk.model, desk.defaults, desk.startAtLogin);
+    QCOMPARE(namelessControls(controller.window()).join(QLatin1Char(' ')), QString());
+    desk.model.cpuUsageLimitToAutofree().setValue(0.3);
+    QCOMPARE(controller.window().cpuUsageSlider->accessibleDescription(), latin("30%"));
   }
 
   void formerStartAtLoginIsCarriedOver() {

@@ -3,21 +3,19 @@
 
 #include "platform/fake/fake_clock.h"
 #include "platform/linux/purge/purge_guard.h"
+#include "support/scripted_readings.h"
 
 using namespace halvard;
 using namespace std::chrono_literals;
 
 namespace {
 
+const auto calm = test::ScriptedReadings::calm;
+
 constexpr ByteCount kMiB = 1 << 20;
 constexpr ByteCount kStep = 10 * kMiB;
 /// What must be there for one step.
 constexpr ByteCount kNeeded = 512 * kMiB + kStep;
-
-/// A machine with plenty of room that stands still for nothing.
-GuardReadings calm() {
-  return {8192 * kMiB, 4096 * kMiB, 2048 * kMiB, MemoryPressure{0, 1s}, {}, 2048 * kMiB, MemoryPressure{0, 1s}};
-}
 
 }  // namespace
 
@@ -68,8 +66,8 @@ class TestPurgeGuard : public QObject {
       GuardReadings fill = calm();
       fill.time += elapsed;
       GuardReadings pageOut = fill;
-      fill.pressure = MemoryPressure{average10, 1s + stall};
-      pageOut.somePressure = MemoryPressure{average10, 1s + stall};
+      fill.pressure = MemoryPressure{average10, stall};
+      pageOut.somePressure = MemoryPressure{average10, stall};
       QVERIFY(judgeStep(fill, before, kStep) == verdict);
       QVERIFY(judgePageOut(pageOut, before) == verdict);
       // What the other one looks at is nothing to it.
@@ -101,7 +99,7 @@ class TestPurgeGuard : public QObject {
 
   void theFillRestsAsLongAsSomebodyWaited() {
     const std::pair<std::chrono::microseconds, std::chrono::milliseconds> cases[] = {
-        {0us, 0ms}, {1us, 1ms}, {99'001us, 100ms}, {5s, 100ms}, {-1s, 0ms}};
+        {0us, 0ms}, {1us, 1ms}, {99'001us, 100ms}, {5s, 100ms}, {-1us, 0ms}};
     for (const auto& [stall, rest] : cases) {
       GuardReadings now = calm();
       now.somePressure->total += stall;

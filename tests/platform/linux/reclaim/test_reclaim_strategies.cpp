@@ -11,27 +11,15 @@
 #include "platform/linux/reclaim/reclaim_pace.h"
 #include "platform/linux/reclaim/strategic_purgeable_memory.h"
 #include "platform/linux/reclaim/victim_queue.h"
+#include "support/scripted_readings.h"
 
 using namespace halvard;
 using namespace std::chrono_literals;
+using test::ScriptedReadings;
 
 namespace {
 
 constexpr ByteCount kMiB = 1 << 20;
-
-struct ScriptedReadings : GuardReadingsSource {
-  std::optional<GuardReadings> readings = GuardReadings{
-      8192 * kMiB, 4096 * kMiB, 2048 * kMiB, MemoryPressure{0, 0us}, {}, 2048 * kMiB, MemoryPressure{0, 0us}};
-  std::chrono::milliseconds stallPerReading{0};
-  int calls = 0;
-
-  std::optional<GuardReadings> read() override {
-    ++calls;
-    if (readings) readings->somePressure->total += stallPerReading;
-    if (readings) readings->time += stallPerReading + 1ms;
-    return readings;
-  }
-};
 
 struct ScriptedVictims : VictimSource {
   Reading reading;
