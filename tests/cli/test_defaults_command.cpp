@@ -39,10 +39,6 @@ class TestDefaultsCommand : public QObject {
       QVERIFY2(run(store, words).startsWith(QStringLiteral("halvardctl: usage: defaults read")), words);
     }
     QCOMPARE(store.writes(), 0);
-  }
-
-  void refusedWriteIsAFailure() {
-    FakeDefaultsStore store;
     store.failSynchronize(true);
     QCOMPARE(run(store, "write AutoFree -bool yes"),
              QStringLiteral("halvardctl: the settings could not be written\n1"));

@@ -240,11 +240,9 @@ class TestSizeCalculation : public QObject {
     for (const char* path : {"/a", "/b", "/c"})
       stack.pushItem(std::make_unique<StackItem>(path));
     QCOMPARE(stack.nDepth(), 3u);
-    QCOMPARE(stack.topItem()->path(), QByteArray("/c"));
     const auto popped = stack.popItem();
     QCOMPARE(popped->path(), QByteArray("/c"));
-    QVERIFY(!popped->prevItem);
-    QCOMPARE(stack.nDepth(), 2u);
+    QVERIFY(!popped->prevItem && stack.topItem()->path() == "/b");
     stack.clearStack();
     QCOMPARE(stack.nDepth(), 0u);
     for (int index = 0; index < 1000000; ++index)

@@ -16,7 +16,6 @@
 #include "platform/linux/files/linux_last_used_dates.h"
 #include "platform/linux/files/linux_search_mounts.h"
 #include "platform/linux/files/package_sizes.h"
-#include "platform/linux/files/xdg_standard_folders.h"
 
 using namespace halvard;
 using namespace std::chrono_literals;
@@ -79,15 +78,6 @@ class TestLinuxFiles : public QObject {
     QVERIFY(!access.resolveBookmark(*top));
     tree.addFolder("mounted/inside");
     QVERIFY(!access.resolveBookmark(*inside));
-  }
-
-  void accessIsThatOfTheProcess() {
-    const LinuxFolderAccess access;
-    DiskTree tree;
-    QVERIFY(access.isPathAccessible(tree.path(), FolderAccess::Mode::Read));
-    QVERIFY(access.isPathAccessible(tree.path(), FolderAccess::Mode::Write));
-    QVERIFY(!access.isPathAccessible({}, FolderAccess::Mode::Read));
-    QVERIFY(!access.isPathAccessible("/proc/version/x", FolderAccess::Mode::Read));
   }
 
   void searchEntersLocalDisksOnceEach() {
@@ -226,17 +216,6 @@ class TestLinuxFiles : public QObject {
     }).join();
     QCOMPARE(::sched_getscheduler(0), SCHED_OTHER);
     QVERIFY(diskClass() != kIdleClass);
-  }
-
-  void foldersFollowTheEnvironment() {
-    const XdgStandardFolders folders;
-    qputenv("XDG_CACHE_HOME", "/x/cache");
-    qputenv("XDG_DATA_HOME", "/x/data");
-    QCOMPARE(folders.cache(), QByteArray("/x/cache"));
-    QCOMPARE(folders.trash(), QByteArray("/x/data/Trash"));
-    QCOMPARE(folders.applicationSupport(), QByteArray("/x/data"));
-    QVERIFY(folders.findHomeDirectory().startsWith('/'));
-    QCOMPARE(folders.userApplications(), folders.findHomeDirectory() + "/Applications");
   }
 };
 
