@@ -173,9 +173,9 @@ void AdBasedOnSpotlightVC::arrange() {
   m_hint->setText(
       tr("Grant access to your disk, and see what fills it: junk, duplicates, large and old files, "
          "applications."));
-  m_hint->setGeometry(kMargin, 56, kWidth - 2 * kMargin, 90);
+  m_hint->setGeometry(kMargin, 72, kWidth - 2 * kMargin, 90);
   m_pShowDetailedDiskUsageBlueButton->setVisible(!detailed);
-  m_pShowDetailedDiskUsageBlueButton->setGeometry(kButtonMargin, m_compact ? 50 : 166, kButtonWidth,
+  m_pShowDetailedDiskUsageBlueButton->setGeometry(kButtonMargin, m_compact ? 50 : kFootButtonTop, kButtonWidth,
                                                   m_pShowDetailedDiskUsageBlueButton->sizeHint().height());
 }
 
@@ -187,6 +187,9 @@ void AdBasedOnSpotlightVC::setIsScanning(bool scanning) {
   m_details->setText(scanning ? tr("Scanning...") : tr("Details"));
   m_details->setEnabled(!scanning);
   m_details->resize(m_details->sizeHint());
+  // A row leads to its page when the search has ended.
+  for (std::size_t page = 0; page < kPages; ++page)
+    m_rows[page]->setLeadsOn(!scanning && m_pages[page]->isCanShow());
   if (scanning) {
     m_progressTimer.start();
   } else {
@@ -218,7 +221,6 @@ void AdBasedOnSpotlightVC::resumeScanning() {
 void AdBasedOnSpotlightVC::resetLabel(std::size_t page) {
   m_pages[page]->clearInfo();
   m_rows[page]->setFigure(kSearching, false);
-  m_rows[page]->setLeadsOn(false);
 }
 
 void AdBasedOnSpotlightVC::totalSizeLabelPressed() {
@@ -242,7 +244,6 @@ void AdBasedOnSpotlightVC::updateOverallViewContent() {
     if (!canShow) continue;
     total += m_pages[page]->size();
     m_rows[page]->setFigure(text(m_pages[page]->size()), true);
-    m_rows[page]->setLeadsOn(true);
   }
   if (!complete) return;
   m_overallTotalSizeLabel->setText(text(total));

@@ -68,7 +68,8 @@ AdBasedOnSpotlightView::AdBasedOnSpotlightView(const QString& title, const QColo
   m_back->setGeometry(12, 6, 26, 24);
   m_total->setAlignment(Qt::AlignCenter);
   m_total->setGeometry(kMargin, 44, kWidth - 2 * kMargin, 36);
-  m_icon->setGeometry(kMargin, 198, kIconSize, kIconSize);
+  m_icon->setGeometry(kMargin, kFootButtonTop + (m_appButton->sizeHint().height() - kIconSize) / 2, kIconSize,
+                      kIconSize);
   connect(m_back, &IconButton::clicked, this, &AdBasedOnSpotlightView::backPressed);
   connect(m_appButton, &CleanMemoryButton::clicked, this, &AdBasedOnSpotlightView::getAppPressed);
   hide();
@@ -90,8 +91,8 @@ void AdBasedOnSpotlightView::prepareForAppearance() {
   const QIcon themed = QFile::exists(offer.icon) ? QIcon(offer.icon) : QIcon::fromTheme(offer.icon);
   m_icon->setPixmap(themed.pixmap(QSize(kIconSize, kIconSize), devicePixelRatioF()));
   m_icon->setVisible(!themed.isNull());
-  const int left = themed.isNull() ? kMargin : kMargin + kIconSize + 10;
-  m_appButton->setGeometry(left, 198, kWidth - kMargin - left, 32);
+  const int left = themed.isNull() ? kButtonMargin : kMargin + kIconSize + 10;
+  m_appButton->setGeometry(left, kFootButtonTop, kWidth - kButtonMargin - left, m_appButton->sizeHint().height());
   const QString verb = offer.isInstalled ? tr("Open") : tr("Get");
   const QString title = QStringLiteral("%1 %2").arg(verb, offer.name);
   m_appButton->setTitle(m_appButton->fontMetrics().elidedText(title, Qt::ElideRight, m_appButton->width() - 16));

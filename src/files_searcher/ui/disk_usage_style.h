@@ -13,6 +13,8 @@ inline constexpr int kMargin = 20;
 /// Buttons stand under those of the panel's summary.
 inline constexpr int kButtonMargin = 16;
 inline constexpr int kButtonWidth = kWidth - 2 * kButtonMargin;
+/// The top of the button at the foot of the detailed section.
+inline constexpr int kFootButtonTop = 200;
 inline constexpr int kDetailedHeight = 250;
 inline constexpr int kCompactHeight = 120;
 inline constexpr int kCompactHeightWithButton = 100;

@@ -22,8 +22,11 @@ void DiskUsageSummary::paintEvent(QPaintEvent*) {
   disk_usage_style::paintGround(painter, rect());
   painter.fillRect(QRect(0, 0, width(), 1), ui_style::titleBarSeparatorColor());
   if (m_progress < 0) return;
-  painter.fillRect(QRect(0, 0, width(), 3), ui_style::pieChartFreeColor());
-  painter.fillRect(QRectF(0, 0, width() * std::clamp(m_progress, 0.02, 1.0), 3), ui_style::pieChartUserColor());
+  // Between the panel's borders.
+  const QRectF bar(1, 0, width() - 2, 3);
+  painter.fillRect(bar, ui_style::pieChartFreeColor());
+  painter.fillRect(QRectF(bar.topLeft(), QSizeF(bar.width() * std::clamp(m_progress, 0.02, 1.0), bar.height())),
+                   ui_style::pieChartUserColor());
 }
 
 }  // namespace halvard
