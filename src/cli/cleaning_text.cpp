@@ -79,10 +79,13 @@ QString purge(const QJsonObject& record) {
 }
 
 QString recheck(const QJsonObject& record) {
-  QString line =
-      QStringLiteral("After %1 s still free: %2 of %3")
-          .arg(record.value(QLatin1String("recheckSeconds")).toDouble(), 0, 'f', 0)
-          .arg(bytesText(record, QLatin1String("stillFreeBytes")), bytesText(record, QLatin1String("gainedBytes")));
+  const qint64 gained = integer(record, QLatin1String("gainedBytes"));
+  // Others may have ended meanwhile.
+  const bool isAll = gained > 0 && integer(record, QLatin1String("stillFreeBytes")) >= gained;
+  const QString left = isAll ? QStringLiteral("all") : bytesText(record, QLatin1String("stillFreeBytes"));
+  QString line = QStringLiteral("After %1 s still free: %2 of %3")
+                     .arg(record.value(QLatin1String("recheckSeconds")).toDouble(), 0, 'f', 0)
+                     .arg(left, size_format::stringFromDifference(gained));
   if (record.contains(QLatin1String("cameBackBytes")))
     line += QStringLiteral("; %1 came back from swap").arg(bytesText(record, QLatin1String("cameBackBytes")));
   return line + u'.';

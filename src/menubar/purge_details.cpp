@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <QStringList>
+#include <algorithm>
 
 #include "core/size_format.h"
 #include "memory/purge_record.h"
@@ -41,8 +42,11 @@ struct Texts {
   }
 
   static PurgeDetails later(const PurgeReport& report) {
-    const QString left = amount(report.recheck->stillFreeBytes);
-    return {tr("still free: %1 of %2").arg(left, amount(report.gainedBytes)), tr("still free: %1").arg(left), {}};
+    // Others may have ended meanwhile.
+    const std::int64_t left = std::min(report.recheck->stillFreeBytes, report.gainedBytes);
+    const QString share = left == report.gainedBytes ? tr("all") : amount(left);
+    return {
+        tr("still free: %1 of %2").arg(share, amount(report.gainedBytes)), tr("still free: %1").arg(amount(left)), {}};
   }
 
   static QStringList ledger(const PurgeReport& report) {

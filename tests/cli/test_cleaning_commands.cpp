@@ -102,6 +102,11 @@ class TestCleaningCommands : public QObject {
                                    "Applications took 2.00 MB more meanwhile.\n"
                                    "After 60 s still free: -1.00 MB of 1.00 GB; 4.00 KB came back from swap.\n"
                                    "By page-out: so.");
+    QTest::newRow("others ended") << record(R"({"gainedBytes":1048576,"usedBefore":2097152,"usedAfter":1048576,
+      "seconds":1,"recheckSeconds":60,"stillFreeBytes":1572864})")
+                                  << QStringLiteral(
+                                         "Freed 1.00 MB in 1.0 s: used memory went from 2.00 MB to 1.00 MB.\n"
+                                         "After 60 s still free: all of 1.00 MB.");
     QTest::newRow("nothing") << record(R"({"gainedBytes":0,"usedBefore":1048576,"usedAfter":1048576,
       "givenBackBytes":1048575})")
                              << QStringLiteral("Nothing could be freed: 1.00 MB of memory in use before and after.");

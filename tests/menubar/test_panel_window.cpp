@@ -364,6 +364,8 @@ class TestPanelWindow : public QObject {
         "applications: -12.0 MB\n\nBy page-out: so.");
     report.recheck = PurgeRecheck{60s, 650 << 20, 50 << 20};
     row("second look", "still free: 650 MB of 700 MB", "still free: 650 MB", "Came back from swap: 50.0 MB");
+    report.recheck->stillFreeBytes = 800 << 20;
+    row("others ended", "still free: all of 700 MB", "still free: 700 MB", "Still free after a minute: 800 MB");
     report.gainedBytes = -(700 << 20);
     row("a loss", "gain -700 MB: more is used than before", "gain -700 MB", "Gain: -700 MB");
     report.outcome = {ReclaimMethod::None, 0, QString(200, u'x') + QStringLiteral(" no swap")};
