@@ -245,6 +245,5 @@ class TestPurgeLedger : public QObject {
   }
 };
 
-Q_DECLARE_METATYPE(halvard::LedgerReading)
 QTEST_GUILESS_MAIN(TestPurgeLedger)
 #include "test_purge_ledger.moc"
