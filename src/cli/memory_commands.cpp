@@ -114,7 +114,9 @@ int MemoryCommands::cleanInProgram(const CleanOptions& options) {
   connect(&m_control, &ControlClient::rechecked, this,
           [this, options](const QJsonObject& record) { showRechecked(record, options); });
   connect(&m_control, &ControlClient::programGone, this, [this] {
-    Q_EMIT ended(m_output.fail(QStringLiteral("the program ended before the cleaning did"), kExitFailure));
+    Q_EMIT ended(m_output.fail(m_hasFinished ? QStringLiteral("the program ended before the second look")
+                                             : QStringLiteral("the program ended before the cleaning did"),
+                               kExitFailure));
   });
   const Result<bool> started = m_control.startCleaning();
   if (!started) return m_output.fail(started.error().message, kExitFailure);
