@@ -2,7 +2,8 @@
 
 #include <QFile>
 #include <QFileDialog>
-#include <QMessageBox>
+
+#include "widgets/alert_window.h"
 
 namespace halvard {
 
@@ -27,10 +28,9 @@ void QtGrantPanels::chooseFolder(QWidget* parent, const QString& message, const 
 
 void QtGrantPanels::showAlert(QWidget* parent, const QString& message, const QString& information,
                               std::function<void()> dismissed) {
-  auto* const alert = new QMessageBox(QMessageBox::Warning, {}, message, QMessageBox::Ok, parent->window());
+  auto* const alert = new AlertWindow({}, {message, information, {QObject::tr("OK")}}, parent->window());
   alert->setAttribute(Qt::WA_DeleteOnClose);
-  alert->setInformativeText(information);
-  QObject::connect(alert, &QMessageBox::finished, parent, [dismissed = std::move(dismissed)] { dismissed(); });
+  QObject::connect(alert, &QDialog::finished, parent, [dismissed = std::move(dismissed)] { dismissed(); });
   alert->open();
 }
 
