@@ -27,7 +27,11 @@ struct Texts {
       return {tr("gain %1: more is used than before").arg(amount(report.gainedBytes)),
               tr("gain %1").arg(amount(report.gainedBytes)),
               {}};
-    if (report.outcome.method == ReclaimMethod::None) return {tr("nothing useful to free"), tr("nothing to free"), {}};
+    if (report.outcome.method == ReclaimMethod::None) {
+      // The figure beside it is the machine's own, so that it must not look as if it came from here.
+      if (report.gainedBytes > 0) return {tr("others gave it back by themselves"), tr("given back by others"), {}};
+      return {tr("nothing useful to free"), tr("nothing to free"), {}};
+    }
     if (swap.compressedBytes > 0) {
       return {tr("%1 compressed into %2").arg(amount(swap.compressedBytes), amount(swap.compressedIntoBytes)),
               tr("%1 compressed").arg(amount(swap.compressedBytes)),
@@ -84,7 +88,8 @@ QStringList wrapped(const QString& text) {
 }  // namespace
 
 PurgeDetails purgeDetails(const PurgeReport& report) {
-  PurgeDetails details = report.recheck && report.gainedBytes > 0 ? Texts::later(report) : Texts::atOnce(report);
+  const bool gainedHere = report.gainedBytes > 0 && report.outcome.method != ReclaimMethod::None;
+  PurgeDetails details = report.recheck && gainedHere ? Texts::later(report) : Texts::atOnce(report);
   const QString strategy = strategyLine(report.outcome.method, report.outcome.explanation);
   details.hint = (Texts::ledger(report) << QString() << wrapped(strategy)).join(u'\n');
   return details;

@@ -371,6 +371,8 @@ class TestPanelWindow : public QObject {
     report.outcome = {ReclaimMethod::None, 0, QString(200, u'x') + QStringLiteral(" no swap")};
     report.gainedBytes = 0;
     row("nothing", "nothing useful to free", "nothing to free", "x\nno swap.");
+    report.gainedBytes = 1;
+    row("not ours", "others gave it back by themselves", "given back by others", "no swap.");
   }
   void purgeDetailsFitBothLayouts() {
     QFETCH(PurgeReport, report);
