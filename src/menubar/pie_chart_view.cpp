@@ -65,6 +65,10 @@ void PieChartView::setWiredSize(ByteCount wired, ByteCount user, ByteCount free)
   m_wiredSize = wired;
   m_userSize = user;
   m_freeSize = free;
+  if (isVisible()) describe();
+}
+
+void PieChartView::describe() {
   setAccessibleDescription(tooltipForSegmentByIndex(0) + u'\n' + tooltipForSegmentByIndex(1) + u'\n' +
                            tooltipForSegmentByIndex(2));
 }
@@ -189,6 +193,7 @@ void PieChartView::showEvent(QShowEvent*) {
   m_systemUsage.jump();
   m_userUsage.jump();
   rebuildPaths();
+  describe();
 }
 
 }  // namespace halvard

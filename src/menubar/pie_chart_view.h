@@ -50,6 +50,8 @@ class PieChartView : public QWidget {
   void startAnimatingUpdate();
   void tick();
   void rebuildPaths();
+  /// For screen readers; made while shown, for it costs more than the rest of a hidden chart's second.
+  void describe();
   QTransform toView() const;
 
   Clock& m_clock;
