@@ -38,12 +38,13 @@ struct Engine {
     page.toPlainText([&result](const QString& plain) { result = plain; });
     return QTest::qWaitFor([&result] { return result.has_value(); }, 10000) ? *result : QString();
   }
-  /// Clicks the page until `done`, or for 10 seconds: a page takes clicks only once it is drawn.
+  /// Clicks the page until `done`, or for 16 seconds: a page takes clicks only once it is drawn. The pauses grow, for
+  /// a second click on a link takes back what the first one has begun to load.
   template <class Done>
   bool click(Done done) {
-    for (int attempt = 0; attempt < 40 && !done(); ++attempt) {
+    for (int pause = 250; pause <= 8000 && !done(); pause *= 2) {
       QTest::mouseClick(view.focusProxy(), Qt::LeftButton, {}, {50, 50});
-      if (QTest::qWaitFor(done, 250)) return true;
+      if (QTest::qWaitFor(done, pause)) return true;
     }
     return done();
   }
