@@ -1,17 +1,8 @@
 #include <QtTest>
 
-#include "core/macos_version.h"
-#include "core/notification_center.h"
+#include "memory/controller_parts.h"
 #include "memory/purge_journal.h"
 #include "memory/purge_record.h"
-#include "memory/zp_purge_controller.h"
-#include "platform/fake/fake_clock.h"
-#include "platform/fake/fake_defaults_store.h"
-#include "platform/fake/fake_host_statistics.h"
-#include "platform/fake/fake_purgeable_memory.h"
-#include "platform/fake/fake_user_notification_center.h"
-#include "platform/ports/script_runner.h"
-#include "preferences/showcase_defaults.h"
 #include "preferences/stored_keys.h"
 
 using namespace halvard;
@@ -35,21 +26,7 @@ qint64 mebibytes(std::int64_t bytes) {
 }
 
 /// A controller on a made-up machine, and its journal.
-struct Program {
-  struct Cpu : CpuUsageSource {
-    float getCPUUsage() override { return 0; }
-  };
-  struct Watch : LargeApplicationWatch {
-    void startTrackingHugeProcesses() override {}
-    void stopTrackingHugeProcesses() override {}
-  };
-  struct NoScripts : ScriptRunner {
-    bool run(const QString&) override { return false; }
-  };
-  struct NoLogin : StartAtLoginSwitch {
-    void setIsEnabledForHelperApp(bool, const std::function<void()>&) override {}
-  };
-
+struct Program : ControllerParts {
   Program() {
     managerHost.setPhysicalMemory(2 * PurgeManager::kAllocationBlockSize);
     controller.initValues();
@@ -70,22 +47,7 @@ struct Program {
   }
   QJsonObject latest() { return PurgeHistory(store).records().last().toObject(); }
 
-  FakeHostStatistics host;
-  FakeHostStatistics managerHost;
-  FakePurgeableMemory memory;
-  FakeClock clock;
-  FakeDefaultsStore store;
-  FakeUserNotificationCenter userNotifications;
-  NotificationCenter notifications;
-  MacOSVersion version;
-  NoLogin login;
-  Cpu cpu;
-  Watch watch;
-  NoScripts scripts;
   PurgeControllerView view;
-  ShowcaseDefaults defaults{store, clock, QStringLiteral("1.0")};
-  PreferencesModel preferences{store, login};
-  PurgeManager manager{managerHost, memory, clock};
   ZPPurgeController controller{{host,
                                 manager,
                                 preferences,
@@ -95,7 +57,7 @@ struct Program {
                                 userNotifications,
                                 cpu,
                                 watch,
-                                scripts,
+                                script,
                                 version,
                                 {},
                                 {}},

@@ -1,16 +1,7 @@
 #include <QtTest>
 #include <limits>
 
-#include "core/macos_version.h"
-#include "core/notification_center.h"
-#include "memory/zp_purge_controller.h"
-#include "platform/fake/fake_clock.h"
-#include "platform/fake/fake_defaults_store.h"
-#include "platform/fake/fake_host_statistics.h"
-#include "platform/fake/fake_purgeable_memory.h"
-#include "platform/fake/fake_user_notification_center.h"
-#include "platform/ports/script_runner.h"
-#include "preferences/showcase_defaults.h"
+#include "memory/controller_parts.h"
 
 using namespace halvard;
 using namespace std::chrono_literals;
@@ -50,36 +41,8 @@ struct RecordingView : PurgeControllerView {
   std::vector<ByteCount> autostartOffers;
 };
 
-struct Cpu : CpuUsageSource {
-  float getCPUUsage() override {
-    ++calls;
-    return usage;
-  }
-  float usage = 0;
-  int calls = 0;
-};
-
-struct Watch : LargeApplicationWatch {
-  void startTrackingHugeProcesses() override { running = true; }
-  void stopTrackingHugeProcesses() override { running = false; }
-  bool running = false;
-};
-
-struct Script : ScriptRunner {
-  bool run(const QString& path) override {
-    ranPath = path;
-    return result;
-  }
-  bool result = true;
-  QString ranPath;
-};
-
-struct NoLogin : StartAtLoginSwitch {
-  void setIsEnabledForHelperApp(bool, const std::function<void()>&) override {}
-};
-
-struct Program {
-  explicit Program(std::optional<QString> osVersion = std::nullopt) : version(std::move(osVersion)) {
+struct Program : ControllerParts {
+  explicit Program(std::optional<QString> osVersion = std::nullopt) : ControllerParts(std::move(osVersion)) {
     managerHost.setPhysicalMemory(2 * PurgeManager::kAllocationBlockSize);
     setUsedPages(kTotalPages / 2);
     QObject::connect(&controller, &ZPPurgeController::purgeFinished,
@@ -119,22 +82,7 @@ struct Program {
   }
 
   std::int64_t pageBytes = 4096;
-  FakeHostStatistics host;
-  FakeHostStatistics managerHost;
-  FakePurgeableMemory memory;
-  FakeClock clock;
-  FakeDefaultsStore store;
-  FakeUserNotificationCenter userNotifications;
-  NotificationCenter notifications;
-  MacOSVersion version;
-  NoLogin login;
-  Cpu cpu;
-  Watch watch;
-  Script script;
   RecordingView view;
-  ShowcaseDefaults defaults{store, clock, QStringLiteral("1.0")};
-  PreferencesModel preferences{store, login};
-  PurgeManager manager{managerHost, memory, clock};
   std::vector<PurgeReport> reports;
   ZPPurgeController controller{
       {host, manager, preferences, defaults, clock, notifications, userNotifications, cpu, watch, script, version,

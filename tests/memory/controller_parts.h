@@ -1,0 +1,68 @@
+#pragma once
+
+#include <optional>
+#include <utility>
+
+#include "core/macos_version.h"
+#include "core/notification_center.h"
+#include "memory/zp_purge_controller.h"
+#include "platform/fake/fake_clock.h"
+#include "platform/fake/fake_defaults_store.h"
+#include "platform/fake/fake_host_statistics.h"
+#include "platform/fake/fake_purgeable_memory.h"
+#include "platform/fake/fake_user_notification_center.h"
+#include "platform/ports/script_runner.h"
+#include "preferences/showcase_defaults.h"
+
+namespace halvard {
+
+/// What a ZPPurgeController of a made-up machine is built from; the controller itself is each test's own.
+struct ControllerParts {
+  struct Cpu : CpuUsageSource {
+    float getCPUUsage() override {
+      ++calls;
+      return usage;
+    }
+    float usage = 0;
+    int calls = 0;
+  };
+
+  struct Watch : LargeApplicationWatch {
+    void startTrackingHugeProcesses() override { running = true; }
+    void stopTrackingHugeProcesses() override { running = false; }
+    bool running = false;
+  };
+
+  struct Script : ScriptRunner {
+    bool run(const QString& path) override {
+      ranPath = path;
+      return result;
+    }
+    bool result = true;
+    QString ranPath;
+  };
+
+  struct NoLogin : StartAtLoginSwitch {
+    void setIsEnabledForHelperApp(bool, const std::function<void()>&) override {}
+  };
+
+  explicit ControllerParts(std::optional<QString> osVersion = std::nullopt) : version(std::move(osVersion)) {}
+
+  FakeHostStatistics host;
+  FakeHostStatistics managerHost;
+  FakePurgeableMemory memory;
+  FakeClock clock;
+  FakeDefaultsStore store;
+  FakeUserNotificationCenter userNotifications;
+  NotificationCenter notifications;
+  MacOSVersion version;
+  NoLogin login;
+  Cpu cpu;
+  Watch watch;
+  Script script;
+  ShowcaseDefaults defaults{store, clock, QStringLiteral("1.0")};
+  PreferencesModel preferences{store, login};
+  PurgeManager manager{managerHost, memory, clock};
+};
+
+}  // namespace halvard
