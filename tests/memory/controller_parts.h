@@ -19,12 +19,8 @@ namespace halvard {
 /// What a ZPPurgeController of a made-up machine is built from; the controller itself is each test's own.
 struct ControllerParts {
   struct Cpu : CpuUsageSource {
-    float getCPUUsage() override {
-      ++calls;
-      return usage;
-    }
+    float getCPUUsage() override { return usage; }
     float usage = 0;
-    int calls = 0;
   };
 
   struct Watch : LargeApplicationWatch {
@@ -46,7 +42,17 @@ struct ControllerParts {
     void setIsEnabledForHelperApp(bool, const std::function<void()>&) override {}
   };
 
-  explicit ControllerParts(std::optional<QString> osVersion = std::nullopt) : version(std::move(osVersion)) {}
+  explicit ControllerParts(std::optional<QString> osVersion = std::nullopt) : version(std::move(osVersion)) {
+    managerHost.setPhysicalMemory(2 * PurgeManager::kAllocationBlockSize);
+  }
+
+  PurgeControllerServices services() {
+    const QString name = QStringLiteral("Halvard");
+    const QString path = QStringLiteral("/resources/purge.sh");
+    return {host, manager, preferences, defaults, clock, notifications, userNotifications,
+            cpu,  watch,   script,      version,  name,  path};
+  }
+  void setUsed(ByteCount bytes) { host.setStatistics64({.internal_page_count = bytes / *host.pageSize()}); }
 
   FakeHostStatistics host;
   FakeHostStatistics managerHost;

@@ -24,46 +24,31 @@ SwapUsage swap(ByteCount compressed, ByteCount disk, ByteCount away, ByteCount o
 qint64 mebibytes(std::int64_t bytes) {
   return bytes / static_cast<std::int64_t>(kMiB);
 }
+qint64 mebibytes(const QJsonValue& record, const char* key) {
+  return mebibytes(record.toObject().value(QLatin1String(key)).toInteger());
+}
 
 /// A controller on a made-up machine, and its journal.
 struct Program : ControllerParts {
   Program() {
-    managerHost.setPhysicalMemory(2 * PurgeManager::kAllocationBlockSize);
     controller.initValues();
-    QObject::connect(&journal, &PurgeJournal::recorded, [this](const PurgeReport& report) { recorded << report; });
     QObject::connect(&journal, &PurgeJournal::rechecked, [this](const PurgeReport& report) { rechecked << report; });
   }
-  void setUsed(ByteCount used, const SwapUsage& usage) {
-    VmStatistics64 counters;
-    counters.internal_page_count = used * kMiB / 4096;
-    host.setStatistics64(counters);
+  void set(ByteCount usedMebibytes, const SwapUsage& usage = {}) {
+    setUsed(usedMebibytes * kMiB);
     host.setSwapUsage(usage);
   }
-  void purge(ByteCount usedAfter, const SwapUsage& usage) {
-    const qsizetype before = recorded.size();
+  void purge(ByteCount usedAfter, const SwapUsage& usage = {}) {
+    QSignalSpy recorded(&journal, &PurgeJournal::recorded);
     controller.onFreeMemory(ZPPurgeController::Sender::None);
-    setUsed(usedAfter, usage);
-    QTRY_COMPARE(recorded.size(), before + 1);
+    set(usedAfter, usage);
+    QTRY_COMPARE(recorded.size(), 1);
   }
   QJsonObject latest() { return PurgeHistory(store).records().last().toObject(); }
 
   PurgeControllerView view;
-  ZPPurgeController controller{{host,
-                                manager,
-                                preferences,
-                                defaults,
-                                clock,
-                                notifications,
-                                userNotifications,
-                                cpu,
-                                watch,
-                                script,
-                                version,
-                                {},
-                                {}},
-                               view};
+  ZPPurgeController controller{services(), view};
   PurgeJournal journal{controller, host, version, store, clock};
-  QList<PurgeReport> recorded;
   QList<PurgeReport> rechecked;
 };
 
@@ -73,78 +58,77 @@ class TestPurgeLedger : public QObject {
   Q_OBJECT
 
  private Q_SLOTS:
-  void ledgerBalances_data() {
-    QTest::addColumn<LedgerReading>("before");
-    QTest::addColumn<LedgerReading>("after");
-    QTest::addColumn<QList<qint64>>("figures");  // gained, freed, compressed, into, disk, given back, kernel, out
-    const auto at = [](ByteCount application, ByteCount compressor, const SwapUsage& usage) {
-      return reading(application, 100, compressor, usage);
-    };
-    QTest::newRow("compressed") << at(1000, 10, swap(50, 0, 60, 500, 7)) << at(400, 160, swap(640, 0, 660, 1100, 9))
-                                << QList<qint64>{450, 450, 590, 150, 0, 0, 0, 600};
-    QTest::newRow("to the disk, while applications gave back")
-        << at(1000, 0, swap(0, 5, 5, 0, 0)) << at(600, 0, swap(0, 305, 305, 300, 0))
-        << QList<qint64>{400, 400, 0, 0, 300, 100, 0, 300};
-    QTest::newRow("an application with swapped memory ended")
-        << at(1000, 80, swap(400, 0, 400, 0, 0)) << at(900, 20, swap(100, 0, 100, 0, 0))
-        << QList<qint64>{160, 160, -300, -60, 0, 400, 0, 0};
-    QTest::newRow("applications took more than was paged out")
-        << at(1000, 0, swap(0, 0, 0, 0, 0)) << at(1100, 30, swap(100, 0, 100, 100, 0))
-        << QList<qint64>{-130, 0, 100, 30, 0, -200, 0, 100};
-    QTest::newRow("the kernel took it") << reading(1000, 100, 0, swap(0, 0, 0, 0, 0))
-                                        << reading(900, 250, 0, swap(0, 100, 100, 100, 0))
-                                        << QList<qint64>{-50, 0, 0, 0, 100, 0, 150, 100};
-  }
   void ledgerBalances() {
-    QFETCH(LedgerReading, before);
-    QFETCH(LedgerReading, after);
-    const PurgeReport report = ledgerOf(before, after);
-    QVERIFY(report.swap && report.swap->pagedOutBytes);
-    const SwapLedger& swap = *report.swap;
-    const QList<qint64> figures{mebibytes(report.gainedBytes),      static_cast<qint64>(report.freedBytes / kMiB),
-                                mebibytes(swap.compressedBytes),    mebibytes(swap.compressedIntoBytes),
-                                mebibytes(swap.swappedToDiskBytes), mebibytes(swap.givenBackBytes),
-                                mebibytes(report.kernelBytes),      mebibytes(*swap.pagedOutBytes)};
-    QTEST(figures, "figures");
-    const auto away = static_cast<std::int64_t>(after.swap->awayBytes - before.swap->awayBytes);
-    QCOMPARE(report.gainedBytes, away + swap.givenBackBytes - swap.compressedIntoBytes - report.kernelBytes);
+    const struct {
+      LedgerReading before, after;
+      QList<qint64> figures;  // gained, freed, compressed, into, disk, given back, kernel, out
+    } cases[] = {
+        // Compressed.
+        {reading(1000, 100, 10, swap(50, 0, 60, 500, 7)),
+         reading(400, 100, 160, swap(640, 0, 660, 1100, 9)),
+         {450, 450, 590, 150, 0, 0, 0, 600}},
+        // To the disk, while applications gave back.
+        {reading(1000, 100, 0, swap(0, 5, 5, 0, 0)),
+         reading(600, 100, 0, swap(0, 305, 305, 300, 0)),
+         {400, 400, 0, 0, 300, 100, 0, 300}},
+        // An application with swapped memory ended.
+        {reading(1000, 100, 80, swap(400, 0, 400, 0, 0)),
+         reading(900, 100, 20, swap(100, 0, 100, 0, 0)),
+         {160, 160, -300, -60, 0, 400, 0, 0}},
+        // Applications and the kernel took more than was paged out.
+        {reading(1000, 100, 0, swap(0, 0, 0, 0, 0)),
+         reading(1100, 250, 30, swap(100, 0, 100, 100, 0)),
+         {-280, 0, 100, 30, 0, -200, 150, 100}},
+    };
+    for (const auto& [before, after, figures] : cases) {
+      const PurgeReport report = ledgerOf(before, after);
+      QVERIFY(report.swap && report.swap->pagedOutBytes);
+      const SwapLedger& swap = *report.swap;
+      QCOMPARE((QList<qint64>{mebibytes(report.gainedBytes), static_cast<qint64>(report.freedBytes / kMiB),
+                              mebibytes(swap.compressedBytes), mebibytes(swap.compressedIntoBytes),
+                              mebibytes(swap.swappedToDiskBytes), mebibytes(swap.givenBackBytes),
+                              mebibytes(report.kernelBytes), mebibytes(*swap.pagedOutBytes)}),
+               figures);
+      const auto away = static_cast<std::int64_t>(after.swap->awayBytes - before.swap->awayBytes);
+      QCOMPARE(report.gainedBytes, away + swap.givenBackBytes - swap.compressedIntoBytes - report.kernelBytes);
+    }
   }
 
   void whatTheMachineDoesNotTellIsLeftOut() {
     const LedgerReading silent = reading(10, 0, 0, std::nullopt);
-    SwapUsage uncounted = swap(1, 2, 3, 0, 0);
-    uncounted.traffic.reset();
-    const LedgerReading without = reading(10, 0, 0, uncounted);
-    QVERIFY(!ledgerOf(silent, without).swap && !ledgerOf(without, silent).swap);
-    QVERIFY(ledgerOf(without, without).swap && !ledgerOf(without, without).swap->pagedOutBytes);
+    const LedgerReading uncounted = reading(10, 0, 0, SwapUsage{1, 2, 3});
+    QVERIFY(!ledgerOf(silent, uncounted).swap && !ledgerOf(uncounted, silent).swap);
+    QVERIFY(ledgerOf(uncounted, uncounted).swap && !ledgerOf(uncounted, uncounted).swap->pagedOutBytes);
     PurgeReport report = ledgerOf(silent, silent);
     report.recheck = recheckOf(report, silent, silent);
     const QJsonObject record = purgeRecord(report);
     for (const char* key :
          {"compressedBytes", "swappedToDiskBytes", "givenBackBytes", "pagedOutBytes", "cameBackBytes"})
       QVERIFY2(!record.contains(QLatin1String(key)), key);
-    QCOMPARE(record.value(QLatin1String("stillFreeBytes")).toInteger(), 0);
+    QVERIFY(record.contains(QLatin1String("stillFreeBytes")));
   }
 
   void theSecondLookComesAMinuteLater() {
     Program program;
     program.memory.nextOutcome = {ReclaimMethod::PageOut, 600 * kMiB, QStringLiteral("it does this")};
-    program.setUsed(2000, swap(0, 0, 0, 10, 0));
+    program.set(2000, swap(0, 0, 0, 10, 0));
     program.purge(1500, swap(500, 0, 500, 510, 0));
     QCOMPARE(program.latest().value(QLatin1String("method")).toString(), QStringLiteral("page-out"));
     QCOMPARE(program.latest().value(QLatin1String("strategy")).toString(),
              QStringLiteral("By page-out: it does this."));
     QVERIFY(!program.latest().contains(QLatin1String("stillFreeBytes")));
-    program.setUsed(1600, swap(400, 0, 400, 530, 120));
+    program.set(1600, swap(400, 0, 400, 530, 120));
     program.clock.advance(PurgeJournal::kRecheckDelay - 1ms);
     QVERIFY(program.rechecked.isEmpty());
     program.clock.advance(1ms);
     QCOMPARE(program.rechecked.size(), 1);
     const QJsonObject record = program.latest();
     QCOMPARE(record, purgeRecord(program.rechecked[0]));
-    QCOMPARE(mebibytes(record.value(QLatin1String("gainedBytes")).toInteger()), 500);
-    QCOMPARE(mebibytes(record.value(QLatin1String("stillFreeBytes")).toInteger()), 400);
-    QCOMPARE(mebibytes(record.value(QLatin1String("cameBackBytes")).toInteger()), 120);
+    QCOMPARE(mebibytes(record, "gainedBytes"), 500);
+    QCOMPARE(mebibytes(record, "compressedBytes"), 500);
+    QCOMPARE(mebibytes(record, "pagedOutBytes"), 500);
+    QCOMPARE(mebibytes(record, "stillFreeBytes"), 400);
+    QCOMPARE(mebibytes(record, "cameBackBytes"), 120);
     QCOMPARE(record.value(QLatin1String("recheckSeconds")).toDouble(), 60.0);
     QCOMPARE(PurgeHistory(program.store).records().size(), 1);
   }
@@ -152,19 +136,19 @@ class TestPurgeLedger : public QObject {
   void aPurgeMeanwhileDropsTheSecondLook() {
     Program program;
     program.memory.nextOutcome.method = ReclaimMethod::PageOut;
-    program.setUsed(2000, {});
-    program.purge(1500, {});
+    program.set(2000);
+    program.purge(1500);
     program.clock.advance(30s);
-    program.purge(1400, {});
-    program.setUsed(2500, {});
+    program.purge(1400);
+    program.set(2500);
     program.clock.advance(59s);
     QVERIFY(program.rechecked.isEmpty());
     program.clock.advance(1s);
     const QJsonArray records = PurgeHistory(program.store).records();
     QCOMPARE(records.size(), 2);
     QVERIFY(!records[0].toObject().contains(QLatin1String("stillFreeBytes")));
-    QCOMPARE(mebibytes(records[1].toObject().value(QLatin1String("stillFreeBytes")).toInteger()), -1000);
-    program.purge(1400, {});
+    QCOMPARE(mebibytes(records[1], "stillFreeBytes"), -1000);
+    program.purge(1400);
     program.host.setKernelReturn(5);  // nothing can be said then
     program.clock.advance(60s);
     QCOMPARE(program.rechecked.size(), 1);
@@ -173,7 +157,6 @@ class TestPurgeLedger : public QObject {
   void historyIsBoundedAndFruitlessAttemptsShareALine() {
     FakeDefaultsStore store;
     PurgeHistory history(store);
-    QCOMPARE(history.records(), QJsonArray());
     const auto record = [](int time, ReclaimMethod method, int gained = 0) {
       return QJsonObject{{QStringLiteral("time"), QString::number(time)},
                          {QStringLiteral("method"), methodName(method)},
@@ -191,19 +174,12 @@ class TestPurgeLedger : public QObject {
     QCOMPARE(history.records().at(PurgeHistory::kMost - 2).toObject(), record(109, ReclaimMethod::None));
   }
 
-  void whatIsNoHistoryCountsAsNothing_data() {
-    QTest::addColumn<QString>("stored");
-    QTest::addColumn<int>("count");
-    QTest::newRow("empty") << QString() << 0;
-    QTest::newRow("cut off") << QStringLiteral("[{\"time\":\"1\"},{\"ti") << 0;
-    QTest::newRow("an object") << QStringLiteral("{}") << 0;
-    QTest::newRow("strangers in it") << QStringLiteral("[1,{\"time\":\"1\"},null]") << 1;
-  }
   void whatIsNoHistoryCountsAsNothing() {
-    QFETCH(QString, stored);
     FakeDefaultsStore store;
-    store.setObject(stored_keys::cleaningHistory, {stored});
-    QTEST(static_cast<int>(PurgeHistory(store).records().size()), "count");
+    for (const char* stored : {"", "[{\"time\":\"1\"},{\"ti", "{}", "[1,{\"time\":\"1\"},null]"}) {
+      store.setObject(stored_keys::cleaningHistory, {QString::fromLatin1(stored)});
+      QCOMPARE(PurgeHistory(store).records().size(), QByteArray(stored).endsWith(']') ? 1 : 0);
+    }
   }
 };
 
