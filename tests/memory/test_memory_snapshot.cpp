@@ -1,3 +1,4 @@
+#include <QJsonDocument>
 #include <QtTest>
 
 #include "core/macos_version.h"
@@ -7,118 +8,69 @@
 
 using namespace halvard;
 
+namespace {
+
+struct Machine {
+  explicit Machine(const VmStatistics64& counters = {}, std::optional<QString> osVersion = std::nullopt)
+      : version(std::move(osVersion)) {
+    host.setStatistics64(counters);
+  }
+  FakeHostStatistics host;
+  MacOSVersion version;
+  MemorySnapshot snapshot{host, version};
+};
+
+}  // namespace
+
 class TestMemorySnapshot : public QObject {
   Q_OBJECT
 
  private Q_SLOTS:
-  void figuresAreDerivedFromTheCounters() {
-    FakeHostStatistics host;
-    host.setPhysicalMemory(4096 * 1000 + 4095);
-    VmStatistics64 counters;
-    counters.internal_page_count = 500;
-    counters.purgeable_count = 100;
-    counters.wire_count = 50;
-    counters.compressor_page_count = 25;
-    counters.active_count = 100000;
-    counters.inactive_count = 100000;
-    host.setStatistics64(counters);
-    const MacOSVersion version;
-    MemorySnapshot snapshot(host, version);
-    snapshot.initValues();
-    QCOMPARE(snapshot.calculateUsedPages(), 0u);
-    QCOMPARE(snapshot.updateMemoryStatictics(), HostStatistics::kSuccess);
-    QCOMPARE(host.lastWordCount(), 38u);
-    QCOMPARE(snapshot.calculateTotalPages(), 1000u);
-    QCOMPARE(snapshot.calculateUsedPages(), 475u);
-    QCOMPARE(snapshot.calculateFreePages(), 525u);
-    QCOMPARE(snapshot.calculateFreeSize(), 525u * 4096u);
-    QCOMPARE(snapshot.usedFraction(), 0.475);
+  void figuresAreDerivedFromTheCountersAndToldByTheirKeys() {
+    Machine machine({.active_count = 100000,
+                     .inactive_count = 100000,
+                     .wire_count = 50,
+                     .purgeable_count = 100,
+                     .compressor_page_count = 25,
+                     .internal_page_count = 500});
+    machine.host.setPhysicalMemory(4096 * 1000 + 4095);
+    machine.snapshot.initValues();
+    QCOMPARE(machine.snapshot.calculateUsedPages(), 0u);
+    QCOMPARE(machine.snapshot.updateMemoryStatictics(), HostStatistics::kSuccess);
+    QCOMPARE(machine.host.lastWordCount(), 38u);
+    QCOMPARE(QJsonDocument(memoryStatus(machine.snapshot, {0.25, true, 11, 22})).toJson(QJsonDocument::Compact),
+             QByteArray(R"({"cleanedBytes":22,"compressorPages":25,"cpuUsage":0.25,"freeBytes":2150400,)"
+                        R"("internalPages":500,"lastPurgedBytes":11,"pageSize":4096,"physicalBytes":4100095,)"
+                        R"("purgeablePages":100,"purging":true,"totalPages":1000,"usedFraction":0.475,)"
+                        R"("usedPages":475,"wiredPages":50})"));
   }
 
-  void impossibleCountersNeverWrapAround() {
-    FakeHostStatistics host;
-    host.setPhysicalMemory(4096 * 10);
-    VmStatistics64 counters;
-    counters.internal_page_count = 1;
-    counters.purgeable_count = 2;
-    counters.wire_count = 11;
-    host.setStatistics64(counters);
-    const MacOSVersion version;
-    MemorySnapshot snapshot(host, version);
-    snapshot.updateMemoryStatictics();
-    QCOMPARE(snapshot.calculateUsedPages(), 11u);
-    QCOMPARE(snapshot.calculateFreePages(), 0u);
+  void impossibleCountersNeverWrapAroundAndAFailedReadingKeepsThem() {
+    Machine machine({.wire_count = 11, .purgeable_count = 2, .internal_page_count = 1});
+    machine.host.setPhysicalMemory(4096 * 10);
+    QCOMPARE(machine.snapshot.updateMemoryStatictics(), HostStatistics::kSuccess);
+    machine.host.setStatistics64({.wire_count = 8});
+    machine.host.setKernelReturn(5);
+    QCOMPARE(machine.snapshot.updateMemoryStatictics(), 5);
+    QCOMPARE(machine.snapshot.calculateUsedPages(), 11u);
+    QCOMPARE(machine.snapshot.calculateFreePages(), 0u);
   }
 
-  void failedRefreshKeepsTheReading() {
-    FakeHostStatistics host;
-    VmStatistics64 counters;
-    counters.wire_count = 7;
-    host.setStatistics64(counters);
-    const MacOSVersion version;
-    MemorySnapshot snapshot(host, version);
-    snapshot.updateMemoryStatictics();
-    counters.wire_count = 8;
-    host.setStatistics64(counters);
-    host.setKernelReturn(5);
-    QCOMPARE(snapshot.updateMemoryStatictics(), 5);
-    QCOMPARE(snapshot.calculateUsedPages(), 7u);
-  }
-
-  void pageSizeFallsBackWithAMessage() {
-    FakeHostStatistics host;
-    const MacOSVersion version;
-    for (const std::optional<std::uint32_t> bad : {std::optional<std::uint32_t>(), std::optional<std::uint32_t>(0)}) {
-      host.setPageSize(bad);
-      MemorySnapshot snapshot(host, version);
-      snapshot.initValues();
-      QCOMPARE(snapshot.pageSize(), 4096u);
+  void pageSizeFallsBack() {
+    Machine machine;
+    const std::pair<std::optional<std::uint32_t>, ByteCount> cases[] = {{{}, 4096}, {0, 4096}, {16384, 16384}};
+    for (const auto& [told, size] : cases) {
+      machine.host.setPageSize(told);
+      machine.snapshot.initValues();
+      QCOMPARE(machine.snapshot.pageSize(), size);
     }
-    host.setPageSize(16384);
-    MemorySnapshot snapshot(host, version);
-    snapshot.initValues();
-    QCOMPARE(snapshot.pageSize(), 16384u);
   }
 
   void versionsBefore109ReadTheLegacyRecordAndShowNothingUsed() {
-    FakeHostStatistics host;
-    VmStatistics64 counters;
-    counters.wire_count = 7;
-    host.setStatistics64(counters);
-    const MacOSVersion version(QStringLiteral("10.8.5"));
-    MemorySnapshot snapshot(host, version);
-    QCOMPARE(snapshot.updateMemoryStatictics(), HostStatistics::kSuccess);
-    QCOMPARE(host.lastWordCount(), 15u);
-    QCOMPARE(snapshot.calculateUsedPages(), 0u);
-  }
-
-  void statusRecordHoldsEveryKey() {
-    FakeHostStatistics host;
-    VmStatistics64 counters;
-    counters.internal_page_count = 20;
-    counters.purgeable_count = 5;
-    counters.wire_count = 3;
-    counters.compressor_page_count = 2;
-    host.setStatistics64(counters);
-    const MacOSVersion version;
-    MemorySnapshot snapshot(host, version);
-    snapshot.updateMemoryStatictics();
-    const QJsonObject status = memoryStatus(snapshot, {0.25, true, 11, 22});
-    const QJsonObject expected{{QStringLiteral("pageSize"), 4096},
-                               {QStringLiteral("physicalBytes"), qint64{4} << 30},
-                               {QStringLiteral("internalPages"), 20},
-                               {QStringLiteral("purgeablePages"), 5},
-                               {QStringLiteral("wiredPages"), 3},
-                               {QStringLiteral("compressorPages"), 2},
-                               {QStringLiteral("usedPages"), 20},
-                               {QStringLiteral("totalPages"), 1 << 20},
-                               {QStringLiteral("usedFraction"), 20.0 / (1 << 20)},
-                               {QStringLiteral("freeBytes"), (qint64{1} << 32) - 20 * 4096},
-                               {QStringLiteral("cpuUsage"), 0.25},
-                               {QStringLiteral("purging"), true},
-                               {QStringLiteral("lastPurgedBytes"), 11},
-                               {QStringLiteral("cleanedBytes"), 22}};
-    QCOMPARE(status, expected);
+    Machine machine({.wire_count = 7}, QStringLiteral("10.8.5"));
+    QCOMPARE(machine.snapshot.updateMemoryStatictics(), HostStatistics::kSuccess);
+    QCOMPARE(machine.host.lastWordCount(), 15u);
+    QCOMPARE(machine.snapshot.calculateUsedPages(), 0u);
   }
 };
 
