@@ -18,7 +18,7 @@ class Machine {
   std::string root() const { return m_folder.path().toStdString(); }
 
   // In place, as the kernel does: the reader's descriptor must see it.
-  void write(const char* path, const QByteArray& text) {
+  void write(const QByteArray& path, const QByteArray& text) {
     const QString whole = m_folder.filePath(QString::fromLatin1(path));
     QDir().mkpath(QFileInfo(whole).path());
     QFile file(whole);
@@ -26,24 +26,27 @@ class Machine {
     file.write(text);
   }
   /// `others` takes the place of the usual lines.
-  void writeMeminfo(std::initializer_list<std::pair<QByteArray, ByteCount>> others = {}) {
+  void writeMeminfo(const QMap<QByteArray, ByteCount>& others = {}) {
     QMap<QByteArray, ByteCount> lines{{"MemTotal", 4000},    {"MemFree", 1000},     {"MemAvailable", 2000},
                                       {"Active", 900},       {"Inactive", 700},     {"SwapTotal", 0},
                                       {"Active(anon)", 400}, {"SwapFree", 0},       {"Inactive(anon)", 200},
                                       {"Shmem", 100},        {"SReclaimable", 100}, {"AnonPages", 550}};
-    for (const auto& [name, mebibytes] : others)
-      lines[name] = mebibytes;
+    lines.insert(others);
     QByteArray text;
-    for (const QByteArray& name : lines.keys())
-      text += name + ": " + QByteArray::number(quint64(lines[name]) * 1024) + " kB\n";
+    for (const auto& [name, mebibytes] : lines.asKeyValueRange())
+      text += name + ": " + QByteArray::number(mebibytes * 1024) + " kB\n";
     write("meminfo", text);
   }
-  void writeZram(const char* device, ByteCount contents, ByteCount pool) {
-    const QByteArray path = QByteArray("block/") + device + "/mm_stat";
-    write(path.constData(),
-          QByteArray::number(quint64(contents * kMiB)) + " 1 " + QByteArray::number(quint64(pool * kMiB)) + " 0 0\n");
+  void writeLists(PageCount pages) {
+    write("zoneinfo", "  pagesets\n    cpu: 0\n              count:    " + QByteArray::number(pages) + '\n');
   }
-  void remove(const char* path) { QVERIFY(QDir(m_folder.filePath(QString::fromLatin1(path))).removeRecursively()); }
+  void writeZram(const QByteArray& device, ByteCount contents, ByteCount pool) {
+    write("block/" + device + "/mm_stat",
+          QByteArray::number(contents * kMiB) + " 1 " + QByteArray::number(pool * kMiB) + " 0 0\n");
+  }
+  void remove(const QByteArray& path) {
+    QVERIFY(QDir(m_folder.filePath(QString::fromLatin1(path))).removeRecursively());
+  }
 
  private:
   QTemporaryDir m_folder;
@@ -72,7 +75,7 @@ class TestProcfsReaders : public QObject {
     machine.writeZram("zram0", 500, 100);
     machine.writeZram("zram7", 50, 30);
     machine.writeZram("zramp1", 999, 999);
-    machine.write("zoneinfo", "  pagesets\n    cpu: 0\n              count:    2560\n");
+    machine.writeLists(2560);
     LinuxHostStatistics host(machine.root(), machine.root());
     const auto record = reading(host);
     QVERIFY(record);
@@ -80,14 +83,7 @@ class TestProcfsReaders : public QObject {
     QCOMPARE(mebibytes(record->internal_page_count), 650u);
     QCOMPARE(mebibytes(record->purgeable_count), 50u);
     QCOMPARE(mebibytes(record->compressor_page_count), 150u);
-    const PageCount listed = mebibytes(2560);
-    QCOMPARE(mebibytes(record->wire_count), 4000u - 1000 - listed - 900 - 700 - 100 - 150);
-    VmStatistics legacy;
-    std::uint32_t words = 0;
-    QCOMPARE(host.hostStatistics(legacy, words), HostStatistics::kSuccess);
-    QCOMPARE(words, HostStatistics::kWordsLegacy);
-    QCOMPARE(mebibytes(legacy.free_count), 1000u + listed);
-    QCOMPARE(mebibytes(legacy.wire_count), 4000u - 1000 - listed - 900 - 700 - 100);
+    QCOMPARE(mebibytes(record->wire_count), 4000u - 1000 - mebibytes(2560) - 900 - 700 - 100 - 150);
     machine.writeMeminfo({{"MemFree", 3900}, {"AnonPages", 100}, {"Shmem", 0}});
     const auto odd = reading(host);
     QVERIFY2(odd && odd->wire_count == 0 && odd->purgeable_count == 0, "differences stop at zero");
@@ -131,20 +127,17 @@ class TestProcfsReaders : public QObject {
 
   void theProcessorsOwnListsAreReadAnewWhenMemoryMovesAndNowAndThen() {
     Machine machine;
-    const auto lists = [&](PageCount pages) {
-      machine.write("zoneinfo", "  pagesets\n    cpu: 0\n  count: " + QByteArray::number(quint64(pages)) + '\n');
-    };
     machine.writeMeminfo();
-    lists(2560);
+    machine.writeLists(2560);
     LinuxHostStatistics host(machine.root(), machine.root());
     const PageCount wired = reading(host)->wire_count;
     const PageCount mebibyte = kMiB / static_cast<ByteCount>(::sysconf(_SC_PAGESIZE));
-    lists(0);
+    machine.writeLists(0);
     machine.writeMeminfo({{"MemFree", 999}});
     QCOMPARE(reading(host)->wire_count, wired + mebibyte);
     machine.writeMeminfo({{"MemFree", 998}});
     QCOMPARE(reading(host)->wire_count, wired + 2 * mebibyte + 2560);
-    lists(2560);
+    machine.writeLists(2560);
     for (int round = 1; round < 10; ++round)
       QCOMPARE(reading(host)->wire_count, wired + 2 * mebibyte + 2560);
     QCOMPARE(reading(host)->wire_count, wired + 2 * mebibyte);
@@ -183,21 +176,18 @@ class TestProcfsReaders : public QObject {
     QCOMPARE(ticks.processorCount(), std::optional(3u));
     QVERIFY(!ticks.processorLoad());
     stat("cpu0 10 1 5 100 20 0 0 0 0 0\ncpu2 4294967299 0 0 7 0 0 0 0 0 0\n");
-    const auto first = ticks.processorLoad();
-    QVERIFY(first);
-    QCOMPARE((*first)[0], (ProcessorLoad{10, 5, 120, 1}));
-    QVERIFY2((*first)[1] == ProcessorLoad{}, "offline since the start");
-    QVERIFY2((*first)[2] == (ProcessorLoad{3, 0, 7, 0}), "wraps at 32 bits");
+    const auto first = ticks.processorLoad().value();
+    QCOMPARE(first[0], (ProcessorLoad{10, 5, 120, 1}));
+    QVERIFY2(first[1] == ProcessorLoad{}, "offline since the start");
+    QVERIFY2((first[2] == ProcessorLoad{3, 0, 7, 0}), "wraps at 32 bits");
     // iowait went back, and processor 2 went offline.
     stat("cpu0 11 1 5 100 18 0 0 0 0 0\n");
-    const auto second = ticks.processorLoad();
-    QVERIFY(second);
-    QCOMPARE((*second)[0], (ProcessorLoad{11, 5, 120, 1}));
-    QCOMPARE((*second)[2], (*first)[2]);
+    const auto second = ticks.processorLoad().value();
+    QCOMPARE(second[0], (ProcessorLoad{11, 5, 120, 1}));
+    QCOMPARE(second[2], first[2]);
     stat("cpu0 broken\n");
     QVERIFY(!ticks.processorLoad());
-    LinuxProcessorTicks silent(machine.root(), machine.root() + "/nowhere");
-    QVERIFY(!silent.processorCount());
+    QVERIFY(!LinuxProcessorTicks(machine.root(), machine.root() + "/nowhere").processorCount());
   }
 
   void thisMachineIsReadable() {
