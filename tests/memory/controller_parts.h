@@ -1,8 +1,5 @@
 #pragma once
 
-#include <optional>
-#include <utility>
-
 #include "core/macos_version.h"
 #include "core/notification_center.h"
 #include "memory/zp_purge_controller.h"
@@ -29,28 +26,20 @@ struct ControllerParts {
     bool running = false;
   };
 
-  struct Script : ScriptRunner {
-    bool run(const QString& path) override {
-      ranPath = path;
-      return result;
-    }
-    bool result = true;
-    QString ranPath;
+  struct NoScripts : ScriptRunner {
+    bool run(const QString&) override { return false; }
   };
 
   struct NoLogin : StartAtLoginSwitch {
     void setIsEnabledForHelperApp(bool, const std::function<void()>&) override {}
   };
 
-  explicit ControllerParts(std::optional<QString> osVersion = std::nullopt) : version(std::move(osVersion)) {
-    managerHost.setPhysicalMemory(2 * PurgeManager::kAllocationBlockSize);
-  }
+  ControllerParts() { managerHost.setPhysicalMemory(2 * PurgeManager::kAllocationBlockSize); }
 
   PurgeControllerServices services() {
     const QString name = QStringLiteral("Halvard");
-    const QString path = QStringLiteral("/resources/purge.sh");
-    return {host, manager, preferences, defaults, clock, notifications, userNotifications,
-            cpu,  watch,   script,      version,  name,  path};
+    return {host,  manager, preferences, defaults, clock, notifications, userNotifications, cpu,
+            watch, scripts, version,     name,     {}};
   }
   void setUsed(ByteCount bytes) { host.setStatistics64({.internal_page_count = bytes / *host.pageSize()}); }
 
@@ -65,7 +54,7 @@ struct ControllerParts {
   NoLogin login;
   Cpu cpu;
   Watch watch;
-  Script script;
+  NoScripts scripts;
   ShowcaseDefaults defaults{store, clock, QStringLiteral("1.0")};
   PreferencesModel preferences{store, login};
   PurgeManager manager{managerHost, memory, clock};

@@ -11,10 +11,7 @@ using namespace halvard;
 namespace {
 
 struct Machine {
-  explicit Machine(const VmStatistics64& counters = {}, std::optional<QString> osVersion = std::nullopt)
-      : version(std::move(osVersion)) {
-    host.setStatistics64(counters);
-  }
+  explicit Machine(const VmStatistics64& counters = {}) { host.setStatistics64(counters); }
   FakeHostStatistics host;
   MacOSVersion version;
   MemorySnapshot snapshot{host, version};
@@ -64,13 +61,6 @@ class TestMemorySnapshot : public QObject {
       machine.snapshot.initValues();
       QCOMPARE(machine.snapshot.pageSize(), size);
     }
-  }
-
-  void versionsBefore109ReadTheLegacyRecordAndShowNothingUsed() {
-    Machine machine({.wire_count = 7}, QStringLiteral("10.8.5"));
-    QCOMPARE(machine.snapshot.updateMemoryStatictics(), HostStatistics::kSuccess);
-    QCOMPARE(machine.host.lastWordCount(), 15u);
-    QCOMPARE(machine.snapshot.calculateUsedPages(), 0u);
   }
 };
 

@@ -42,7 +42,7 @@ struct RecordingView : PurgeControllerView {
 
 /// A machine with pages of one byte, for gains to the byte. Half of it is used.
 struct Program : ControllerParts {
-  explicit Program(std::optional<QString> osVersion = std::nullopt) : ControllerParts(std::move(osVersion)) {
+  Program() {
     host.setPageSize(1);
     setUsed(kHalf);
     QObject::connect(&controller, &ZPPurgeController::purgeFinished,
@@ -234,22 +234,6 @@ class TestZPPurgeController : public QObject {
       QVERIFY2(program.controller.isPurging() == purges, name);
       QTRY_COMPARE(program.reports.size(), purges ? 1u : 0u);
     }
-  }
-
-  void versionsBefore109RunTheScript() {
-    Program program(QStringLiteral("10.8"));
-    for (const bool succeeds : {true, false}) {
-      program.script.result = succeeds;
-      program.reports.clear();
-      const int readings = program.host.readings();
-      program.controller.onFreeMemory(Sender::CleanButton);
-      QTRY_COMPARE(program.reports.size(), 1u);
-      QCOMPARE(program.reports[0].success, succeeds);
-      // Before the purge, after one that succeeded, and the refresh round.
-      QCOMPARE(program.host.readings(), readings + (succeeds ? 3 : 2));
-    }
-    QCOMPARE(program.script.ranPath, QStringLiteral("/resources/purge.sh"));
-    QCOMPARE(program.memory.sessionsOpened(), 0);
   }
 };
 
