@@ -1,7 +1,7 @@
 #pragma once
 
-#include <array>
 #include <cstring>
+#include <initializer_list>
 #include <random>
 #include <vector>
 
@@ -20,9 +20,9 @@ std::vector<unsigned char> garbageLike(const Command& command, std::mt19937_64& 
 }
 
 /// One of them.
-template <class Value, std::size_t Count>
-Value oneOf(const std::array<Value, Count>& values, std::mt19937_64& random) {
-  return values[random() % Count];
+template <class Value>
+Value oneOf(std::initializer_list<Value> values, std::mt19937_64& random) {
+  return values.begin()[random() % values.size()];
 }
 
 }  // namespace halvard::test
