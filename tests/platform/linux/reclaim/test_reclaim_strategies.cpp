@@ -3,6 +3,7 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include "candidates.h"
 #include "platform/fake/fake_clock.h"
 #include "platform/fake/fake_purgeable_memory.h"
 #include "platform/linux/reclaim/control_group_strategy.h"
@@ -15,6 +16,7 @@
 
 using namespace halvard;
 using namespace std::chrono_literals;
+using test::application;
 using test::ScriptedReadings;
 
 namespace {
@@ -27,17 +29,6 @@ struct ScriptedVictims : VictimSource {
   Reading read() override { return reading; }
   std::optional<std::int32_t> focusedProcess() override { return focused; }
 };
-
-ReclaimCandidate application(std::int32_t pid, const char* unit, ByteCount bytes) {
-  ReclaimCandidate candidate;
-  candidate.pid = pid;
-  candidate.program = candidate.applicationName = QStringLiteral("program%1").arg(pid);
-  candidate.application = pid;
-  candidate.isOwn = true;
-  candidate.anonymousBytes = bytes;
-  candidate.unit = unit;
-  return candidate;
-}
 
 /// So many buffers of 10 MiB, as a purge begins them.
 void takeSteps(PurgeableSession& session, int count) {
@@ -60,6 +51,7 @@ class TestReclaimStrategies : public QObject {
   ScriptedReadings m_readings;
   ScriptedVictims m_victims;
   std::unique_ptr<QTemporaryDir> m_root;
+  const ReclaimCandidate m_one = application(10, "one", "/app.slice/one.scope");
 
   QString place(const char* path) const { return m_root->filePath(QString::fromLatin1(path)); }
   void write(const char* path, const QByteArray& text) {
@@ -73,6 +65,11 @@ class TestReclaimStrategies : public QObject {
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("none");
   }
   ControlGroupStrategy groups() { return {m_victims, m_readings, m_clock, m_root->path().toStdString()}; }
+  /// A session that may ask one unit.
+  std::unique_ptr<PurgeableSession> openOn(const ReclaimCandidate& unit) {
+    m_victims.reading.candidates = {unit};
+    return groups().open().value();
+  }
 
  private Q_SLOTS:
   void init() {
@@ -122,50 +119,41 @@ class TestReclaimStrategies : public QObject {
   }
 
   void aUnitIsAskedInStepsAndMoreThanItHoldsNever() {
-    m_victims.reading.candidates = {application(10, "/app.slice/one.scope", 25 * kMiB),
-                                    application(11, "/app.slice/without.scope", 25 * kMiB),
-                                    application(12, "/../outside.scope", 25 * kMiB)};
+    m_victims.reading.candidates = {m_one, application(11, "without", "/app.slice/without.scope"),
+                                    application(12, "outside", "/../outside.scope")};
     auto strategy = groups();
     const auto forecast = strategy.forecast();
     QVERIFY(forecast && forecast.value().method == ReclaimMethod::ControlGroups);
     QCOMPARE(forecast.value().pageOutBytes, 25 * kMiB);
-    auto session = strategy.open();
-    QVERIFY(session);
-    takeSteps(*session.value(), 1);
+    auto session = strategy.open().value();
+    takeSteps(*session, 1);
     QVERIFY(asked().startsWith("10485760 swappiness=200"));
     const int calls = m_readings.calls;
-    takeSteps(*session.value(), 10);
+    takeSteps(*session, 10);
     QVERIFY(asked().startsWith("5242880 "));
     // Two more steps and the question that ends them; what is left to do is nothing, and costs nothing.
     QVERIFY(m_readings.calls - calls <= 3);
-    QVERIFY(session.value()->outcome().method == ReclaimMethod::ControlGroups);
-    const auto last = session.value()->makeData(kMiB);
-    session.value().reset();
+    QVERIFY(session->outcome().method == ReclaimMethod::ControlGroups);
+    const auto last = session->makeData(kMiB);
+    session.reset();
     last->beginContentAccess();
+    // A large step is cut into 32 MiB at once.
+    ReclaimCandidate large = m_one;
+    large.anonymousBytes = 500 * kMiB;
+    openOn(large)->makeData(40 * kMiB)->beginContentAccess();
+    QVERIFY(asked().startsWith("8388608 "));
   }
 
   void whoComesToTheFrontMeanwhileIsSpared() {
-    m_victims.reading.candidates = {application(10, "/app.slice/one.scope", 25 * kMiB)};
-    auto strategy = groups();
-    auto session = strategy.open();
-    QVERIFY(session);
-    takeSteps(*session.value(), 1);
+    const auto session = openOn(m_one);
+    takeSteps(*session, 1);
     m_victims.focused = 10;
-    takeSteps(*session.value(), 1);
+    takeSteps(*session, 1);
     QVERIFY2(asked().startsWith("10485760 "), "it does not ask the screen at every step");
     write("app.slice/one.scope/memory.reclaim", "");
     m_clock.advance(VictimQueue::kLookInterval);
-    takeSteps(*session.value(), 10);
+    takeSteps(*session, 10);
     QCOMPARE(asked(), QByteArray());
-  }
-
-  void largeStepsAreCutIntoThirtyTwoMebibytes() {
-    m_victims.reading.candidates = {application(10, "/app.slice/one.scope", 500 * kMiB)};
-    auto strategy = groups();
-    auto session = strategy.open();
-    QVERIFY(session);
-    session.value()->makeData(40 * kMiB)->beginContentAccess();
-    QVERIFY(asked().startsWith("8388608 "));
   }
 
   void whatCannotBeDoneIsSaidInOneLine() {
