@@ -26,12 +26,10 @@ class ProcessFixture {
   /// Replaces the files, as for another process with the same pid.
   void addProcess(int pid, int parent, const QByteArray& command, quint64 start, int pages = 0, char state = 'S',
                   quint64 flags = 0x400000, int threads = 1, quint64 stack = 9000) {
-    const QByteArray number = QByteArray::number(pid);
-    const QByteArray rest = QByteArray(") ") + state + ' ' + QByteArray::number(parent) + " 1 1 0 -1 " +
-                            QByteArray::number(flags) + " 11 0 0 0 70 30 0 0 20 0 " + QByteArray::number(threads) +
-                            " 0 " + QByteArray::number(start) + " 4096 " + QByteArray::number(pages) +
-                            " 18446744073709551615 5000 0 " + QByteArray::number(stack) + " 0 0\n";
-    write(pid, "stat", number + " (" + command + rest);
+    const QString line = QString::asprintf(
+        "%d (%s) %c %d 1 1 0 -1 %llu 11 0 0 0 70 30 0 0 20 0 %d 0 %llu 4096 %d 18446744073709551615 5000 0 %llu 0 0\n",
+        pid, command.constData(), state, parent, flags, threads, start, pages, stack);
+    write(pid, "stat", line.toLatin1());
     write(pid, "statm", "900 " + QByteArray::number(pages) + " 1 1 0 1 0\n");
   }
   void remove(int pid) { QDir(m_folder.filePath(QString::number(pid))).removeRecursively(); }
@@ -41,12 +39,7 @@ class ProcessFixture {
   QString path(int pid, const char* name) const {
     return m_folder.filePath(QString::number(pid) + QLatin1Char('/') + QString::fromLatin1(name));
   }
-  // In memory where that is possible: thousands of small files.
-  static QString place() {
-    const QString memory = QStringLiteral("/dev/shm");
-    return QDir(memory).exists() ? memory : QDir::tempPath();
-  }
-  QTemporaryDir m_folder{place() + QStringLiteral("/halvard-processes-XXXXXX")};
+  QTemporaryDir m_folder;
 };
 
 }  // namespace halvard::test
