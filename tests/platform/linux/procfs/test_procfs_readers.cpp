@@ -13,13 +13,18 @@ namespace {
 constexpr ByteCount kMiB = 1 << 20;
 
 /// A machine of 4000 MiB in a folder, which stands for /proc and /sys.
-class Machine {
- public:
-  std::string root() const { return m_folder.path().toStdString(); }
+struct Machine {
+  std::string root() const { return folder.path().toStdString(); }
+  std::optional<VmStatistics64> reading() {
+    VmStatistics64 record;
+    std::uint32_t words = 0;
+    if (host.hostStatistics64(record, words) != HostStatistics::kSuccess) return std::nullopt;
+    return record;
+  }
 
   // In place, as the kernel does: the reader's descriptor must see it.
   void write(const QByteArray& path, const QByteArray& text) {
-    const QString whole = m_folder.filePath(QString::fromLatin1(path));
+    const QString whole = folder.filePath(QString::fromLatin1(path));
     QDir().mkpath(QFileInfo(whole).path());
     QFile file(whole);
     QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
@@ -44,23 +49,14 @@ class Machine {
     write("block/" + device + "/mm_stat",
           QByteArray::number(contents * kMiB) + " 1 " + QByteArray::number(pool * kMiB) + " 0 0\n");
   }
-  void remove(const QByteArray& path) {
-    QVERIFY(QDir(m_folder.filePath(QString::fromLatin1(path))).removeRecursively());
-  }
+  void remove(const QByteArray& path) { QVERIFY(QDir(folder.filePath(QString::fromLatin1(path))).removeRecursively()); }
 
- private:
-  QTemporaryDir m_folder;
+  QTemporaryDir folder;
+  LinuxHostStatistics host{root(), root()};
 };
 
 ByteCount mebibytes(PageCount pages) {
   return pages * static_cast<ByteCount>(::sysconf(_SC_PAGESIZE)) / kMiB;
-}
-
-std::optional<VmStatistics64> reading(LinuxHostStatistics& host) {
-  VmStatistics64 record;
-  std::uint32_t words = 0;
-  if (host.hostStatistics64(record, words) != HostStatistics::kSuccess) return std::nullopt;
-  return record;
 }
 
 }  // namespace
@@ -76,94 +72,89 @@ class TestProcfsReaders : public QObject {
     machine.writeZram("zram7", 50, 30);
     machine.writeZram("zramp1", 999, 999);
     machine.writeLists(2560);
-    LinuxHostStatistics host(machine.root(), machine.root());
-    const auto record = reading(host);
+    const auto record = machine.reading();
     QVERIFY(record);
-    QCOMPARE(host.physicalMemory(), 4000 * kMiB);
+    QCOMPARE(machine.host.physicalMemory(), 4000 * kMiB);
     QCOMPARE(mebibytes(record->internal_page_count), 650u);
     QCOMPARE(mebibytes(record->purgeable_count), 50u);
     QCOMPARE(mebibytes(record->compressor_page_count), 150u);
     QCOMPARE(mebibytes(record->wire_count), 4000u - 1000 - mebibytes(2560) - 900 - 700 - 100 - 150);
     machine.writeMeminfo({{"MemFree", 3900}, {"AnonPages", 100}, {"Shmem", 0}});
-    const auto odd = reading(host);
+    const auto odd = machine.reading();
     QVERIFY2(odd && odd->wire_count == 0 && odd->purgeable_count == 0, "differences stop at zero");
   }
 
   void aFailedReadingLeavesTheRecordUntouched() {
     Machine machine;
-    LinuxHostStatistics host(machine.root(), machine.root());
-    QVERIFY(host.physicalMemory() > 0);
+    QVERIFY(machine.host.physicalMemory() > 0);
     VmStatistics64 record;
     record.wire_count = 42;
     std::uint32_t words = 7;
-    QCOMPARE(host.hostStatistics64(record, words), ENOENT);
+    QCOMPARE(machine.host.hostStatistics64(record, words), ENOENT);
     machine.write("meminfo", "MemTotal: 5 kB\n");
-    QCOMPARE(host.hostStatistics64(record, words), EBADMSG);
+    QCOMPARE(machine.host.hostStatistics64(record, words), EBADMSG);
     machine.write("meminfo", "");
-    QCOMPARE(host.hostStatistics64(record, words), ENODATA);
+    QCOMPARE(machine.host.hostStatistics64(record, words), ENODATA);
     QCOMPARE(record.wire_count, 42u);
     QCOMPARE(words, 7u);
     machine.writeMeminfo();
-    QCOMPARE(host.hostStatistics64(record, words), HostStatistics::kSuccess);
+    QCOMPARE(machine.host.hostStatistics64(record, words), HostStatistics::kSuccess);
     QCOMPARE(words, HostStatistics::kWords64);
   }
 
   void poolsAreFoundWhenTheSwapSizeChangesAndForgottenWhenTheyGo() {
     Machine machine;
     machine.writeMeminfo();
-    LinuxHostStatistics host(machine.root(), machine.root());
     machine.writeZram("zram0", 500, 100);
-    QCOMPARE(reading(host)->compressor_page_count, 0u);
+    QCOMPARE(machine.reading()->compressor_page_count, 0u);
     machine.writeMeminfo({{"SwapTotal", 2000}});
-    QCOMPARE(mebibytes(reading(host)->compressor_page_count), 100u);
+    QCOMPARE(mebibytes(machine.reading()->compressor_page_count), 100u);
     machine.writeZram("zram0", 500, 130);
-    QCOMPARE(mebibytes(reading(host)->compressor_page_count), 130u);
+    QCOMPARE(mebibytes(machine.reading()->compressor_page_count), 130u);
     // A removed device's file can be read no more, although its descriptor is still open.
     machine.writeZram("zram1", 1, 2);
     machine.write("block/zram0/mm_stat", "");
     machine.remove("block/zram0");
-    QCOMPARE(mebibytes(reading(host)->compressor_page_count), 2u);
+    QCOMPARE(mebibytes(machine.reading()->compressor_page_count), 2u);
   }
 
   void theProcessorsOwnListsAreReadAnewWhenMemoryMovesAndNowAndThen() {
     Machine machine;
     machine.writeMeminfo();
     machine.writeLists(2560);
-    LinuxHostStatistics host(machine.root(), machine.root());
-    const PageCount wired = reading(host)->wire_count;
+    const PageCount wired = machine.reading()->wire_count;
     const PageCount mebibyte = kMiB / static_cast<ByteCount>(::sysconf(_SC_PAGESIZE));
     machine.writeLists(0);
     machine.writeMeminfo({{"MemFree", 999}});
-    QCOMPARE(reading(host)->wire_count, wired + mebibyte);
+    QCOMPARE(machine.reading()->wire_count, wired + mebibyte);
     machine.writeMeminfo({{"MemFree", 998}});
-    QCOMPARE(reading(host)->wire_count, wired + 2 * mebibyte + 2560);
+    QCOMPARE(machine.reading()->wire_count, wired + 2 * mebibyte + 2560);
     machine.writeLists(2560);
     for (int round = 1; round < 10; ++round)
-      QCOMPARE(reading(host)->wire_count, wired + 2 * mebibyte + 2560);
-    QCOMPARE(reading(host)->wire_count, wired + 2 * mebibyte);
+      QCOMPARE(machine.reading()->wire_count, wired + 2 * mebibyte + 2560);
+    QCOMPARE(machine.reading()->wire_count, wired + 2 * mebibyte);
   }
 
   void swapUsageTellsCompressedFromMoved() {
     Machine machine;
-    LinuxHostStatistics host(machine.root(), machine.root());
-    QVERIFY(!host.swapUsage());
+    QVERIFY(!machine.host.swapUsage());
     machine.writeMeminfo();
-    QCOMPARE(host.swapUsage()->compressedBytes, 0u);
+    QCOMPARE(machine.host.swapUsage()->compressedBytes, 0u);
     machine.writeMeminfo({{"SwapTotal", 3000}, {"SwapFree", 2300}, {"SwapCached", 25}, {"Zswapped", 40}});
-    QVERIFY2(!host.swapUsage(), "no list of swap areas");
+    QVERIFY2(!machine.host.swapUsage(), "no list of swap areas");
     machine.write("swaps",
                   "Filename Type Size Used Priority\n/dev/zram0 partition 1024000 512000 100\n"
                   "/dev/sda2 partition 2048000 102400 -2\n");
-    QVERIFY2(!host.swapUsage(), "no statistics of the device");
+    QVERIFY2(!machine.host.swapUsage(), "no statistics of the device");
     machine.writeZram("zram0", 480, 100);
     machine.writeZram("zram1", 77, 77);
-    QCOMPARE(host.swapUsage()->compressedBytes, (480 + 40) * kMiB);
-    QCOMPARE(host.swapUsage()->swappedToDiskBytes, (100 - 40) * kMiB);
-    QCOMPARE(host.swapUsage()->awayBytes, (3000 - 2300 - 25) * kMiB);
-    QVERIFY(!host.swapUsage()->traffic);
+    QCOMPARE(machine.host.swapUsage()->compressedBytes, (480 + 40) * kMiB);
+    QCOMPARE(machine.host.swapUsage()->swappedToDiskBytes, (100 - 40) * kMiB);
+    QCOMPARE(machine.host.swapUsage()->awayBytes, (3000 - 2300 - 25) * kMiB);
+    QVERIFY(!machine.host.swapUsage()->traffic);
     machine.write("vmstat", QByteArray(9000, 'x') + " 1\npswpin 3\npswpout 5\nswpout_zero 2\n");
     const auto page = static_cast<ByteCount>(::sysconf(_SC_PAGESIZE));
-    QVERIFY(host.swapUsage()->traffic == std::optional(SwapTraffic{7 * page, 3 * page}));
+    QVERIFY(machine.host.swapUsage()->traffic == std::optional(SwapTraffic{7 * page, 3 * page}));
   }
 
   void processorCountersNeverGoBack() {
@@ -191,14 +182,10 @@ class TestProcfsReaders : public QObject {
   }
 
   void thisMachineIsReadable() {
-    LinuxHostStatistics host;
-    const auto record = reading(host);
-    QVERIFY(record);
-    const PageCount used = record->internal_page_count - record->purgeable_count + record->wire_count;
-    QVERIFY(used > 0 && used * *host.pageSize() < host.physicalMemory());
+    const LinuxHostStatistics host;
     QVERIFY(host.swapUsage() && host.swapUsage()->traffic);
-    LinuxProcessorTicks ticks;
-    QCOMPARE(ticks.processorCount(), std::optional(static_cast<std::uint32_t>(::sysconf(_SC_NPROCESSORS_CONF))));
+    QCOMPARE(LinuxProcessorTicks().processorCount(),
+             std::optional(static_cast<std::uint32_t>(::sysconf(_SC_NPROCESSORS_CONF))));
     if (QFile::exists(QStringLiteral("/proc/pressure/memory"))) QVERIFY(MemoryPressureReader().read());
     QVERIFY(!MemoryPressureReader("/nowhere").read());
   }
