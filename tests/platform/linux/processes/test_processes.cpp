@@ -1,3 +1,6 @@
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
 #include <QtTest>
 #include <cerrno>
 #include <csignal>
@@ -9,22 +12,23 @@
 
 #include "platform/linux/processes/linux_process_information.h"
 #include "platform/linux/processes/linux_process_table.h"
-#include "process_fixture.h"
+#include "platform/linux/processes/process_facts.h"
+#include "platform/linux/processes/process_handle.h"
 #include "support/idle_process.h"
 
 using namespace halvard;
-using test::ProcessFixture;
 
 namespace {
 
 const ByteCount kPage = static_cast<ByteCount>(::sysconf(_SC_PAGESIZE));
+const QByteArray kSession = "/user.slice/user-1000.slice/user@1000.service/app.slice/";
 
 QString text(const char* latin1) {
   return QString::fromLatin1(latin1);
 }
 
-const ProcessRecord* find(const ProcessTable::Reading& reading, qint64 pid) {
-  const auto found = std::ranges::find(*reading.processes, std::int32_t(pid), &ProcessRecord::pid);
+const ProcessRecord* find(const ProcessTable::Reading& reading, std::int32_t pid) {
+  const auto found = std::ranges::find(*reading.processes, pid, &ProcessRecord::pid);
   return found == reading.processes->end() ? nullptr : &*found;
 }
 
@@ -34,9 +38,51 @@ std::vector<std::int32_t> pids(const ProcessTable::Reading& reading) {
   return result;
 }
 
+QByteArray strings(const QByteArrayList& list) {
+  return list.join('\0') + '\0';
+}
+
+std::string_view view(const QByteArray& text) {
+  return {text.constData(), std::size_t(text.size())};
+}
+
+/// A folder that looks like /proc to a reader of processes.
+class ProcessFixture {
+ public:
+  QByteArray root() const { return QFile::encodeName(m_folder.path()); }
+
+  /// Writes into the file in place, so that a kept descriptor sees it.
+  void write(int pid, const char* name, const QByteArray& content) {
+    QFile file(path(pid, name));
+    if (!file.open(QIODevice::WriteOnly)) qFatal("no fixture");
+    file.write(content);
+  }
+  void link(int pid, const char* name, const QString& target) {
+    if (!QFile::link(target, path(pid, name))) qFatal("no fixture");
+  }
+  /// Replaces the files, as for another process with the same pid.
+  void addProcess(int pid, int parent, const QByteArray& command, quint64 start, int pages = 0, char state = 'S',
+                  quint64 flags = 0x400000, int threads = 1, quint64 stack = 9000) {
+    const QString line = QString::asprintf(
+        "%d (%s) %c %d 1 1 0 -1 %llu 11 0 0 0 70 30 0 0 20 0 %d 0 %llu 4096 %d 18446744073709551615 5000 0 %llu 0 0\n",
+        pid, command.constData(), state, parent, flags, threads, start, pages, stack);
+    write(pid, "stat", line.toLatin1());
+    write(pid, "statm", "900 " + QByteArray::number(pages) + " 1 1 0 1 0\n");
+  }
+  void remove(int pid) { QDir(m_folder.filePath(QString::number(pid))).removeRecursively(); }
+  void remove(int pid, const char* name) { QFile::remove(path(pid, name)); }
+
+ private:
+  QString path(int pid, const char* name) const {
+    QDir(m_folder.path()).mkdir(QString::number(pid));
+    return m_folder.filePath(QString::number(pid) + QLatin1Char('/') + QString::fromLatin1(name));
+  }
+  QTemporaryDir m_folder;
+};
+
 }  // namespace
 
-class TestProcessTable : public QObject {
+class TestProcesses : public QObject {
   Q_OBJECT
 
  private Q_SLOTS:
@@ -44,7 +90,7 @@ class TestProcessTable : public QObject {
     const QByteArray tail = " S 1 2 3 0 -1 4194560 5 6 7 8 70 30 9 9 20 0 4 0 6601 1 2 3 40 0 50 0 0\n";
     for (const QByteArray& name : {QByteArray("odd) R 1\n("), QByteArray(""), QByteArray("\xff\xfe")}) {
       const QByteArray text = "42 (" + name + ")" + tail;
-      const auto line = parseStatLine({text.constData(), std::size_t(text.size())});
+      const auto line = parseStatLine(view(text));
       QVERIFY2(line, text.constData());
       QCOMPARE(QByteArray(line->command.data(), qsizetype(line->command.size())), name);
       QCOMPARE(line->pid, 42);
@@ -56,7 +102,7 @@ class TestProcessTable : public QObject {
     }
     for (const QByteArray& bad : {QByteArray(), "42 bash" + tail, QByteArray("42 (ba"),
                                   ("42 (bash)" + tail).chopped(12), "99999999999 (bash)" + tail})
-      QVERIFY2(!parseStatLine({bad.constData(), std::size_t(bad.size())}), bad.constData());
+      QVERIFY2(!parseStatLine(view(bad)), bad.constData());
     QCOMPARE(parseResidentPages("100 23 4 0 0 1 0\n"), std::optional<PageCount>(23));
     for (const char* bad : {"", "100", "100 x 3"})
       QVERIFY2(!parseResidentPages(bad), bad);
@@ -234,7 +280,97 @@ class TestProcessTable : public QObject {
     const auto header = information.processStatus({text("-O"), text("%cpu"), text("-p"), text("2147483647")});
     QVERIFY(header && header->trimmed() == "PID %CPU S TTY          TIME COMMAND");
   }
+
+  void unitsNameApplications() {
+    const std::pair<const char*, const char*> cases[] = {
+        {"app-gnome-org.gnome.Calculator-4321.scope", "org.gnome.Calculator gnome-org.gnome.Calculator"},
+        {"app-gnome-firefox\\x2desr-1234.scope", "firefox-esr gnome-firefox-esr"},
+        {"app-org.kde.konsole-1b5b7c57.scope", "org.kde.konsole"},
+        {"app-firefox-esr-77.scope", "esr firefox-esr"},
+        {"app-org.gnome.Maps@12.service", "org.gnome.Maps"},
+        {"app-gnome-nm\\x2dapplet@autostart.service", "nm-applet gnome-nm-applet"},
+        {"flatpak-org.gimp.GIMP-88.scope", "org.gimp.GIMP"},
+        {"snap.firefox.firefox-4706fe54-7802-4808-aa7e-ae8b567239e0.scope", "firefox_firefox"},
+        {"snap.code.code-url.4706fe54-7802-4808-aa7e-ae8b567239e0.scope", "code_code-url"},
+        {"app-x.scope/inner", "x"},
+        {"app-a\\x2-1.scope", "a\\x2"},  // no whole escape
+        {"app-x-1.scope/app-y-2.scope", "y"},
+        // No application's.
+        {"app-org.gnome.Terminal.slice/vte-spawn-1.scope", ""},
+        {"snap.lxd.daemon.service", ""},
+        {"app-.scope", ""},
+        {"gnome-shell.service", ""}};
+    for (const auto& [unit, ids] : cases) {
+      const QByteArray unified = "0::" + kSession + unit + '\n';
+      const QByteArray legacy = "3:cpuset:/app.slice/app-no-1.scope\n1:name=systemd:" + kSession + unit + "\n0::/\n";
+      for (const QByteArray& text : {unified, legacy, unified.chopped(1)}) {
+        const auto found = applicationUnit(view(text));
+        QCOMPARE(found ? found->desktopIds.join(QLatin1Char(' ')) : QString(), QLatin1String(ids));
+        if (!found) continue;
+        QCOMPARE(found->user, std::optional<std::uint32_t>(1000));
+        QVERIFY(found->path.startsWith(kSession) && !found->path.endsWith("/inner"));
+      }
+    }
+  }
+
+  void unitsOutsideTheApplicationsSliceAreNone() {
+    QVERIFY(!applicationUnit("0::/system.slice/app-x-1.scope\n"));
+    QVERIFY(!applicationUnit("0::/app-x-1.scope\n0:/app.slice/app-x-1.scope\n"));
+    QVERIFY(!applicationUnit("garbage\n::\n0::"));
+    const auto unit = applicationUnit("0::/app.slice/app-x-1.scope");
+    QVERIFY(unit && !unit->user);
+    QVERIFY(applicationUnit("0::/user.slice/snap.a.b-4706fe54-7802-4808-aa7e-ae8b567239e0.scope"));
+  }
+
+  void factsOfAProcess() {
+    ProcessFixture fixture;
+    FactsBuffer buffer;
+    ProcessDirectory directory(fixture.root());
+    const auto user = ::getuid();
+    fixture.write(42, "cgroup", "0::/user.slice/user-" + QByteArray::number(user) + ".slice/app.slice/app-x-1.scope\n");
+    fixture.write(42, "cmdline", strings({"/opt/x", "", "-v"}));
+    fixture.write(42, "environ",
+                  strings({"GIO_LAUNCHED_DESKTOP_FILE=/x.desktop", "GIO_LAUNCHED_DESKTOP_FILE_PID=42",
+                           "APPIMAGE=/opt/x.AppImage", "APPDIR=/tmp/m"}));
+    fixture.link(42, "exe", QStringLiteral("/tmp/m/usr/x (deleted)"));
+    ProcessFacts facts = readProcessFacts(directory, 42, user, buffer);
+    QVERIFY(facts.isOwn && facts.unit);
+    QCOMPARE(facts.executable, QByteArray("/tmp/m/usr/x"));
+    QCOMPARE(facts.arguments, (QByteArrayList{"/opt/x", "", "-v"}));
+    QCOMPARE(facts.desktopFile, QByteArray("/x.desktop"));
+    QCOMPARE(facts.appImage, QByteArray("/opt/x.AppImage"));
+    // Inherited or no pid, and outside the image.
+    for (const char* pid : {"41", "42x"}) {
+      fixture.write(42, "environ",
+                    strings({"GIO_LAUNCHED_DESKTOP_FILE=/x.desktop", QByteArray("GIO_LAUNCHED_DESKTOP_FILE_PID=") + pid,
+                             "APPIMAGE=/opt/x.AppImage", "APPDIR=/tmp/mm"}));
+      facts = readProcessFacts(directory, 42, user, buffer);
+      QVERIFY2(facts.desktopFile.isEmpty() && facts.appImage.isEmpty(), pid);
+    }
+    // Another user's, by the unit's path or by the owner where the path does not say.
+    fixture.write(42, "cgroup", "0::/user.slice/user-7777.slice/app.slice/app-x-1.scope\n");
+    QVERIFY(!readProcessFacts(directory, 42, user, buffer).unit);
+    fixture.write(42, "cgroup", "0::/app.slice/app-x-1.scope\n");
+    QVERIFY(readProcessFacts(directory, 42, user, buffer).unit);
+    facts = readProcessFacts(directory, 42, user + 1, buffer);
+    QVERIFY(!facts.isOwn && !facts.unit && facts.executable.isEmpty());
+    QVERIFY(!readProcessFacts(directory, 43, user, buffer).isOwn);
+  }
+
+  void handlesKnowTheirProcessOnly() {
+    const test::IdleProcess child(4096);
+    const auto handle = ProcessHandle::open(child.pid(), child.startTime());
+    QVERIFY(handle && !handle->hasEnded());
+    QVERIFY(!ProcessHandle::open(child.pid(), child.startTime() - 1));  // as if the pid had been reused
+    QVERIFY(!ProcessHandle::open(0x7fffffff, child.startTime()));
+    QVERIFY(handle->send(SIGKILL));
+    siginfo_t info;
+    QCOMPARE(::waitid(P_PID, id_t(child.pid()), &info, WEXITED | WNOWAIT), 0);
+    QVERIFY(handle->hasEnded());  // a zombie has ended
+    QVERIFY(!handle->send(SIGTERM));
+    QVERIFY(!ProcessHandle::open(child.pid(), child.startTime()));
+  }
 };
 
-QTEST_GUILESS_MAIN(TestProcessTable)
-#include "test_process_table.moc"
+QTEST_GUILESS_MAIN(TestProcesses)
+#include "test_processes.moc"
