@@ -15,6 +15,7 @@
 #include "platform/linux/reclaim/reclaim_pace.h"
 #include "platform/linux/reclaim/strategic_purgeable_memory.h"
 #include "platform/linux/reclaim/victim_queue.h"
+#include "platform/linux/reclaim/victim_source.h"
 #include "support/scripted_readings.h"
 
 using namespace halvard;
