@@ -215,21 +215,21 @@ class TestPurgeWorker : public QObject {
       quint32 operation, buffer;
       quint64 size;
       int error;
-    } cases[] = {
-        {1, 0, 4096, 0},
-        {3, 1, 4096, 0},  // volatile from birth
-        {4, 1, 4096, 0},  // discard of nothing
-        {1, purge_worker::kMaxBuffers - 1, 1, 0},
-        {1, purge_worker::kMaxBuffers, 1, EINVAL},
-        {3, 2, purge_worker::kMaxBufferSize, 0},
-        {3, 3, purge_worker::kMaxBufferSize + 1, EINVAL},
-        {1, 3, 0, EINVAL},
-        {5, 3, 4096, EINVAL},
-        {0, 3, 4096, EINVAL},
-        {1, 0, 8192, EINVAL},  // another size than before
-        {4, 0, 8192, EINVAL},
-        {2, 0, 4096, 0},
-    };
+    } cases[] = {{1, 0, 4096, 0},
+                 {1, purge_worker::kMaxBuffers - 1, 1, 0},
+                 {1, purge_worker::kMaxBuffers, 1, EINVAL},
+                 {3, 2, purge_worker::kMaxBufferSize, 0},
+                 {3, 3, purge_worker::kMaxBufferSize + 1, EINVAL},
+                 {1, 3, 0, EINVAL},
+                 {5, 3, 4096, EINVAL},
+                 {0, 3, 4096, EINVAL},
+                 // Volatile from birth, and nothing to discard.
+                 {3, 1, 4096, 0},
+                 {4, 5, 4096, 0},
+                 // Another size than before.
+                 {1, 0, 8192, EINVAL},
+                 {4, 0, 8192, EINVAL},
+                 {2, 0, 4096, 0}};
     test::BareWorker worker(kWorker);
     QVERIFY(worker.receive<Answer>());
     const auto ask = [&worker](quint32 operation, quint32 buffer, quint64 size) {
