@@ -1,5 +1,4 @@
 #include <QtTest>
-#include <functional>
 
 #include "platform/fake/fake_clock.h"
 #include "platform/linux/purge/purge_guard.h"
@@ -7,6 +6,7 @@
 
 using namespace halvard;
 using namespace std::chrono_literals;
+using enum GuardVerdict;
 
 namespace {
 
@@ -29,13 +29,13 @@ class TestPurgeGuard : public QObject {
     const struct {
       ByteCount available, swapFree, swapTotal;
       GuardVerdict verdict;
-    } cases[] = {{kNeeded - 50 * kMiB + 1, 100 * kMiB, 0, GuardVerdict::Go},
-                 {kNeeded - 50 * kMiB, 100 * kMiB, 0, GuardVerdict::Refuse},
-                 {0, 2 * kNeeded + 2, 0, GuardVerdict::Go},
-                 {kStep / 2, 2, 0, GuardVerdict::Refuse},
-                 {8000 * kMiB, 0, 0, GuardVerdict::Refuse},
-                 {8000 * kMiB, 201, 1000, GuardVerdict::Go},
-                 {8000 * kMiB, 200, 1000, GuardVerdict::Refuse}};
+    } cases[] = {{kNeeded - 50 * kMiB + 1, 100 * kMiB, 0, Go},
+                 {kNeeded - 50 * kMiB, 100 * kMiB, 0, Refuse},
+                 {0, 2 * kNeeded + 2, 0, Go},
+                 {kStep / 2, 2, 0, Refuse},
+                 {8000 * kMiB, 0, 0, Refuse},
+                 {8000 * kMiB, 201, 1000, Go},
+                 {8000 * kMiB, 200, 1000, Refuse}};
     for (const auto& [available, swapFree, swapTotal, verdict] : cases) {
       GuardReadings now = calm();
       now.available = available;
@@ -52,10 +52,9 @@ class TestPurgeGuard : public QObject {
       std::chrono::microseconds stall;
       std::chrono::milliseconds elapsed;
       GuardVerdict verdict;
-    } cases[] = {{3999, 0us, 10ms, GuardVerdict::Go},  {4000, 0us, 10ms, GuardVerdict::Refuse},
-                 {0, 19999us, 20ms, GuardVerdict::Go}, {0, 20000us, 80ms, GuardVerdict::Wait},
-                 {0, 20000us, 81ms, GuardVerdict::Go}, {4000, 50000us, 50ms, GuardVerdict::Refuse},
-                 {0, -50000us, 50ms, GuardVerdict::Go}};
+    } cases[] = {{3999, 0us, 10ms, Go},    {4000, 0us, 10ms, Refuse}, {0, 19999us, 20ms, Go},
+                 {0, 20000us, 80ms, Wait}, {0, 20000us, 81ms, Go},    {4000, 50000us, 50ms, Refuse},
+                 {0, -50000us, 50ms, Go}};
     for (const auto& [average10, stall, elapsed, verdict] : cases) {
       const GuardReadings before = calm();
       GuardReadings fill = calm();
@@ -66,19 +65,19 @@ class TestPurgeGuard : public QObject {
       QVERIFY(judgeStep(fill, before, kStep) == verdict);
       QVERIFY(judgePageOut(pageOut, before) == verdict);
       // What the other one looks at is nothing to it.
-      QVERIFY(judgeStep(pageOut, before, kStep) == GuardVerdict::Go && judgePageOut(fill, before) == GuardVerdict::Go);
+      QVERIFY(judgeStep(pageOut, before, kStep) == Go && judgePageOut(fill, before) == Go);
     }
     // Before the first step the stall is another's.
     GuardReadings now = calm();
     for (const std::uint32_t average10 : {999U, 1000U}) {
       now.pressure->average10 = now.somePressure->average10 = average10;
-      const GuardVerdict verdict = average10 < 1000 ? GuardVerdict::Go : GuardVerdict::Refuse;
+      const GuardVerdict verdict = average10 < 1000 ? Go : Refuse;
       QVERIFY(judgeStep(now, std::nullopt, kStep) == verdict && judgePageOut(now, std::nullopt) == verdict);
     }
     // A kernel that does not measure it.
     now.pressure.reset();
     now.somePressure.reset();
-    QVERIFY(judgeStep(now, calm(), kStep) == GuardVerdict::Go && judgePageOut(now, calm()) == GuardVerdict::Go);
+    QVERIFY(judgeStep(now, calm(), kStep) == Go && judgePageOut(now, calm()) == Go);
   }
 
   void pagingOutEndsWhereSwapIsFourFifthsFull() {
@@ -86,10 +85,10 @@ class TestPurgeGuard : public QObject {
     now.swapTotal = 1000;
     for (const ByteCount free : {ByteCount{201}, ByteCount{200}, ByteCount{0}, ByteCount{1001}}) {
       now.swapFree = free;
-      QVERIFY(judgePageOut(now, std::nullopt) == (free > 200 ? GuardVerdict::Go : GuardVerdict::Refuse));
+      QVERIFY(judgePageOut(now, std::nullopt) == (free > 200 ? Go : Refuse));
     }
     now.swapTotal = 0;
-    QVERIFY(judgePageOut(now, std::nullopt) == GuardVerdict::Refuse);
+    QVERIFY(judgePageOut(now, std::nullopt) == Refuse);
   }
 
   void theFillRestsAsLongAsSomebodyWaitedAndTakesHugePagesInTimesOfPlenty() {

@@ -241,14 +241,13 @@ class TestPurgeWorker : public QObject {
       QCOMPARE(ask(operation, buffer, size), error);
     std::mt19937_64 random(20240115);
     for (int round = 0; round < 20000; ++round) {
-      const Command close{purge_worker::kMagic,
-                          static_cast<Operation>(random() % 7),
-                          test::oneOf({0U, 1U, purge_worker::kMaxBuffers - 1, purge_worker::kMaxBuffers, ~0U}, random),
-                          test::oneOf({0U, 0U, 0U, 1U}, random),
-                          random() % 8,
-                          test::oneOf({quint64{0}, quint64{1}, quint64{4096}, quint64{65536},
-                                       purge_worker::kMaxBufferSize + 1, ~quint64{0}},
-                                      random)};
+      const Command close{
+          purge_worker::kMagic,
+          static_cast<Operation>(random() % 7),
+          test::oneOf({0U, 1U, purge_worker::kMaxBuffers - 1, purge_worker::kMaxBuffers, ~0U}, random),
+          test::oneOf({0U, 0U, 0U, 1U}, random),
+          random() % 8,
+          test::oneOf<quint64>({0, 1, 4096, 65536, purge_worker::kMaxBufferSize + 1, ~quint64{0}}, random)};
       const auto packet = test::garbageLike(close, random);
       QVERIFY(worker.send(packet.data(), packet.size()));
       const auto answer = worker.receive<Answer>();
