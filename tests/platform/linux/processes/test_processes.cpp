@@ -77,7 +77,8 @@ class ProcessFixture {
     QDir(m_folder.path()).mkdir(QString::number(pid));
     return m_folder.filePath(QString::number(pid) + QLatin1Char('/') + QString::fromLatin1(name));
   }
-  QTemporaryDir m_folder;
+  // In memory: thousands of small files, and no folder gets the inode of one that is gone, as in /proc.
+  QTemporaryDir m_folder{QStringLiteral("/dev/shm/halvard-processes-XXXXXX")};
 };
 
 }  // namespace
