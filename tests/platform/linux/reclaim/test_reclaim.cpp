@@ -171,7 +171,7 @@ class TestReclaim : public QObject {
 
   void aUnitIsAskedInStepsAndMoreThanItHoldsNever() {
     m_victims.reading.candidates = {m_one, application(11, "without", "/app.slice/without.scope"),
-                                    application(12, "outside", "/../outside.scope")};
+                                    application(12, "outside", "/app.slice/../app.slice/one.scope")};
     auto strategy = groups();
     const auto forecast = strategy.forecast();
     QVERIFY(forecast && forecast.value().method == ReclaimMethod::ControlGroups);
@@ -199,6 +199,7 @@ class TestReclaim : public QObject {
     const auto session = openOn(m_one);
     takeSteps(*session, 1);
     m_victims.focused = 10;
+    write("app.slice/one.scope/memory.reclaim", "");
     takeSteps(*session, 1);
     QVERIFY2(asked().startsWith("10485760 "), "it does not ask the screen at every step");
     write("app.slice/one.scope/memory.reclaim", "");
