@@ -1,0 +1,161 @@
+#include <QtTest>
+#include <limits>
+#include <map>
+
+#include "core/macos_version.h"
+#include "memory/memory_snapshot.h"
+#include "menubar/eased_share.h"
+#include "menubar/gauge_step.h"
+#include "menubar/panel_placement.h"
+#include "menubar/status_item_controller.h"
+#include "menubar/status_item_text.h"
+#include "platform/fake/fake_appearance.h"
+#include "platform/fake/fake_defaults_store.h"
+#include "platform/fake/fake_host_statistics.h"
+#include "platform/fake/fake_status_bar_item.h"
+#include "preferences/preferences_model.h"
+
+using namespace halvard;
+using panel_placement::TriangleEdge;
+
+namespace {
+
+constexpr PageCount kTotalPages = PageCount{1} << 20;
+
+struct NoLogin : StartAtLoginSwitch {
+  void setIsEnabledForHelperApp(bool, const std::function<void()>&) override {}
+};
+
+struct Reading {
+  explicit Reading(PageCount usedPages) {
+    VmStatistics64 counters;
+    counters.internal_page_count = usedPages;
+    host.setStatistics64(counters);
+    snapshot.updateMemoryStatictics();
+  }
+  FakeHostStatistics host;
+  MacOSVersion version;
+  MemorySnapshot snapshot{host, version};
+};
+
+}  // namespace
+
+class TestMenubarRules : public QObject {
+  Q_OBJECT
+
+ private Q_SLOTS:
+  void gaugeStepsAreFinerWhereItMatters() {
+    const std::map<float, int> steps{{-1.0F, 5},   {0.03F, 5},   {0.08F, 10},  {0.474F, 45},  {0.49F, 50},
+                                     {0.515F, 52}, {0.735F, 74}, {0.745F, 75}, {0.755F, 76},  {0.77F, 78},
+                                     {0.895F, 90}, {0.905F, 91}, {0.95F, 95},  {0.999F, 100}, {1.2F, 100}};
+    for (const auto& [fraction, step] : steps)
+      QVERIFY2(gaugeStep(fraction) == step, qPrintable(QString::number(fraction)));
+    QCOMPARE(gaugeStep(std::numeric_limits<float>::quiet_NaN()), 5);
+  }
+
+  void titleFollowsTheDisplayMode() {
+    constexpr PageCount quarter = kTotalPages / 4;
+    const std::tuple<PageCount, int, const char*> titles[] = {
+        {quarter, 0, ""},
+        {quarter, 1, " 25% "},
+        {kTotalPages / 25, 1, "  4% "},
+        {kTotalPages - 5300, 1, " 99% "},
+        {kTotalPages - 5200, 1, "100%"},
+        {quarter, 2, "1.00 GB"},
+        {quarter, 3, "3.00 GB"},
+        {quarter, 4, ""},
+    };
+    for (const auto& [used, mode, title] : titles)
+      QCOMPARE(status_item_text::title(Reading(used).snapshot, mode), QString::fromLatin1(title));
+    QCOMPARE(status_item_text::information(Reading(quarter).snapshot), QStringLiteral("25.00% of 4.00 GB used"));
+  }
+
+  void itemIsFilledAndTouchedOnlyByChanges() {
+    FakeStatusBarItem item;
+    FakeAppearance appearance;
+    FakeDefaultsStore store;
+    NoLogin login;
+    PreferencesModel preferences(store, login);
+    StatusItemController controller(item, appearance, preferences, QStringLiteral("Halvard"));
+    QCOMPARE(item.image.value, QStringLiteral("icon_start"));
+    QCOMPARE(item.toolTip.value, QStringLiteral("Free System Memory"));
+    const Reading reading(kTotalPages / 4);
+    controller.updateStatusItem(reading.snapshot);
+    controller.fillTitle(reading.snapshot);
+    QCOMPARE(item.image.value, QStringLiteral("icon_memory_25"));
+    QCOMPARE(item.toolTip.value, QStringLiteral("Halvard\nUsed Memory: 1.00 GB\nFree Memory: 3.00 GB"));
+    QCOMPARE(item.title.value, (AttributedTitle{QStringLiteral(" 25% "), {70, 86, 103, 255}}));
+    QCOMPARE(item.alternateTitle.value.color, (Color{255, 255, 255, 255}));
+    const int changes = item.changes();
+    controller.updateStatusItem(reading.snapshot);
+    controller.fillTitle(reading.snapshot);
+    QCOMPARE(item.changes(), changes);
+    appearance.setDark(true);
+    controller.fillTitle(reading.snapshot);
+    QCOMPARE(item.title.value.color, (Color{255, 255, 255, 255}));
+    controller.showCleaningIcon();
+    QCOMPARE(item.image.value, QStringLiteral("icon_clear"));
+    QSignalSpy actions(&controller, &StatusItemController::statusItemAction);
+    item.press(StatusBarItem::MouseButton::Right);
+    item.press(StatusBarItem::MouseButton::Left);
+    QCOMPARE(actions.size(), 2);
+  }
+
+  void panelOpensOnTheFreeSideOfTheItem() {
+    const QRect underTopBar(0, 28, 1280, 772);
+    const std::tuple<QRect, QRect, QPoint, TriangleEdge, int> places[] = {
+        {{600, 2, 24, 24}, underTopBar, {487, 31}, TriangleEdge::Top, 125},
+        {{600, 774, 24, 24}, {0, 0, 1280, 772}, {487, 549}, TriangleEdge::Bottom, 125},
+        {{1250, 2, 24, 24}, underTopBar, {1030, 31}, TriangleEdge::Top, 232},
+        {{0, 2, 24, 24}, underTopBar, {0, 31}, TriangleEdge::Top, 16},
+        // A second screen to the right, and one narrower than the panel.
+        {{2000, 1002, 24, 24}, {1280, 1000, 1024, 768}, {1887, 1031}, TriangleEdge::Top, 125},
+        {{50, 2, 24, 24}, {0, 28, 200, 772}, {0, 31}, TriangleEdge::Top, 62},
+    };
+    for (const auto& [item, available, topLeft, edge, apex] : places) {
+      const auto placement = panel_placement::besideItem(item, QSize(250, 220), available);
+      QCOMPARE(placement.topLeft, topLeft);
+      QCOMPARE(placement.edge, edge);
+      QCOMPARE(placement.apex, apex);
+    }
+  }
+
+  void anOfferStandsBelowTheOpenPanelOrAboveIt() {
+    const QRect screen(0, 0, 1280, 800);
+    const auto below = panel_placement::besideItem(panel_placement::middleOf({900, 31, 250, 220}), {320, 164}, screen);
+    QCOMPARE(below.topLeft, QPoint(865, 256));
+    QVERIFY(below.edge == TriangleEdge::Top && below.apex == 160);
+    const auto above = panel_placement::besideItem(panel_placement::middleOf({900, 549, 250, 220}), {320, 164}, screen);
+    QCOMPARE(above.topLeft, QPoint(865, 549 - 5 - 164));
+    QVERIFY(above.edge == TriangleEdge::Bottom);
+  }
+
+  void savedPlaceIsPulledBackOntoTheScreen() {
+    const std::pair<QPoint, QPoint> places[] = {
+        {{300, 200}, {300, 200}}, {{1280, 200}, {1280, 200}}, {{1281, 200}, {1030, 200}}, {{-250, 200}, {-250, 200}},
+        {{-251, 200}, {0, 200}},  {{300, 801}, {300, 580}},   {{300, -221}, {300, 0}},
+    };
+    for (const auto& [saved, restored] : places)
+      QCOMPARE(panel_placement::restored(saved, QSize(250, 220), QRect(0, 0, 1280, 800)), restored);
+  }
+
+  void shareReachesItsTargetInTenTicks() {
+    EasedShare share;
+    share.setTarget(0.2);
+    share.jump();
+    for (const double target : {0.5, 0.1}) {
+      share.setTarget(target);
+      share.begin();
+      int ticks = 0;
+      while (share.tick())
+        ++ticks;
+      QCOMPARE(ticks, 10);
+      QVERIFY(share.current() == target);  // exactly
+    }
+    share.begin();
+    QVERIFY(!share.tick());
+  }
+};
+
+QTEST_GUILESS_MAIN(TestMenubarRules)
+#include "test_menubar_rules.moc"
