@@ -2,130 +2,171 @@
 #include <QtTest>
 #include <cerrno>
 
+#include "core/notification_center.h"
 #include "platform/fake/fake_clock.h"
 #include "platform/fake/fake_process_table.h"
 #include "platform/fake/fake_running_applications.h"
+#include "process_manager/process_tracker.h"
 #include "process_manager/processes_manager.h"
 
 using namespace halvard;
 using namespace std::chrono_literals;
 
 namespace {
+
+constexpr ByteCount kMegabyte = 1'048'576;
+
 QString text(const char* latin1) {
   return QString::fromLatin1(latin1);
 }
+
+struct World {
+  FakeProcessTable table;
+  FakeRunningApplications applications;
+  FakeClock clock;
+  ProcessesManager manager{table, applications, clock};
+
+  // "[KIND[:PATH]] PID PARENT NAME SIZE [GROUP]": an underscore in the name is a space, "?" a size that cannot be read.
+  void add(const QString& line) {
+    QStringList words = line.split(QLatin1Char(' '));
+    const QStringList kind = words[0][0].isDigit() ? QStringList() : words.takeFirst().split(QLatin1Char(':'));
+    const std::int32_t pid = words[0].toInt();
+    const QString name = words[2].replace(QLatin1Char('_'), QLatin1Char(' '));
+    const auto size = words[3] == text("?") ? std::nullopt : std::optional<ByteCount>(words[3].toULongLong());
+    table.add(pid, words[1].toInt(), name, size);
+    if (words.size() > 4) applications.setGroup(pid, words[4].toInt());
+    if (kind.isEmpty()) return;
+    const auto app = applications.add(pid, name);
+    if (kind[0] == text("own")) applications.current = pid;
+    if (kind[0] == text("prohibited")) app->policy = ActivationPolicy::Prohibited;
+    if (kind.size() < 2) return;
+    app->policy = ActivationPolicy::Accessory;
+    app->url = kind[1].isEmpty() ? std::nullopt : std::optional(QUrl::fromLocalFile(kind[1]));
+    if (kind[0] == text("iconless")) app->iconName.reset();
+  }
+  std::shared_ptr<FakeRunningApplication> addApplication(std::int32_t pid, const QString& name, ByteCount size) {
+    table.add(pid, 1, name, size);
+    return applications.add(pid, name);
+  }
+  ApplicationEntries list() {
+    QObject context;
+    ApplicationList result;
+    manager.getTopProcessCompletion(&context, [&](ApplicationList list) { result = std::move(list); });
+    return QTest::qWaitFor([&] { return result != nullptr; }) ? *result : ApplicationEntries();
+  }
+  // "name size" of every entry, in order.
+  QString summary() {
+    QStringList lines;
+    for (const ApplicationEntry& entry : list())
+      lines << QStringLiteral("%1 %2").arg(entry.name.value_or(text("-"))).arg(entry.size.value());
+    return lines.join(QLatin1Char('|'));
+  }
+};
+
+// A world whose large applications are watched.
+struct TrackedWorld : World {
+  struct Step {
+    std::vector<std::int32_t> quits;
+    std::chrono::milliseconds time;
+    int posts;
+  };
+  NotificationCenter notifications;
+  ProcessTracker tracker{manager, notifications, clock};
+  std::map<std::int32_t, std::shared_ptr<FakeRunningApplication>> apps;
+  QObject observer;
+  int posts = 0;
+
+  explicit TrackedWorld(std::initializer_list<std::pair<std::int32_t, ByteCount>> sizes = {}) {
+    notifications.addObserver(text("HugeProcessTerminated"), &observer, [this](const QVariant& object) {
+      QVERIFY(!object.isValid());
+      ++posts;
+    });
+    for (const auto& [pid, size] : sizes)
+      apps[pid] = addApplication(pid, QString::number(pid), size);
+    tracker.startTrackingHugeProcesses();
+  }
+  // Each time: these applications quit, so much time passes, its readings arrive, and there are so many posts.
+  void play(std::initializer_list<Step> steps) {
+    for (const Step& step : steps) {
+      for (const std::int32_t pid : step.quits) {
+        apps[pid]->terminated = true;
+        table.remove(pid);
+        applications.remove(pid);
+      }
+      clock.advance(step.time);
+      list();
+      QCOMPARE(posts, step.posts);
+    }
+  }
+};
+
+// A helper that many generations below its application.
+QByteArray helperBelow(int generations) {
+  QByteArray chain = "app 100 1 App 1000";
+  for (int pid = 101; pid < 100 + generations; ++pid)
+    chain += "|" + QByteArray::number(pid) + " " + QByteArray::number(pid - 1) + " middle 0";
+  return chain + "|999 " + QByteArray::number(99 + generations) + " helper 1";
+}
+
 }  // namespace
 
 class TestProcessesManager : public QObject {
   Q_OBJECT
 
-  struct World {
-    FakeProcessTable table;
-    FakeRunningApplications applications;
-    FakeClock clock;
-    ProcessesManager manager{table, applications, clock};
-
-    std::shared_ptr<FakeRunningApplication> addApplication(std::int32_t pid, std::int32_t parent, const QString& name,
-                                                           std::optional<ByteCount> size) {
-      table.add(pid, parent, name, size);
-      return applications.add(pid, name);
-    }
-    ApplicationEntries list(bool five = false) {
-      QObject context;
-      ApplicationList result;
-      const auto keep = [&](ApplicationList list) { result = std::move(list); };
-      five ? manager.getTopFiveProcessCompletion(&context, keep) : manager.getTopProcessCompletion(&context, keep);
-      return QTest::qWaitFor([&] { return result != nullptr; }) ? *result : ApplicationEntries();
-    }
-    // "name size" of every entry, in order.
-    QStringList summary() {
-      QStringList lines;
-      for (const ApplicationEntry& entry : list())
-        lines << QStringLiteral("%1 %2").arg(entry.name.value_or(text("-"))).arg(entry.size.value());
-      return lines;
-    }
-  };
-
  private Q_SLOTS:
   void applicationsAreListedLargestFirstWithTheirHelpers() {
     World world;
-    world.table.add(1, 0, text("init"), 1000);
-    world.addApplication(10, 1, text("Small"), 5);
-    world.addApplication(20, 1, text("Large"), 50);
-    world.table.add(21, 20, text("child"), 7);
-    world.table.add(22, 21, text("grandchild"), 3);
-    world.table.add(30, 1, text("daemon"), 500);
+    for (const char* line : {"1 0 init 1000", "app 10 1 Small 5", "app 20 1 Large 50", "21 20 child 7",
+                             "22 21 grandchild 3", "30 1 daemon 500"})
+      world.add(text(line));
     const ApplicationEntries entries = world.list();
-    QCOMPARE(entries.size(), 2u);
+    QCOMPARE(world.summary(), text("Large 60|Small 5"));
     QCOMPARE(entries[0].pid, 20);
-    QCOMPARE(entries[0].size, 60u);
     QCOMPARE(entries[0].helpers, (std::vector<std::int32_t>{21, 22}));
     QCOMPARE(entries[0].icon, text("large"));
     QCOMPARE(entries[0].url, QUrl::fromLocalFile(text("/usr/share/applications/large.desktop")));
-    QCOMPARE(entries[1].size, 5u);
     QVERIFY(entries[1].helpers.empty());
   }
 
-  void helpersAreFolded_data() {
-    QTest::addColumn<QString>("processes");  // "[app|own] PID PARENT NAME SIZE [GROUP]", in the order of the table
-    QTest::addColumn<QString>("list");
-    const auto row = [](const char* name, const char* processes, const char* list) {
-      QTest::newRow(name) << text(processes) << text(list);
+  void processesAreListedFoldedOrDropped() {
+    const std::pair<QByteArray, const char*> tables[] = {
+        // Into the nearest of several ancestors, as far as ten generations up.
+        {"32 31 helper 1|app 31 30 Editor 10|app 30 1 Terminal 10", "Editor 11|Terminal 10"},
+        {helperBelow(10), "App 1001"},
+        {helperBelow(11), "App 1000"},
+        // A process may seem its own parent.
+        {"11 11 own 1|app 10 1 A 10", "A 10"},
+        // By group.
+        {"app 10 1 A 10|app 20 1 B 5|30 1 orphan 1 20|31 1 stranger 1 99", "A 10|B 6"},
+        // By name into each of that name, no further than to an ancestor.
+        {"app 10 1 Safari 100|app 11 1 Safari 50|app 12 1 safari 20|20 1 Safari_Web_Content 1|"
+         "21 1 safari_web_content 1|22 1 Mail_Web_Content 1",
+         "Safari 101|Safari 51|safari 20"},
+        {"app 10 1 Safari 100|app 12 1 Else 20|app 11 1 Safari 50|20 12 Safari_Web_Content 1",
+         "Safari 101|Safari 50|Else 21"},
+        // Not this program, which is no reading either.
+        {"app 10 1 Terminal 10|own 11 10 Own 1000|12 10 unreadable ?", "Terminal 20"},
+        // With the last size that could be read.
+        {"app 10 1 First ?|app 11 1 Second 40|app 12 1 Third ?|13 12 helper ?", "Third 80|Second 40|First 0"},
+        // By activation policy, location and maker.
+        {"app 10 1 P 9|prohibited 11 10 X 1", "P 10"},
+        {"app 10 1 P 9|accessory:/opt/x 11 10 X 1", "P 9|X 1"},
+        {"app 10 1 P 9|accessory:/ 11 10 X 1", "P 9"},
+        {"app 10 1 P 9|accessory: 11 10 X 1", "P 9"},
+        {"app 10 1 P 9|iconless:/opt/x 11 10 X 1", "P 9"},
+        {"app 10 1 P 9|accessory:/System/x 11 10 X 1", "P 9"},
+        {"app 10 1 P 9|accessory:/opt/x 11 10 Google_Updater 1", "P 10"},
+        {"app 10 1 P 9|accessory:/opt/x 11 10 google 1", "P 9|google 1"},
+        {"app 10 1 P 9|accessory:/opt/x 11 10 SafariX 1", "P 10"},
+        {"app 10 1 P 9|accessory:/opt/x 11 10 Dropbox_Finder_Integration 1", "P 10"},
     };
-    row("into the nearest of several ancestors", "32 31 helper 1|app 31 30 Editor 10|app 30 1 Terminal 10",
-        "Editor 11|Terminal 10");
-    for (const int generations : {10, 11}) {
-      QString chain = text("app 100 1 App 1000");
-      for (int pid = 101; pid < 100 + generations; ++pid)
-        chain += QStringLiteral("|%1 %2 middle 0").arg(pid).arg(pid - 1);
-      chain += QStringLiteral("|%1 %2 helper 1").arg(100 + generations).arg(99 + generations);
-      QTest::addRow("over %d generations", generations) << chain << text(generations == 10 ? "App 1001" : "App 1000");
+    for (const auto& [processes, list] : tables) {
+      World world;
+      for (const QByteArray& line : processes.split('|'))
+        world.add(QString::fromLatin1(line));
+      QCOMPARE(world.summary(), text(list));
+      QCOMPARE(world.summary(), text(list));
     }
-    row("by group", "app 10 1 A 10|app 20 1 B 5|30 1 orphan 1 20|31 1 stranger 1 99", "A 10|B 6");
-    row("by name into each of that name",
-        "app 10 1 Safari 100|app 11 1 Safari 50|app 12 1 safari 20|20 1 Safari_Web_Content 1|"
-        "21 1 safari_web_content 1|22 1 Mail_Web_Content 1",
-        "Safari 101|Safari 51|safari 20");
-    row("no further than to an ancestor",
-        "app 10 1 Safari 100|app 12 1 Else 20|app 11 1 Safari 50|20 12 Safari_Web_Content 1",
-        "Safari 101|Safari 50|Else 21");
-    row("unless they are this program, which is no reading either",
-        "app 10 1 Terminal 10|own 11 10 Own 1000|12 10 unreadable ?", "Terminal 20");
-    row("with the last size that could be read", "app 10 1 First ?|app 11 1 Second 40|app 12 1 Third ?|13 12 helper ?",
-        "Third 80|Second 40|First 0");
-  }
-  void helpersAreFolded() {
-    QFETCH(QString, processes);
-    World world;
-    for (const QString& line : processes.split(QLatin1Char('|'))) {
-      QStringList words = line.split(QLatin1Char(' '));
-      const QString kind = words[0][0].isDigit() ? QString() : words.takeFirst();
-      const std::int32_t pid = words[0].toInt();
-      const QString name = QString(words[2]).replace(QLatin1Char('_'), QLatin1Char(' '));
-      const auto size = words[3] == text("?") ? std::nullopt : std::optional<ByteCount>(words[3].toULongLong());
-      if (kind == text("own")) world.applications.current = pid;
-      if (words.size() > 4) world.applications.setGroup(pid, words[4].toInt());
-      world.table.add(pid, words[1].toInt(), name, size);
-      if (!kind.isEmpty()) world.applications.add(pid, name);
-    }
-    QTEST(world.summary().join(QLatin1Char('|')), "list");
-    QTEST(world.summary().join(QLatin1Char('|')), "list");
-  }
-
-  void ancestryEndsAtZeroAndAtUnknownParents() {
-    FakeProcessTable table;
-    table.add(5, 4, text("child"), 1);
-    table.add(6, 0, text("rootless"), 1);
-    table.add(7, 7, text("own parent"), 1);
-    Ancestry ancestry(table);
-    QVERIFY(ancestry.isProcess(5, 4));
-    QCOMPARE(ancestry.ancestors(5), (std::vector<std::int32_t>{4, -1}));
-    QCOMPARE(ancestry.ancestors(6), (std::vector<std::int32_t>{0}));
-    QVERIFY(ancestry.ancestors(0).empty() && ancestry.ancestors(-1).empty());
-    QCOMPARE(ancestry.ancestors(7).size(), Ancestry::kSteps);
-    QVERIFY(!ancestry.isProcess(6, 6));
-    QCOMPARE(ancestry.cachedGetParentIDFrom(4), Ancestry::kNoParent);
-    QCOMPARE(table.parentQuestions(4), 1);
   }
 
   void parentsAreRememberedButNotForAReusedPid() {
@@ -158,117 +199,105 @@ class TestProcessesManager : public QObject {
     QVERIFY(!ancestry.isProcess(12, 11));
   }
 
-  void policiesPlaceApplications_data() {
-    QTest::addColumn<int>("policy");
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<bool>("icon");
-    QTest::addColumn<QString>("expected");  // listed, folded into its parent, or dropped
-    const int regular = 0, accessory = 1, prohibited = 2;
-    const QString listed = text("listed"), folded = text("folded"), dropped = text("dropped");
-    QTest::newRow("regular") << regular << text("X") << QString() << false << listed;
-    QTest::newRow("prohibited") << prohibited << text("X") << text("/opt/x") << true << folded;
-    QTest::newRow("accessory") << accessory << text("X") << text("/opt/x") << true << listed;
-    QTest::newRow("accessory at the root") << accessory << text("X") << text("/") << true << dropped;
-    QTest::newRow("accessory, no icon") << accessory << text("X") << text("/opt/x") << false << dropped;
-    QTest::newRow("accessory, no location") << accessory << text("X") << QString() << true << dropped;
-    QTest::newRow("accessory below System") << accessory << text("X") << text("/System/x") << true << dropped;
-    QTest::newRow("Google") << accessory << text("Google Updater") << text("/opt/x") << true << folded;
-    QTest::newRow("google") << accessory << text("google") << text("/opt/x") << true << listed;
-    QTest::newRow("Safari") << accessory << text("SafariX") << text("/opt/x") << true << folded;
-    QTest::newRow("Dropbox") << accessory << text("Dropbox Finder Integration") << text("/opt/x") << true << folded;
-  }
-  void policiesPlaceApplications() {
-    QFETCH(int, policy);
-    QFETCH(QString, name);
-    QFETCH(QString, path);
-    QFETCH(bool, icon);
-    QFETCH(QString, expected);
-    World world;
-    world.addApplication(10, 1, text("Parent"), 100);
-    const auto app = world.addApplication(11, 10, name, 1);
-    app->policy = static_cast<ActivationPolicy>(policy);
-    app->url = path.isEmpty() ? std::nullopt : std::optional(QUrl::fromLocalFile(path));
-    app->iconName = icon ? std::optional(text("x")) : std::nullopt;
-    QStringList lines{expected == text("folded") ? text("Parent 101") : text("Parent 100")};
-    if (expected == text("listed")) lines << name + text(" 1");
-    QCOMPARE(world.summary(), lines);
-  }
-
   void unreadableTableGivesNoListAGrowingOneIsReadAgain() {
     World world;
-    world.addApplication(10, 1, text("App"), 1);
-    world.table.queueErrors({EACCES});
-    QVERIFY(world.list().empty());
-    QCOMPARE(world.table.readings(), 1);
-    world.table.queueErrors({ENOMEM, ENOMEM});
-    QCOMPARE(world.list().size(), 1u);
-    QCOMPARE(world.table.readings(), 4);
-    world.table.queueErrors({ENOMEM, EIO});
-    QVERIFY(world.list().empty());
+    world.addApplication(10, text("App"), 1);
+    for (const auto& [errors, isRead] :
+         {std::pair(std::deque{EACCES}, false), {{ENOMEM, ENOMEM}, true}, {{ENOMEM, EIO}, false}}) {
+      world.table.queueErrors(errors);
+      QCOMPARE(!world.list().empty(), isRead);
+    }
+    QCOMPARE(world.table.readings(), 1 + 3 + 2);
   }
 
-  void namesAreRememberedForAnHour() {
+  void namesAreRememberedForAnHourAndNotForAReusedPid() {
     World world;
-    const auto app = world.addApplication(10, 1, text("Old"), 1);
-    QCOMPARE(world.summary(), QStringList{text("Old 1")});
+    const auto app = world.addApplication(10, text("Old"), 1);
+    QCOMPARE(world.summary(), text("Old 1"));
     app->name = text("New");
     world.table.process(10).residentBytes = 2;
-    QCOMPARE(world.summary(), QStringList{text("Old 2")});
+    QCOMPARE(world.summary(), text("Old 2"));
     QCOMPARE(app->nameQuestions.load(), 1);
     for (const char* name : {"New", "Newer"}) {
       app->name = text(name);
       world.clock.advance(3599s);
-      QVERIFY(!world.summary().first().startsWith(text(name)));
+      QVERIFY(!world.summary().startsWith(text(name)));
       world.clock.advance(1s);
-      QTRY_COMPARE(world.summary().first(), text(name) + text(" 2"));
+      QTRY_COMPARE(world.summary(), text(name) + text(" 2"));
       QTRY_COMPARE(world.clock.pendingCalls(), 1u);
     }
-  }
-
-  void reusedPidIsAnotherApplication() {
-    World world;
-    world.addApplication(10, 1, text("Old"), 1);
-    QCOMPARE(world.summary(), QStringList{text("Old 1")});
-    world.applications.add(10, text("New"));
-    QCOMPARE(world.summary(), QStringList{text("New 1")});
+    world.applications.add(10, text("Other"));
+    QCOMPARE(world.summary(), text("Other 2"));
     world.applications.remove(10);
-    QVERIFY(world.summary().isEmpty());
-  }
-
-  void topFiveKeepsTheFirstFive() {
-    World world;
-    for (std::int32_t count = 1; count <= 7; ++count) {
-      world.addApplication(count + 1, 1, QString::number(count), static_cast<ByteCount>(count));
-      const ApplicationEntries five = world.list(true);
-      QCOMPARE(five.size(), std::min<std::size_t>(5, static_cast<std::size_t>(count)));
-      QCOMPARE(five.front().size, static_cast<ByteCount>(count));
-    }
+    QCOMPARE(world.summary(), QString());
   }
 
   void resultsArriveOnTheMainThreadAndOnlyForTheLiving() {
-    World world;
-    world.addApplication(10, 1, text("App"), 1);
-    int arrived = 0;
-    auto gone = std::make_unique<QObject>();
-    QObject staying;
-    const auto count = [&](const ApplicationList&) {
-      QCOMPARE(QThread::currentThread(), QCoreApplication::instance()->thread());
-      ++arrived;
+    auto world = std::make_unique<World>();
+    for (std::int32_t pid = 11; pid <= 16; ++pid)
+      world->addApplication(pid, text("App"), 1);
+    QList<std::size_t> arrived;
+    const auto ask = [&](QObject* context) {
+      const auto keep = [&](const ApplicationList& list) {
+        QCOMPARE(QThread::currentThread(), QCoreApplication::instance()->thread());
+        arrived << list->size();
+      };
+      world->manager.getTopProcessCompletion(context, keep);
+      world->manager.getTopFiveProcessCompletion(context, keep);
     };
-    world.manager.getTopProcessCompletion(gone.get(), count);
-    world.manager.getTopFiveProcessCompletion(gone.get(), count);
+    auto gone = std::make_unique<QObject>();
+    ask(gone.get());
     gone.reset();
-    world.manager.getTopProcessCompletion(&staying, count);
-    world.manager.getTopFiveProcessCompletion(&staying, count);
-    QCOMPARE(arrived, 0);
-    QTRY_COMPARE(arrived, 2);
-    {
-      World shortLived;
-      shortLived.manager.getTopProcessCompletion(&staying, count);
-    }
+    QObject staying;
+    ask(&staying);
+    QVERIFY(arrived.isEmpty());
+    QTRY_COMPARE(arrived, (QList<std::size_t>{6, 5}));
+    ask(&staying);
+    world.reset();
     QCoreApplication::processEvents();
-    QCOMPARE(arrived, 2);
+    QCOMPARE(arrived.size(), 2);
+  }
+
+  void firstStepComesAfterOneInterval() {
+    TrackedWorld world;
+    world.tracker.startTrackingHugeProcesses();
+    world.clock.advance(4999ms);
+    QCOMPARE(world.table.readings(), 0);
+    world.play({{{}, 1ms, 0}});
+    QCOMPARE(world.table.readings(), 2);  // the tracker's and that of play()
+    world.play({{{}, 5s, 0}});
+    QCOMPARE(world.table.readings(), 4);
+    world.tracker.stopTrackingHugeProcesses();
+    QVERIFY(!world.tracker.isTracking());
+    world.play({{{}, 5s, 0}});
+    QCOMPARE(world.table.readings(), 5);
+  }
+
+  void quitsAreAnnouncedBySize() {
+    // Just up to and above 50 MB, just below and from 250 MB on.
+    const std::tuple<ByteCount, int, int> sizes[] = {
+        {52'428'800, 0, 0}, {52'428'801, 0, 1}, {262'143'999, 0, 1}, {262'144'000, 1, 1}};
+    for (const auto& [size, atOnce, later] : sizes) {
+      TrackedWorld world({{10, size}, {11, 400 * kMegabyte}});
+      world.play({{{}, 5s, 0}, {{10}, 5s, atOnce}, {{}, 59'999ms, atOnce}, {{}, 1ms, later}, {{}, 300s, later}});
+    }
+  }
+
+  void oneAnnouncementStandsForAllQuitsOfTheDelayWhichAreNotAddedUp() {
+    constexpr ByteCount small = 100 * kMegabyte;
+    TrackedWorld world({{10, 2 * small}, {14, 2 * small}, {11, small}, {12, 3 * small}, {13, small}});
+    // The delay begins with the first two and is over 60 s later; a large one comes in place of the delayed one.
+    world.play({{{}, 5s, 0}, {{10, 14}, 5s, 0}, {{11}, 50s, 0}, {{}, 10s, 1}});
+    world.play({{{}, 5s, 1}, {{13}, 5s, 1}, {{12}, 5s, 2}, {{}, 300s, 2}});
+  }
+
+  void stoppingKeepsThePendingAnnouncementAndTheLastList() {
+    TrackedWorld world({{10, 100 * kMegabyte}, {11, 300 * kMegabyte}});
+    world.play({{{}, 5s, 0}, {{10}, 5s, 0}});
+    world.tracker.stopTrackingHugeProcesses();
+    world.play({{{}, 60s, 1}, {{11}, 300s, 1}});
+    world.tracker.startTrackingHugeProcesses();
+    world.play({{{}, 5s, 2}});
   }
 };
 

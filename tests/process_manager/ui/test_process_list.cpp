@@ -12,19 +12,7 @@ using namespace halvard;
 
 namespace {
 
-ApplicationEntry entry(const std::shared_ptr<FakeRunningApplication>& application, std::optional<ByteCount> size) {
-  ApplicationEntry result;
-  result.pid = application->processIdentifier();
-  result.app = application;
-  result.name = application->name;
-  result.icon = application->iconName;
-  result.size = size;
-  return result;
-}
-
-ApplicationList listOf(ApplicationEntries entries) {
-  return std::make_shared<const ApplicationEntries>(std::move(entries));
-}
+using Application = std::shared_ptr<FakeRunningApplication>;
 
 struct List {
   FakeProcessTable table;
@@ -33,15 +21,28 @@ struct List {
   ProcessesManager processes{table, applications, clock};
   bool canShowAds = true;
   ProcessTableviewController controller{processes, [this] { return canShowAds; }, nullptr};
-  std::shared_ptr<FakeRunningApplication> mail = applications.add(10, QStringLiteral("Mail"));
-  std::shared_ptr<FakeRunningApplication> web = applications.add(20, QStringLiteral("Web"));
+  QListView& view = controller.table();
+  Application mail = applications.add(10, QStringLiteral("Mail"));
+  Application web = applications.add(20, QStringLiteral("Web"));
+
+  void show(std::initializer_list<std::pair<Application, std::optional<ByteCount>>> sizes) {
+    ApplicationEntries entries;
+    for (const auto& [app, size] : sizes)
+      entries.push_back({app->processIdentifier(), size, app, app->name, app->iconName, {}, {}});
+    controller.showApps(std::make_shared<const ApplicationEntries>(std::move(entries)));
+  }
+  // What a row shows.
+  QString texts(int row) const {
+    const QModelIndex index = view.model()->index(row, 0);
+    return index.data().toString() + QLatin1Char(' ') + index.data(ProcessListModel::SizeRole).toString();
+  }
 };
 
-QStringList texts(const QMenu& menu) {
+QString texts(const QMenu& menu) {
   QStringList result;
   for (const QAction* action : menu.actions())
     result << (action->isSeparator() ? QStringLiteral("-") : action->text());
-  return result;
+  return result.join(QLatin1Char('|'));
 }
 
 }  // namespace
@@ -56,26 +57,23 @@ class TestProcessList : public QObject {
     QVERIFY(list.controller.isWaitingForFirstList());
     list.controller.updateApps();
     list.controller.updateApps();
-    QAbstractItemModel* model = list.controller.table().model();
-    QTRY_COMPARE(model->rowCount(), 1);
+    QTRY_COMPARE(list.view.model()->rowCount(), 1);
     QVERIFY(!list.controller.isWaitingForFirstList());
     QCOMPARE(list.table.readings(), 1);  // the second request found one on its way
-    QCOMPARE(model->index(0, 0).data().toString(), QStringLiteral("Mail"));
-    QCOMPARE(model->index(0, 0).data(ProcessListModel::SizeRole).toString(), QStringLiteral("4.88 KB"));
+    QCOMPARE(list.texts(0), QStringLiteral("Mail 4.88 KB"));
     list.mail->name.reset();
-    list.controller.showApps(listOf({entry(list.mail, std::nullopt)}));
-    QCOMPARE(model->index(0, 0).data().toString(), QStringLiteral("Unknown"));
-    QCOMPARE(model->index(0, 0).data(ProcessListModel::SizeRole).toString(), QString());
+    list.show({{list.mail, std::nullopt}});
+    QCOMPARE(list.texts(0), QStringLiteral("Unknown "));
   }
 
   void onlyRowsThatShowSomethingElseAreRepainted() {
     List list;
-    list.controller.showApps(listOf({entry(list.mail, 1 << 30), entry(list.web, 1 << 20)}));
-    QSignalSpy changes(list.controller.table().model(), &QAbstractItemModel::dataChanged);
-    QSignalSpy resets(list.controller.table().model(), &QAbstractItemModel::modelReset);
-    list.controller.showApps(listOf({entry(list.mail, (1 << 30) + 4096), entry(list.web, 1 << 20)}));
+    list.show({{list.mail, 1 << 30}, {list.web, 1 << 20}});
+    QSignalSpy changes(list.view.model(), &QAbstractItemModel::dataChanged);
+    QSignalSpy resets(list.view.model(), &QAbstractItemModel::modelReset);
+    list.show({{list.mail, (1 << 30) + 4096}, {list.web, 1 << 20}});
     QCOMPARE(changes.size(), 0);
-    list.controller.showApps(listOf({entry(list.mail, 1 << 30), entry(list.web, 1 << 21)}));
+    list.show({{list.mail, 1 << 30}, {list.web, 1 << 21}});
     QCOMPARE(changes.size(), 1);
     QCOMPARE(changes[0][0].toModelIndex().row(), 1);
     QCOMPARE(resets.size(), 0);
@@ -83,58 +81,52 @@ class TestProcessList : public QObject {
 
   void selectionStaysOnItsRow() {
     List list;
-    list.controller.showApps(listOf({entry(list.mail, 2000), entry(list.web, 1000)}));
-    QListView& table = list.controller.table();
-    table.setCurrentIndex(table.model()->index(1, 0));
-    list.controller.showApps(listOf({entry(list.web, 3000), entry(list.mail, 2000)}));
-    QCOMPARE(table.currentIndex().row(), 1);
-    QCOMPARE(table.currentIndex().data().toString(), QStringLiteral("Mail"));
-    const auto third = list.applications.add(30, QStringLiteral("Music"));
-    list.controller.showApps(listOf({entry(list.web, 3000), entry(third, 2500), entry(list.mail, 2000)}));
-    QCOMPARE(table.currentIndex().row(), 1);
-    list.controller.showApps(listOf({entry(list.web, 3000)}));
-    QVERIFY(!table.currentIndex().isValid());
+    list.show({{list.mail, 2000}, {list.web, 1000}});
+    list.view.setCurrentIndex(list.view.model()->index(1, 0));
+    list.show({{list.web, 3000}, {list.mail, 2000}});
+    QCOMPARE(list.view.currentIndex().row(), 1);
+    QCOMPARE(list.view.currentIndex().data().toString(), QStringLiteral("Mail"));
+    const Application third = list.applications.add(30, QStringLiteral("Music"));
+    list.show({{list.web, 3000}, {third, 2500}, {list.mail, 2000}});
+    QCOMPARE(list.view.currentIndex().row(), 1);
+    list.show({{list.web, 3000}});
+    QVERIFY(!list.view.currentIndex().isValid());
   }
 
   void rowMenuActsOnTheApplicationItWasOpenedFor() {
     List list;
-    list.controller.showApps(listOf({entry(list.mail, 2000), entry(list.web, 1000)}));
+    list.show({{list.mail, 2000}, {list.web, 1000}});
     QMenu menu;
-    list.controller.menuNeedsUpdate(menu, 2);
-    QVERIFY(menu.isEmpty());
-    list.controller.menuNeedsUpdate(menu, -1);
-    QVERIFY(menu.isEmpty());
+    for (const int noRow : {2, -1}) {
+      list.controller.menuNeedsUpdate(menu, noRow);
+      QVERIFY(menu.isEmpty());
+    }
     list.controller.menuNeedsUpdate(menu, 0);
-    QCOMPARE(texts(menu), (QStringList{QStringLiteral("Activate"), QStringLiteral("-"), QStringLiteral("Quit"),
-                                       QStringLiteral("Force Quit")}));
-    list.controller.showApps(listOf({entry(list.web, 3000), entry(list.mail, 2000)}));
-    menu.actions().at(0)->trigger();
+    QCOMPARE(texts(menu), QStringLiteral("Activate|-|Quit|Force Quit"));
+    list.show({{list.web, 3000}, {list.mail, 2000}});
+    // What has ended by the last of them is asked nothing more.
+    for (const int action : {0, 2, 3, 3})
+      menu.actions().at(action)->trigger();
     QCOMPARE(list.mail->activations, 1);
-    QCOMPARE(list.web->activations, 0);
-    menu.actions().at(2)->trigger();
     QCOMPARE(list.mail->terminateRequests, 1);
-    QCOMPARE(list.web->terminateRequests, 0);
-    menu.actions().at(3)->trigger();
     QCOMPARE(list.mail->forceTerminateRequests, 1);
-    menu.actions().at(3)->trigger();  // it has ended: nothing more is asked of it
-    QCOMPARE(list.mail->forceTerminateRequests, 1);
+    QCOMPARE(list.web->activations + list.web->terminateRequests + list.web->forceTerminateRequests, 0);
     list.canShowAds = false;
     list.controller.menuNeedsUpdate(menu, 0);
-    QCOMPARE(texts(menu), QStringList{QStringLiteral("Activate")});
+    QCOMPARE(texts(menu), QStringLiteral("Activate"));
   }
 
   void doubleClickAndReturnBringTheApplicationForward() {
     List list;
-    list.controller.showApps(listOf({entry(list.mail, 2000), entry(list.web, 1000)}));
-    QListView& table = list.controller.table();
+    list.show({{list.mail, 2000}, {list.web, 1000}});
     list.controller.doubleClickAction(1);
     QCOMPARE(list.web->activations, 1);
-    table.setCurrentIndex(table.model()->index(0, 0));
-    QTest::keyClick(&table, Qt::Key_Return);
-    QCOMPARE(list.mail->activations, 1);
-    list.mail->terminated = true;
-    QTest::keyClick(&table, Qt::Key_Return);
-    QCOMPARE(list.mail->activations, 1);
+    list.view.setCurrentIndex(list.view.model()->index(0, 0));
+    for (const bool terminated : {false, true}) {
+      list.mail->terminated = terminated;
+      QTest::keyClick(&list.view, Qt::Key_Return);
+      QCOMPARE(list.mail->activations, 1);
+    }
   }
 };
 
