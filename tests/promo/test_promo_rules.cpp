@@ -17,10 +17,6 @@ using Fixture = PromoFixture;
 
 namespace {
 
-HTMLDownloaderInitData page() {
-  return newsPage(QUrl(QStringLiteral("https://a.example/feeds/f.xml")));
-}
-
 QByteArray feed(const QByteArray& inner) {
   return "<r><news>" + inner + "</news></r>";
 }
@@ -39,8 +35,6 @@ class TestPromoRules : public QObject {
         QVERIFY(QFile::exists(downloader->getHtmlURL().value_or(QUrl()).toString().mid(3)));
         QTRY_VERIFY(!downloader->isBusy());
       }
-      QCOMPARE(manager->getNewsDowloader().getWindowSize(), QSizeF(382, 337));
-      QCOMPARE(manager->getShowcaseDownloader().getWindowSize(), QSizeF(713, 356));
       QVERIFY2(manager->isHasFreshNews(), "the embedded ones too");
       manager->markNewsAsReaded();
       QVERIFY(!manager->isHasFreshNews());
@@ -51,8 +45,8 @@ class TestPromoRules : public QObject {
     f.branding.feedFolder = QUrl(QStringLiteral("https://a.example/f/"));
     const auto manager = f.manager();
     QTRY_COMPARE(f.fetcher.requests().size(), 2);
-    QVERIFY(f.fetcher.requests().contains(QUrl(QStringLiteral("https://a.example/f/tools.xml"))));
-    QVERIFY(f.fetcher.requests().contains(QUrl(QStringLiteral("https://a.example/f/news2.xml"))));
+    for (const char* name : {"tools.xml", "news2.xml"})
+      QVERIFY(f.fetcher.requests().contains(f.branding.feedFolder.resolved(QUrl(QString::fromLatin1(name)))));
   }
 
   void aClickOnANotificationDoesWhatItSays() {
@@ -61,18 +55,14 @@ class TestPromoRules : public QObject {
     f.workspace.installed[QStringLiteral("org.a")] = QStringLiteral("/a");
     QSignalSpy mainWindow(manager.get(), &PromoManager::mainWindowRequested);
     QSignalSpy diskUsage(manager.get(), &PromoManager::diskUsageRequested);
-    const auto click = [&](const QVariantMap& info) { Q_EMIT f.userNotifications.activated(info, false); };
-    click({});
-    QCOMPARE(mainWindow.size(), 1);
-    click({{promo_notifications::kNeedOpenLink, QStringLiteral("https://a.example/")},
-           {promo_notifications::kNeedOpenBundle, QStringLiteral("org.a")}});
+    const QVariantMap bundle{{promo_notifications::kNeedOpenBundle, QStringLiteral("org.a")}};
+    QVariantMap link = bundle;
+    link[promo_notifications::kNeedOpenLink] = QStringLiteral("https://a.example/");
+    for (const QVariantMap& info : {{}, link, bundle, {{promo_notifications::kNeedOpenDiskUsage, true}}})
+      Q_EMIT f.userNotifications.activated(info, false);
     QCOMPARE(f.workspace.opened, QList<QUrl>{QUrl(QStringLiteral("https://a.example/"))});
-    QVERIFY2(f.workspace.launched.isEmpty(), "the address goes first");
-    click({{promo_notifications::kNeedOpenBundle, QStringLiteral("org.a")}});
-    QCOMPARE(f.workspace.launched, QStringList(QStringLiteral("org.a")));
-    click({{promo_notifications::kNeedOpenDiskUsage, true}});
-    QCOMPARE(diskUsage.size(), 1);
-    QCOMPARE(mainWindow.size(), 1);
+    QVERIFY2(f.workspace.launched == QStringList(QStringLiteral("org.a")), "an address goes first");
+    QVERIFY(mainWindow.size() == 1 && diskUsage.size() == 1);
   }
 
   void storeAndConcernAddressesAreTheMakers() {
@@ -86,68 +76,34 @@ class TestPromoRules : public QObject {
                         "Halvard%20v4.2.1%0D%0AOS%20X%20Test%209%0D%0A"));
   }
 
-  void localItemsFallBackToResourcesAndReplaceWhatIsInTheWay() {
-    Fixture f;
-    const auto manager = f.manager();
-    const LocalItems& items = manager->localItems();
-    const QString item = QStringLiteral("pages/news/news.html");
-    const QString local = f.support.path() + QStringLiteral("/Halvard/") + item;
-    QCOMPARE(items.getLocalPathOfItem(item, true), QStringLiteral(":/halvard/") + item);
-    QCOMPARE(items.getLocalPathOfItem(item, false), local);
-    QVERIFY(LocalItems::saveLocalyData("in the way", f.support.path() + QStringLiteral("/Halvard/pages/news")));
-    QVERIFY(LocalItems::saveLocalyData("two", local));
-    const QUrl url(QStringLiteral("https://a.example/x"));
-    QCOMPARE(items.loadDataFromURL(url, item, f.fetcher).data, QByteArray("two"));
-    f.fetcher.answer(url, "three");
-    QCOMPARE(items.loadDataFromURL(url, item, f.fetcher).source, LoadSource::Address);
-    QCOMPARE(items.loadDataFromURL({}, QStringLiteral("absent"), f.fetcher).source, LoadSource::Nothing);
-  }
-
-  void feedsAreReadAsFarAsTheyGo_data() {
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<int>("version");  // -1: the feed does not count
-    QTest::addColumn<QSize>("size");
-    const auto row = [](const char* name, const QByteArray& bytes, int version, QSize size = {382, 337}) {
-      QTest::newRow(name) << bytes << version << size;
-    };
+  void feedsAreReadAsFarAsTheyGo() {
     const QByteArray url = "<url>p.zip</url>";
     const QByteArray three = "<version>3</version>" + url;
-    row("whole", feed(three + "<width>500</width><height>400</height>"), 3, {500, 400});
-    row("size of nothing", feed(three + "<width>0</width><height>-4</height>"), 3);
-    row("number with a tail", feed("<version>3b</version>" + url), 3);
-    row("no number", feed("<version>b</version>" + url), 0);
-    row("beyond 32 bits", feed("<version>99999999999999999999</version>" + url), 2147483647);
-    row("utf-16",
-        QByteArray("\xff\xfe", 2) +
-            QByteArray(reinterpret_cast<const char*>(QString::fromLatin1(feed(three)).utf16()), feed(three).size() * 2),
-        3);
-    row("wrong encoding", "<?xml version='1.0' encoding='utf-8'?>" + feed(three + "<x>\xff\xfe\x80</x>"), 3);
-    row("entities", "<!DOCTYPE r [<!ENTITY a 'aaaa'><!ENTITY b '&a;&a;'>]>" + feed(three + "<x>&b;&b;</x>"), 3);
-    row("outside entity",
-        "<!DOCTYPE r [<!ENTITY f SYSTEM 'file:///etc/passwd'>]>" + feed("<version>&f;</version>" + url), 0);
-    row("version without text", feed("<version/>" + url), -1);
-    row("file address", feed("<version>3</version><url>file:///etc/passwd</url>"), -1);
-    row("gives up encryption", feed("<version>3</version><url>http://a.example/p.zip</url>"), -1);
-    row("cut off", feed(three).chopped(4), -1);
-    row("no XML", "{\"version\": 3}", -1);
-    row("nested deeply", "<r><news>" + QByteArray("<a>").repeated(3'000'000), -1);
-    row("nested deeply and closed",
-        feed(three + QByteArray("<a>").repeated(500'000) + QByteArray("</a>").repeated(500'000)), 3);
-    row("10 MiB", feed(three + "<x>" + QByteArray(10 * 1024 * 1024, 'x') + "</x>"), 3);
-  }
-
-  void feedsAreReadAsFarAsTheyGo() {
-    QFETCH(QByteArray, bytes);
-    QFETCH(int, version);
-    const auto announced = parseFeed(bytes, page());
-    QCOMPARE(announced ? announced->version : -1, version);
-    if (!announced) return;
-    QCOMPARE(announced->contentUrl.toString(), QStringLiteral("https://a.example/feeds/p.zip"));
-    QTEST(QSize(announced->width, announced->height), "size");
+    const QByteArray entity = "<!DOCTYPE r [<!ENTITY f SYSTEM 'file:///etc/passwd'>]>";
+    const std::pair<QByteArray, const char*> feeds[] = {
+        {feed(three + "<width>500</width><height>400</height>"), "3 500x400"},
+        {feed(three + "<width>0</width><height>-4</height>"), "3 382x337"},
+        {feed("<version>3b</version>" + url), "3 382x337"},
+        {feed("<version>b</version>" + url), "0 382x337"},
+        {feed("<version>99999999999999999999</version>" + url), "2147483647 382x337"},
+        {entity + feed("<version>&f;</version>" + url), "0 382x337"},
+        {feed(three + QByteArray("<a>").repeated(500'000) + QByteArray("</a>").repeated(500'000)), "3 382x337"},
+        {feed("<version/>" + url), "nothing"},
+        {feed("<version>3</version><url>file:///etc/passwd</url>"), "nothing"},
+        {feed("<version>3</version><url>http://a.example/p.zip</url>"), "nothing"},
+        {feed(three).chopped(4), "nothing"},
+    };
+    for (const auto& [bytes, announcement] : feeds) {
+      const auto read = parseFeed(bytes, newsPage());
+      QCOMPARE(read ? QStringLiteral("%1 %2x%3").arg(read->version).arg(read->width).arg(read->height)
+                    : QStringLiteral("nothing"),
+               QString::fromLatin1(announcement));
+      if (read) QCOMPARE(read->contentUrl.toString(), QStringLiteral("https://a.example/feeds/p.zip"));
+    }
   }
 
   void theMaximumIndexMustReachTheProgramsOwn() {
-    HTMLDownloaderInitData data = page();
+    HTMLDownloaderInitData data = newsPage();
     data.currentAppIndex = 2;
     QVERIFY(!data.isDataPrepareForWork());
     data.xml_max_app_index_tag = QStringLiteral("max");
@@ -172,74 +128,68 @@ class TestPromoRules : public QObject {
 
   void theShowcaseShowsItselfOncePerVersionAndAtMostOnceAWeek() {
     Fixture f;
-    HTMLDownloaderInitData data = page();
+    HTMLDownloaderInitData data = newsPage();
     data.xml_url = QUrl();
-    int shown = 0;
-    const auto shownAfterStart = [&](std::chrono::seconds wait) {
+    // When a start is, of which version, how long it lasts, and whether it shows the page.
+    const std::tuple<std::chrono::hours, std::int64_t, std::chrono::seconds, bool> starts[] = {
+        {0h, 0, 0s, true},      {0h, 0, 400s, false}, {0h, 2, 400s, false},
+        {168h, 2, 299s, false}, {0h, 2, 300s, true},  {500h, 2, 400s, false}};
+    for (const auto& [after, version, length, shows] : starts) {
+      f.clock.advance(after);
+      if (version > 0) f.store.setObject(data.prefs_version_key, {version});
       HTMLDownloader downloader({f.defaults, f.fetcher, f.unpacker, f.notifications, std::nullopt}, data);
-      ShowcaseSchedule schedule(f.defaults, downloader, f.clock, [&] { ++shown; });
+      bool shown = false;
+      ShowcaseSchedule schedule(f.defaults, downloader, f.clock, [&] { shown = true; });
       schedule.pleaseShowWindowIfNeedAutomaticallyWithDelay();
-      f.clock.advance(wait);
-      return std::exchange(shown, 0);
-    };
-    QCOMPARE(shownAfterStart(0s), 1);
-    QVERIFY2(shownAfterStart(400s) == 0, "the second start of the week");
-    f.store.setObject(data.prefs_version_key, {std::int64_t{2}});
-    QVERIFY2(shownAfterStart(400s) == 0, "a new version within the week");
-    f.clock.advance(168h);
-    QCOMPARE(shownAfterStart(299s), 0);
-    QCOMPARE(shownAfterStart(300s), 1);
-    f.clock.advance(500h);
-    QVERIFY2(shownAfterStart(400s) == 0, "the same version once more");
+      f.clock.advance(length);
+      QCOMPARE(shown, shows);
+    }
   }
 
   void aDiskIsNearlyFullByItsShareOrByItsBytes() {
+    Fixture f;
+    FakeMountedVolumes volumes;
+    const auto isFull = [&] {
+      f.clock.advance(200h);
+      return PromoFreeSpaceChecker(volumes, f.defaults, f.clock, 432000s).isNeedShowLackOfMemoryWarning();
+    };
+    volumes.add(QStringLiteral("/data"), {});
     const std::tuple<double, double, bool> disks[] = {
         {500e9, 9e9, true},     {500e9, 25e9, false}, {200e9, 10e9, false}, {64e9, 3e9, true}, {100e9, 9e9, false},
         {100e9 + 1, 9e9, true}, {20e9, 1e9, false},   {1e6, 0, true},       {0, 0, false},
     };
     for (const auto& [size, freeSize, full] : disks) {
-      Fixture f;
-      FakeMountedVolumes volumes;
-      volumes.add(QStringLiteral("/data"), {static_cast<ByteCount>(size), static_cast<ByteCount>(freeSize)});
-      PromoFreeSpaceChecker checker(volumes, f.defaults, f.clock, 432000s);
-      QVERIFY2(checker.isNeedShowLackOfMemoryWarning() == full, qPrintable(QString::number(size)));
+      volumes.spaces[QStringLiteral("/data")] = {static_cast<ByteCount>(size), static_cast<ByteCount>(freeSize)};
+      QVERIFY2(isFull() == full, qPrintable(QString::number(size)));
     }
-  }
-
-  void onlyVolumesThatCanBeWrittenAndMeasuredCount() {
-    Fixture f;
-    FakeMountedVolumes volumes;
+    // Only those count that can be written and measured.
     const VolumeSpace full{64'000'000'000, 1};
+    volumes.mounted->clear();
     volumes.add(QStringLiteral("/cdrom"), full, false);
     volumes.add(QStringLiteral("/m"), full, true, QStringLiteral("mtmfs"));
     volumes.add(QStringLiteral("/gone"), full);
     volumes.spaces.remove(QStringLiteral("/gone"));
-    volumes.add(QStringLiteral("/"), {64'000'000'000, 1});
-    const auto check = [&] {
-      f.clock.advance(200h);
-      return PromoFreeSpaceChecker(volumes, f.defaults, f.clock, 432000s).isNeedShowLackOfMemoryWarning();
-    };
+    volumes.add(QStringLiteral("/"), full);
     volumes.startupDisk = QStringLiteral("50000000000");
-    QVERIFY2(!check(), "of the start-up disk the text counts");
+    QVERIFY2(!isFull(), "of the start-up disk the text counts");
     volumes.startupDisk = QStringLiteral("plenty");
-    QVERIFY2(check(), "a text that is no number is 0");
+    QVERIFY2(isFull(), "a text that is no number is 0");
     volumes.startupDisk.reset();
-    volumes.spaces[QStringLiteral("/")] = {64'000'000'000, 50'000'000'000};
-    QVERIFY2(!check(), "without a text the file system's own figure counts");
+    volumes.spaces[QStringLiteral("/")].freeSize = 50'000'000'000;
+    QVERIFY2(!isFull(), "without a text the file system's own figure counts");
     volumes.mounted.reset();
-    QVERIFY(!check());
+    QVERIFY(!isFull());
   }
 
   void theWarningComesOnceAnIntervalInRotatingTexts() {
     Fixture f;
+    f.store.setObject(stored_keys::testTimeBetweenRealDiskChecks, {59.9});
+    QCOMPARE(PromoSettings::LoadHalvardData(f.branding, f.store).TIME_BETWEEN_REAL_DISK_CHECKS, 59s);
+    f.store.removeObject(stored_keys::testTimeBetweenRealDiskChecks);
+    const auto interval = PromoSettings::LoadHalvardData(f.branding, f.store).TIME_BETWEEN_REAL_DISK_CHECKS;
     FakeMountedVolumes volumes;
     volumes.add(QStringLiteral("/data"), {64'000'000'000, 1'500'000'000});
-    const auto interval = [&f] {
-      return PromoSettings::LoadHalvardData(f.branding, f.store).TIME_BETWEEN_REAL_DISK_CHECKS;
-    };
-    PromoFreeSpaceChecker checker(volumes, f.defaults, f.clock, interval());
-    QCOMPARE(checker.getTimeToWaitBeforeShowLackOfMemoryWarning(), 0.0f);
+    PromoFreeSpaceChecker checker(volumes, f.defaults, f.clock, interval);
     FreeSpaceWarning warning(checker, f.defaults, f.userNotifications, f.clock);
     warning.start();
     QCOMPARE(checker.getTimeToWaitBeforeShowLackOfMemoryWarning(), 432000.0f);
@@ -250,14 +200,12 @@ class TestPromoRules : public QObject {
     QCOMPARE(f.userNotifications.delivered.size(), std::size_t{4});
     QSet<QString> texts;
     for (const UserNotification& notification : f.userNotifications.delivered) {
-      texts << notification.informativeText;
-      QVERIFY(notification.informativeText.contains(QLatin1String("1.5 GB")));
-      QVERIFY(notification.informativeText.contains(QLatin1String("/data")));
+      const QString& text = notification.informativeText;
+      texts << text;
+      QVERIFY2(text.contains(QLatin1String("1.5 GB")) && text.contains(QLatin1String("/data")), qPrintable(text));
       QVERIFY(notification.userInfo.value(promo_notifications::kNeedOpenDiskUsage).toBool());
     }
     QCOMPARE(texts.size(), FreeSpaceWarning::kTextCount);
-    f.store.setObject(stored_keys::testTimeBetweenRealDiskChecks, {59.9});
-    QCOMPARE(interval(), 59s);
   }
 };
 
