@@ -45,7 +45,6 @@ class TestCrashes : public QObject {
     signalRow("pipe", SIGPIPE, "writeToBrokenPipe");
     signalRow("alarm", SIGALRM, "waitForAlarm");
     signalRow("two-threads", SIGSEGV, "dereferenceNull");
-    signalRow("purge", SIGSEGV, "crashDuringPurge");
     signalRow("settings", SIGSEGV, "crashWhileSettingsAreWritten");
     QTest::newRow("exception") << QStringLiteral("Exception Reason: std::runtime_error: thrown on purpose\n\n")
                                << QStringLiteral("throwUncaught");
@@ -59,8 +58,7 @@ class TestCrashes : public QObject {
       QSKIP("AddressSanitizer replaces the allocator whose data this kind corrupts");
     CrashingChild child;
     const CrashingChild::End end = child.run({kind});
-    QVERIFY2(end.exited, end.errorOutput);
-    QCOMPARE(end.code, 0);
+    QVERIFY2(end.exited && end.code == 0, end.errorOutput);
     QTRY_VERIFY(child.processesLeft().empty());
     QCOMPARE(child.crashesCount(), 1);
     QCOMPARE(end.errorOutput.count("quit unexpectedly"), 1);
@@ -78,79 +76,57 @@ class TestCrashes : public QObject {
     const CrashingChild::End end = child.run({QStringLiteral("thread-exception")});
     QVERIFY(!end.exited);
     QCOMPARE(end.code, SIGABRT);
-    QVERIFY2(end.errorOutput.contains("prev is nil:1\n"), end.errorOutput);
-    QVERIFY2(end.errorOutput.contains("[Tessmar Fall Manager] Loaded.\n"), end.errorOutput);
-    QVERIFY2(end.errorOutput.contains("Exception occured NOT on main thread\n"), end.errorOutput);
-    QVERIFY2(end.errorOutput.contains("thrown on purpose"), end.errorOutput);
+    for (const char* line : {"prev is nil:1\n", "[Tessmar Fall Manager] Loaded.\n",
+                             "Exception occured NOT on main thread\n", "thrown on purpose"})
+      QVERIFY2(end.errorOutput.contains(line), end.errorOutput);
     QTRY_VERIFY(child.processesLeft().empty());
     QCOMPARE(child.crashesCount(), 0);
     QVERIFY(child.reports().isEmpty());
   }
 
-  void signalCodeChoosesTheEarlierAction_data() {
-    QTest::addColumn<QString>("kind");
-    QTest::addColumn<int>("calls");
-    QTest::newRow("the slot of the code") << QStringLiteral("code:3") << 1;
-    QTest::newRow("an empty slot") << QStringLiteral("code:11") << 0;
-    QTest::newRow("above the slots") << QStringLiteral("code:32") << 0;
-    QTest::newRow("negative") << QStringLiteral("code:-6") << 0;
-  }
-
-  void signalCodeChoosesTheEarlierAction() {
-    QFETCH(QString, kind);
-    QFETCH(int, calls);
-    CrashingChild child;
-    child.environment.insert(QStringLiteral("EARLIER_HANDLERS"), QStringLiteral("1"));
-    const CrashingChild::End end = child.run({kind});
-    QVERIFY(end.exited);
-    QCOMPARE(end.code, 0);
-    QCOMPARE(end.errorOutput.count("earlier action of signal 3\n"), calls);
-    QCOMPARE(child.crashesCount(), 1);
-    const QString line = QStringLiteral("Signal error. Code %1, errno 0, signo 11").arg(kind.mid(5));
-    QVERIFY2(onlyReport(child).contains(line), qPrintable(onlyReport(child)));
-  }
-
-  void earlierExceptionHandlerRunsFirst() {
+  void earlierHandlersRunFirst() {
+    // A signal's code chooses the slot of the earlier action.
+    for (const auto& [code, calls] : {std::pair(3, 1), {11, 0}, {32, 0}, {-6, 0}}) {
+      CrashingChild child;
+      child.environment.insert(QStringLiteral("EARLIER_HANDLERS"), QStringLiteral("1"));
+      const CrashingChild::End end = child.run({QStringLiteral("code:%1").arg(code)});
+      QVERIFY2(end.exited && end.code == 0, end.errorOutput);
+      QCOMPARE(end.errorOutput.count("earlier action of signal 3\n"), calls);
+      const QString line = QStringLiteral("Signal error. Code %1, errno 0, signo 11").arg(code);
+      QVERIFY2(onlyReport(child).contains(line), qPrintable(onlyReport(child)));
+    }
     CrashingChild child;
     child.environment.insert(QStringLiteral("EARLIER_HANDLERS"), QStringLiteral("1"));
     const CrashingChild::End end = child.run({QStringLiteral("exception")});
-    QVERIFY(end.exited);
-    QCOMPARE(end.code, 0);
+    QVERIFY2(end.exited && end.code == 0, end.errorOutput);
     QVERIFY(end.errorOutput.startsWith("earlier handler of exceptions\n"));
     QCOMPARE(child.crashesCount(), 1);
     // That it aborts is part of the exception and not a crash of its own.
     QVERIFY(onlyReport(child).contains(QStringLiteral("Exception Reason: std::runtime_error: thrown on purpose")));
   }
 
-  void crashWithoutWorkingReporterIsReportedInBareForm_data() {
-    QTest::addColumn<QByteArray>("script");
-    QTest::newRow("missing") << QByteArray();
-    QTest::newRow("ends at once") << QByteArray("exit 0");
-    QTest::newRow("hangs and says nothing") << QByteArray("exec sleep 60");
-  }
-
   void crashWithoutWorkingReporterIsReportedInBareForm() {
-    QFETCH(QByteArray, script);
-    CrashingChild child;
-    const QString reporter = child.homePath() + QStringLiteral("/reporter");
-    if (!script.isEmpty()) {
-      QFile file(reporter);
-      QVERIFY(file.open(QIODevice::WriteOnly));
-      file.write("#!/bin/sh\n" + script + '\n');
-      file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    // It is missing, ends at once, or hangs and says nothing.
+    for (const char* script : {"", "#!/bin/sh\nexit 0\n", "#!/bin/sh\nexec sleep 60\n"}) {
+      CrashingChild child;
+      QFile reporter(child.homePath() + QStringLiteral("/reporter"));
+      if (*script) {
+        QVERIFY(reporter.open(QIODevice::WriteOnly) && reporter.write(script) > 0);
+        reporter.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        reporter.close();
+      }
+      for (const char* kind : {"null", "exception"}) {
+        const CrashingChild::End end =
+            child.run({QString::fromLatin1(kind), reporter.fileName(), QStringLiteral("300")});
+        QVERIFY2(end.exited && end.code == 0, end.errorOutput);
+        QCOMPARE(end.errorOutput.count("quit unexpectedly"), 1);
+        QTRY_VERIFY(child.processesLeft().empty());
+      }
+      const QString reports = child.reports().join(QString());
+      for (const char* line : {"Signal error. Code 1, errno 0, signo 11, status 0",
+                               "Exception Reason: St13runtime_error: thrown on purpose"})
+        QVERIFY2(reports.contains(QString::fromLatin1(line)), qPrintable(reports));
     }
-    for (const QString& kind : {QStringLiteral("null"), QStringLiteral("exception")}) {
-      const CrashingChild::End end = child.run({kind, reporter, QStringLiteral("300")});
-      QVERIFY(end.exited);
-      QCOMPARE(end.code, 0);
-      QCOMPARE(end.errorOutput.count("quit unexpectedly"), 1);
-      QTRY_VERIFY(child.processesLeft().empty());
-    }
-    const QString reports = child.reports().join(QString());
-    QVERIFY2(reports.contains(QStringLiteral("Signal error. Code 1, errno 0, signo 11, status 0")),
-             qPrintable(reports));
-    QVERIFY2(reports.contains(QStringLiteral("Exception Reason: St13runtime_error: thrown on purpose")),
-             qPrintable(reports));
   }
 
   void crashNobodyCountedIsCountedAtTheNextStart() {
@@ -168,8 +144,7 @@ class TestCrashes : public QObject {
     CrashingChild child;
     child.environment.insert(QStringLiteral("XDG_STATE_HOME"), QStringLiteral("/proc/nowhere"));
     const CrashingChild::End end = child.run({QStringLiteral("null")});
-    QVERIFY(end.exited);
-    QCOMPARE(end.code, 0);
+    QVERIFY2(end.exited && end.code == 0, end.errorOutput);
     QVERIFY2(end.errorOutput.contains("the report cannot be written to /proc/nowhere/"), end.errorOutput);
     QCOMPARE(child.crashesCount(), 1);
   }

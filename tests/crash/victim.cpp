@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
-#include <latch>
 
 #include <signal.h>
 #include <sqlite3.h>
@@ -16,9 +15,6 @@
 #include "crash/crash_on_purpose.h"
 #include "crash/crash_report_files.h"
 #include "crash/tessmar_fall_manager.h"
-#include "memory/purge_manager.h"
-#include "platform/linux/procfs/linux_host_statistics.h"
-#include "platform/linux/purge/worker_purgeable_memory.h"
 #include "platform/linux/sqlite/sqlite_defaults_store.h"
 
 // A program that crashes as its tests ask: crash_victim KIND [REPORTER [SILENCE]]. Without arguments it leaves a mark
@@ -33,37 +29,6 @@ namespace {
   sqlite3* database = nullptr;
   sqlite3_open(defaultsFilePath(application_identity::kBundleIdentifier).toUtf8().constData(), &database);
   sqlite3_exec(database, "BEGIN IMMEDIATE; DELETE FROM defaults;", nullptr, nullptr, nullptr);
-  crashOnPurpose(CrashKind::nullDereference);
-}
-
-/// Lets a purge fill a few buffers and then keeps it waiting.
-class HeldUpReadings : public GuardReadingsSource {
- public:
-  std::optional<GuardReadings> read() override {
-    constexpr int buffers = 5;
-    if (++m_reads > buffers) {
-      reached.count_down();
-      for (;;)
-        pause();
-    }
-    constexpr ByteCount gibibyte = ByteCount{1} << 30;
-    return GuardReadings{16 * gibibyte, 8 * gibibyte, gibibyte, std::nullopt, std::chrono::steady_clock::now()};
-  }
-
-  std::latch reached{1};
-
- private:
-  int m_reads = 0;
-};
-
-[[gnu::noinline]] void crashDuringPurge() {
-  SystemClock clock;
-  LinuxHostStatistics host;
-  HeldUpReadings readings;
-  WorkerPurgeableMemory memory(readings, clock, HALVARD_BIN_DIR "/halvard-purge-worker");
-  PurgeManager purge(host, memory, clock);
-  purge.purgeWithCompletion([] {});
-  readings.reached.wait();
   crashOnPurpose(CrashKind::nullDereference);
 }
 
@@ -98,7 +63,6 @@ void earlierActionOfQuit(int) {
 void crash(const QString& kind) {
   if (kind.startsWith(QLatin1String("code:"))) return crashWithCode(kind.mid(5).toInt());
   if (kind == QLatin1String("settings")) return crashWhileSettingsAreWritten();
-  if (kind == QLatin1String("purge")) return crashDuringPurge();
   if (kind == QLatin1String("quiet")) return;
   if (kind == QLatin1String("grab")) return crashWithGrab();
   if (const auto known = crashKindNamed(kind)) crashOnPurpose(*known);
