@@ -66,27 +66,6 @@ struct Machine {
   FakeStandardFolders folders{QFile::encodeName(home.path())};
 };
 
-/// A file system mounted on a folder for the life of this object.
-class Mount {
- public:
-  Mount(const QString& folder, const QString& options) : m_folder(folder) {
-    QDir().mkpath(folder);
-    m_mounted = run({latin("mount"), latin("-t"), latin("tmpfs"), latin("-o"), options, latin("none"), folder});
-  }
-  ~Mount() {
-    if (m_mounted) run({latin("umount"), m_folder});
-  }
-  explicit operator bool() const { return m_mounted; }
-
- private:
-  static bool run(QStringList command) {
-    const QString program = command.takeFirst();
-    return ::geteuid() == 0 && QProcess::execute(program, command) == 0;
-  }
-  const QString m_folder;
-  bool m_mounted = false;
-};
-
 }  // namespace
 
 class TestMoveToApplications : public QObject {
@@ -104,20 +83,15 @@ class TestMoveToApplications : public QObject {
     QCOMPARE(programOfBundle(machine.bundle), machine.bundle + latin("/AppRun"));
   }
 
-  void nothingIsOfferedInsideAnyFolderForApplications_data() {
-    QTest::addColumn<QString>("bundle");
-    for (const char* path :
-         {"/usr/lib/halvard", "/usr/local/H.AppDir", "/snap/halvard/1", "/app/halvard", "/var/lib/flatpak/app/halvard",
-          "HOME/Applications/H.AppDir", "HOME/opt/tools/H.AppDir", "HOME/disk/H.AppDir"})
-      QTest::newRow(path) << latin(path);
-  }
   void nothingIsOfferedInsideAnyFolderForApplications() {
-    QFETCH(QString, bundle);
     Machine machine;
     // The folder of the machine is a link to another disk, say.
     QDir(machine.home.path()).mkdir(latin("disk"));
     QFile::link(machine.home.filePath(latin("disk")), machine.home.filePath(latin("opt")));
-    QCOMPARE(machine.offer(bundle.replace(latin("HOME"), machine.home.path())), std::nullopt);
+    for (const char* path :
+         {"/usr/lib/halvard", "/usr/local/H.AppDir", "/snap/halvard/1", "/app/halvard", "/var/lib/flatpak/app/halvard",
+          "HOME/Applications/H.AppDir", "HOME/opt/tools/H.AppDir", "HOME/disk/H.AppDir"})
+      QCOMPARE(machine.offer(latin(path).replace(latin("HOME"), machine.home.path())), std::nullopt);
     QCOMPARE(machine.offer(std::nullopt), std::nullopt);
     QCOMPARE(machine.alerts.shown.size(), 0U);
   }
@@ -163,29 +137,28 @@ class TestMoveToApplications : public QObject {
     QVERIFY(machine.store.objectForKey(stored_keys::suppressMoveToApplications) == StoredValue{true});
   }
 
-  void failingCopyIsToldAndLeavesNothing_data() {
-    QTest::addColumn<QString>("options");
-    QTest::addColumn<QString>("reason");
-    QTest::newRow("disk full") << latin("size=64k") << latin("No space left on device");
-    QTest::newRow("no permission") << latin("ro") << latin("Read-only file system");
-  }
   void failingCopyIsToldAndLeavesNothing() {
-    QFETCH(QString, options);
-    QFETCH(QString, reason);
-    Machine machine;
-    const Mount mount(machine.applications, options);
-    if (!mount) QSKIP("only root may mount a small file system");
-    if (options != latin("ro")) write(machine.applications + latin("/Halvard.AppDir/AppRun"), "old");
-    const QStringList before = names(machine.applications);
-    machine.alerts.answers = {{0, false}};
-    QCOMPARE(machine.offer(machine.bundle), std::nullopt);
-    QCOMPARE(machine.alerts.shown.size(), 2U);
-    QVERIFY(machine.alerts.shown[1].isCritical);
-    QVERIFY2(machine.alerts.shown[1].informativeText.contains(reason),
-             qPrintable(machine.alerts.shown[1].informativeText));
-    QCOMPARE(names(machine.applications), before);
-    if (!before.isEmpty()) QCOMPARE(read(machine.applications + latin("/Halvard.AppDir/AppRun")), QByteArray("old"));
-    QCOMPARE(machine.copies.events, QStringList());
+    for (const auto& [options, reason] :
+         {std::pair("size=64k", "No space left on device"), {"ro", "Read-only file system"}}) {
+      Machine machine;
+      QDir().mkpath(machine.applications);
+      const QStringList mount{latin("-t"),    latin("tmpfs"), latin("-o"),
+                              latin(options), latin("none"),  machine.applications};
+      if (::geteuid() != 0 || QProcess::execute(latin("mount"), mount) != 0)
+        QSKIP("only root may mount a small file system");
+      const auto unmount = qScopeGuard([&] { QProcess::execute(latin("umount"), {machine.applications}); });
+      const QString former = machine.applications + latin("/Halvard.AppDir/AppRun");
+      if (latin(options) != latin("ro")) write(former, "old");
+      const QStringList before = names(machine.applications);
+      machine.alerts.answers = {{0, false}};
+      QCOMPARE(machine.offer(machine.bundle), std::nullopt);
+      QCOMPARE(machine.alerts.shown.size(), 2U);
+      const Alert& told = machine.alerts.shown[1];
+      QVERIFY2(told.isCritical && told.informativeText.contains(latin(reason)), qPrintable(told.informativeText));
+      QCOMPARE(names(machine.applications), before);
+      if (!before.isEmpty()) QCOMPARE(read(former), QByteArray("old"));
+      QCOMPARE(machine.copies.events, QStringList());
+    }
   }
 };
 

@@ -51,16 +51,14 @@ class TestSharingServices : public QObject {
 
   void serviceThatDoesNotWorkHereIsNotOffered() {
     FakeWorkspace workspace;
-    QCOMPARE(SharingServices(workspace, Branding(), latin("Main")).available().size(), 0U);
+    QVERIFY(SharingServices(workspace, Branding(), latin("Main")).available().empty());
     SharingServices sharing(workspace, makerWithPages(), latin("Main"));
-    QCOMPARE(sharing.available().size(), 3U);
     workspace.missingSchemes = {latin("mailto")};
     QCOMPARE(sharing.available().size(), 2U);
-    QVERIFY(!sharing.share(Kind::Email));
+    QVERIFY(!sharing.share(Kind::Email) && workspace.opened.isEmpty());
     workspace.missingSchemes = {latin("https")};
     QCOMPARE(sharing.available().size(), 1U);
     QCOMPARE(sharing.available().front().title, latin("Email"));
-    QCOMPARE(workspace.opened.size(), 0);
   }
 };
 

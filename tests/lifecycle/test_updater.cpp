@@ -1,8 +1,9 @@
 #include <QtTest>
-#include <array>
 
 #include <sodium.h>
 
+#include "lifecycle/appcast.h"
+#include "lifecycle/update_signature.h"
 #include "lifecycle/updater.h"
 #include "platform/fake/fake_alert_presenter.h"
 #include "platform/fake/fake_clock.h"
@@ -17,35 +18,38 @@ using namespace std::chrono_literals;
 
 namespace {
 
-using Kind = TestWebServer::Answer::Kind;
+const QByteArray kPage = "https://example.com/get";
 
 QString latin(const char* text) {
   return QString::fromLatin1(text);
 }
 
+unsigned char* bytesOf(QByteArray& data) {
+  return reinterpret_cast<unsigned char*>(data.data());
+}
+
 /// A maker with a key of its own.
 struct Maker {
-  Maker() { crypto_sign_keypair(publicKey.data(), secretKey.data()); }
+  Maker() { crypto_sign_keypair(bytesOf(publicKey), bytesOf(secretKey)); }
 
-  QString publicKeyText() const {
-    return latin(QByteArray(reinterpret_cast<const char*>(publicKey.data()), publicKey.size()).toBase64().constData());
+  QString publicKeyText() const { return QString::fromLatin1(publicKey.toBase64()); }
+  QByteArray sign(const QByteArray& version, const QByteArray& page) {
+    QByteArray text = "halvard-update\n" + version + '\n' + page + '\n';
+    QByteArray signature(crypto_sign_BYTES, '\0');
+    const auto length = static_cast<unsigned long long>(text.size());
+    crypto_sign_detached(bytesOf(signature), nullptr, bytesOf(text), length, bytesOf(secretKey));
+    return signature.toBase64();
   }
-  QByteArray sign(const QByteArray& text) const {
-    std::array<unsigned char, crypto_sign_BYTES> signature{};
-    crypto_sign_detached(signature.data(), nullptr, reinterpret_cast<const unsigned char*>(text.constData()),
-                         static_cast<unsigned long long>(text.size()), secretKey.data());
-    return QByteArray(reinterpret_cast<const char*>(signature.data()), signature.size()).toBase64();
-  }
-  QByteArray item(const QByteArray& version, const QByteArray& page = "https://example.com/get") const {
-    return entry(version, page, sign("halvard-update\n" + version + '\n' + page + '\n'));
+  QByteArray item(const QByteArray& version, const QByteArray& page = kPage) {
+    return entry(version, page, sign(version, page));
   }
   static QByteArray entry(const QByteArray& version, const QByteArray& page, const QByteArray& signature) {
     return "<item><title>x</title><link>" + page + "</link><halvard:version>" + version +
            "</halvard:version><halvard:edSignature>" + signature + "</halvard:edSignature></item>";
   }
 
-  std::array<unsigned char, crypto_sign_PUBLICKEYBYTES> publicKey{};
-  std::array<unsigned char, crypto_sign_SECRETKEYBYTES> secretKey{};
+  QByteArray publicKey{crypto_sign_PUBLICKEYBYTES, '\0'};
+  QByteArray secretKey{crypto_sign_SECRETKEYBYTES, '\0'};
 };
 
 QByteArray feed(const QByteArray& items) {
@@ -61,6 +65,7 @@ void keepLine(QtMsgType, const QMessageLogContext&, const QString& line) {
 struct Desk {
   explicit Desk(const QString& key) : publicKey(key) {}
   UpdaterServices services() { return {store, fetcher, workspace, alerts, clock}; }
+  void publish(const QByteArray& body) { server.answer(latin("/feed.xml"), {.body = body}); }
 
   const QString publicKey;
   TestWebServer server;
@@ -80,79 +85,60 @@ class TestUpdater : public QObject {
  private Q_SLOTS:
   void initTestCase() { QVERIFY(sodium_init() >= 0); }
 
-  void badFeedChangesNothingAndIsOneLineOfTheLog_data() {
-    const Maker maker, other;
-    QTest::addColumn<QString>("key");
-    QTest::addColumn<QByteArray>("body");
-    QTest::addColumn<int>("kind");
-    QTest::addColumn<QString>("line");
-    const auto row = [&](const char* name, const QByteArray& body, const char* line, Kind kind = Kind::Whole) {
-      QTest::newRow(name) << maker.publicKeyText() << body << static_cast<int>(kind) << latin(line);
+  void onlyASignedNewerVersionCounts() {
+    Maker maker, other;
+    const std::pair<QByteArray, const char*> feeds[] = {
+        {feed(maker.item("1.9") + maker.item("1.10") + other.item("3.0") + maker.item("1.0")), "1.10"},
+        {feed(maker.item("2.0")).chopped(12), "it is no whole XML document"},
+        {"", "it is no whole XML document"},
+        {"<html/>", "it has no channel"},
+        {feed(Maker::entry("2.0", kPage, "")), "version 2.0 is not signed"},
+        {feed(other.item("2.0")), "version 2.0 is not signed with our key"},
+        {feed(Maker::entry("3.0", kPage, maker.sign("2.0", kPage))), "version 3.0 is not signed with our key"},
+        {feed(Maker::entry("2.0", "https://evil.example/", maker.sign("2.0", kPage))),
+         "version 2.0 is not signed with our key"},
+        {feed(maker.item("2.0", "http://example.com/get")), "nothing"},
+        {feed(maker.item("two")), "nothing"},
+        {feed(maker.item("1.1.9")), "nothing"},
+        {feed(maker.item("1.2")), "nothing"},
     };
-    const QByteArray good = feed(maker.item("2.0"));
-    row("truncated on the way", good, "", Kind::Truncated);
-    row("truncated", good.left(good.size() - 12), "it is no whole XML document");
-    row("empty", "", "it is no whole XML document");
-    row("another document", "<html/>", "it has no channel");
-    row("unsigned", feed(Maker::entry("2.0", "https://example.com/get", "")), "version 2.0 is not signed");
-    row("wrongly signed", feed(other.item("2.0")), "version 2.0 is not signed with our key");
-    row("signature of another version",
-        feed(Maker::entry("3.0", "https://example.com/get",
-                          maker.sign("halvard-update\n2.0\nhttps://example.com/get\n"))),
-        "version 3.0 is not signed with our key");
-    row("signature of another page",
-        feed(
-            Maker::entry("2.0", "https://evil.example/", maker.sign("halvard-update\n2.0\nhttps://example.com/get\n"))),
-        "version 2.0 is not signed with our key");
-    row("page without encryption", feed(maker.item("2.0", "http://example.com/get")), "nothing newer than 1.2");
-    row("no version", feed(maker.item("two")), "nothing newer than 1.2");
-    row("older", feed(maker.item("1.1.9")), "nothing newer than 1.2");
-    row("the same", feed(maker.item("1.2")), "nothing newer than 1.2");
-    row("huge", feed(maker.item("2.0") + QByteArray(1 << 20, ' ')), "");
-    row("endless", QByteArray(65536, '<'), "", Kind::Endless);
-  }
-  void badFeedChangesNothingAndIsOneLineOfTheLog() {
-    QFETCH(QString, key);
-    QFETCH(QByteArray, body);
-    QFETCH(int, kind);
-    QFETCH(QString, line);
-    Desk desk(key);
-    desk.server.answer(latin("/feed.xml"), {.body = body, .kind = static_cast<Kind>(kind)});
-    logged.clear();
-    const QtMessageHandler former = qInstallMessageHandler(keepLine);
-    desk.updater.setAutomaticallyChecksForUpdates(true);
-    QSignalSpy checked(&desk.updater, &Updater::checked);
-    desk.updater.resetUpdateCycle();
-    const bool ended = checked.wait(20000);
-    qInstallMessageHandler(former);
-    QVERIFY(ended);
-    QVERIFY2(logged.size() == 1, qPrintable(logged.join(QLatin1Char('|'))));
-    QVERIFY2(logged[0].startsWith(latin("update feed: ") + line), qPrintable(logged[0]));
-    QVERIFY(!logged[0].contains(QLatin1Char('\n')));
-    QCOMPARE(desk.alerts.shown.size(), 0U);
-    QCOMPARE(desk.workspace.opened.size(), 0);
-    QCOMPARE(desk.store.keys(), QStringList{stored_keys::updaterLastCheckDate});
+    const UpdateKey key = UpdateKey::fromBase64(maker.publicKeyText()).value();
+    for (const auto& [bytes, outcome] : feeds) {
+      const auto newest = newestUpdate(bytes, key, QVersionNumber(1, 2));
+      const QString version = newest && newest.value() ? newest.value()->version.toString() : latin("nothing");
+      QCOMPARE(newest ? version : newest.error().message, latin(outcome));
+    }
   }
 
-  void newestSignedVersionIsOfferedAndItsPageOpens() {
-    const Maker maker, other;
-    Desk desk(maker.publicKeyText());
-    desk.server.answer(latin("/feed.xml"),
-                       {.body = feed(maker.item("1.9") + maker.item("1.10", "https://example.com/a?b=1") +
-                                     other.item("3.0") + maker.item("1.0"))});
-    QSignalSpy checked(&desk.updater, &Updater::checked);
-    desk.alerts.answers = {{0, false}};
-    desk.updater.checkForUpdates();
-    QVERIFY(checked.wait(20000));
-    QCOMPARE(desk.alerts.shown.size(), 1U);
-    QCOMPARE(desk.alerts.shown[0].message, latin("Main 1.10 is available."));
-    QCOMPARE(desk.workspace.opened, QList<QUrl>{QUrl(latin("https://example.com/a?b=1"))});
+  void badFeedChangesNothingAndIsOneLineOfTheLog() {
+    Maker maker;
+    const std::pair<QByteArray, const char*> feeds[] = {
+        {"<html/>", "update feed: it has no channel"},
+        {feed(maker.item("1.2")), "update feed: nothing newer than 1.2"},
+        {feed(maker.item("2.0") + QByteArray(256 * 1024, ' ')), "update feed: "},
+    };
+    for (const auto& [body, line] : feeds) {
+      Desk desk(maker.publicKeyText());
+      desk.publish(body);
+      logged.clear();
+      const QtMessageHandler former = qInstallMessageHandler(keepLine);
+      desk.updater.setAutomaticallyChecksForUpdates(true);
+      QSignalSpy checked(&desk.updater, &Updater::checked);
+      desk.updater.resetUpdateCycle();
+      const bool ended = checked.wait(20000);
+      qInstallMessageHandler(former);
+      QVERIFY(ended);
+      QVERIFY2(logged.size() == 1, qPrintable(logged.join(QLatin1Char('|'))));
+      QVERIFY2(logged[0].startsWith(latin(line)) && !logged[0].contains(QLatin1Char('\n')), qPrintable(logged[0]));
+      QCOMPARE(desk.alerts.shown.size(), 0U);
+      QCOMPARE(desk.store.keys(), QStringList{stored_keys::updaterLastCheckDate});
+    }
   }
 
   void checksOnceADayAndOffersOnceARun() {
-    const Maker maker;
+    Maker maker;
     Desk desk(maker.publicKeyText());
-    desk.server.answer(latin("/feed.xml"), {.body = feed(maker.item("2.0"))});
+    desk.publish(feed(maker.item("2.0")));
     QSignalSpy checked(&desk.updater, &Updater::checked);
     desk.updater.resetUpdateCycle();
     QCOMPARE(desk.clock.pendingCalls(), 0U);
@@ -168,27 +154,29 @@ class TestUpdater : public QObject {
     QCOMPARE(desk.alerts.shown.size(), 1U);
     QCOMPARE(desk.workspace.opened.size(), 0);
     // The user asks: every answer is told.
+    desk.alerts.answers = {{0, false}};
     desk.updater.checkForUpdates();
     QTRY_COMPARE(desk.alerts.shown.size(), 2U);
-    desk.server.answer(latin("/feed.xml"), {.body = feed({})});
+    QCOMPARE(desk.alerts.shown.back().message, latin("Main 2.0 is available."));
+    QCOMPARE(desk.workspace.opened, QList<QUrl>{QUrl::fromEncoded(kPage)});
+    desk.publish(feed({}));
     desk.updater.checkForUpdates();
     QTRY_COMPARE(desk.alerts.shown.size(), 3U);
     QCOMPARE(desk.alerts.shown.back().message, latin("Main is up to date."));
   }
 
   void offWithoutAFeedOrAKey() {
-    const Maker maker;
-    for (const QString& key : {QString(), latin("c2hvcnQ="), maker.publicKeyText() + latin("!")}) {
-      Desk desk(key);
+    Maker maker;
+    const QString key = maker.publicKeyText();
+    for (const QString& bad : {QString(), latin("c2hvcnQ="), key + latin("!")}) {
+      Desk desk(bad);
       QVERIFY(!desk.updater.isOn());
       desk.updater.setAutomaticallyChecksForUpdates(true);
       desk.updater.resetUpdateCycle();
       desk.updater.checkForUpdates();
-      QCOMPARE(desk.clock.pendingCalls(), 0U);
-      QCOMPARE(desk.store.writes(), 0);
+      QVERIFY(desk.clock.pendingCalls() == 0 && desk.store.writes() == 0);
+      QVERIFY(!Updater(desk.services(), {}, key, latin("Main"), latin("1")).isOn());
     }
-    Desk desk(maker.publicKeyText());
-    QVERIFY(!Updater(desk.services(), {}, maker.publicKeyText(), latin("Main"), latin("1")).isOn());
   }
 };
 
