@@ -1,7 +1,6 @@
 #include <QtTest>
 
 #include "login/run_at_login_manager.h"
-#include "platform/fake/fake_defaults_store.h"
 #include "platform/fake/fake_distributed_notification_center.h"
 #include "platform/fake/fake_login_item_service.h"
 
@@ -36,63 +35,47 @@ class TestRunAtLoginManager : public QObject {
   Q_OBJECT
 
  private Q_SLOTS:
-  void jobCountsAsLoginItemByItsKeys_data() {
-    QTest::addColumn<JobDescription>("description");
-    QTest::addColumn<bool>("counts");
-    const StoredValue pid{std::int64_t{5}};
-    const StoredValue arguments{StoredValue::Array{{latin("a")}}};
-    const auto row = [](const char* name, JobDescription description, bool counts) {
-      QTest::newRow(name) << description << counts;
-    };
-    row("nothing", {}, true);
-    row("not running", job({{"ProgramArguments", arguments}}), true);
-    row("running without arguments", job({{"PID", pid}}), true);
-    row("running", job({{"PID", pid}, {"ProgramArguments", arguments}}), false);
-    row("running with transactions",
-        job({{"PID", pid}, {"ProgramArguments", arguments}, {"EnableTransactions", {false}}}), true);
-    const auto onDemand = [&](const char* name, StoredValue value, bool counts) {
-      row(name, job({{"PID", pid}, {"ProgramArguments", arguments}, {"OnDemand", value}}), counts);
-    };
-    onDemand("not on demand", {std::int64_t{0}}, true);
-    onDemand("false", {false}, true);
-    onDemand("real zero", {0.0}, true);
-    onDemand("nearly zero", {0.5}, false);
-    onDemand("on demand", {true}, false);
-    onDemand("text", {latin("0")}, false);
-  }
-
   void jobCountsAsLoginItemByItsKeys() {
-    QFETCH(JobDescription, description);
-    QTEST(LoginItem::jobIsSandboxed(description), "counts");
+    JobDescription running = job({{"PID", {std::int64_t{5}}}});
+    QVERIFY(LoginItem::jobIsSandboxed({}));
+    QVERIFY(LoginItem::jobIsSandboxed(running));
+    running[latin("ProgramArguments")] = {StoredValue::Array{}};
+    QVERIFY(!LoginItem::jobIsSandboxed(running));
+    const std::pair<StoredValue, bool> onDemand[] = {
+        {{std::int64_t{0}}, true}, {{false}, true},      {{0.0}, true}, {{0.5}, false},
+        {{true}, false},           {{latin("0")}, false}};
+    for (const auto& [value, counts] : onDemand) {
+      running[latin("OnDemand")] = value;
+      QCOMPARE(LoginItem::jobIsSandboxed(running), counts);
+    }
+    running[latin("EnableTransactions")] = {false};
+    QVERIFY(LoginItem::jobIsSandboxed(running));
+    running.erase(latin("PID"));
+    running.erase(latin("EnableTransactions"));
+    QVERIFY(LoginItem::jobIsSandboxed(running));
   }
 
   void itemTakesTheIdentityOfItsBundleElseItsLabel() {
     FakeLoginItemService service;
-    const JobDescription inBundle =
-        job({{"Label", {latin("label")}}, {"Program", {latin("/apps/Helper.app/Contents/MacOS/helper")}}});
-    const auto item = [&] { return LoginItem::itemFromServiceManagementDictionary(inBundle, service); };
-    QCOMPARE(item().bundleIdentifier, latin("label"));
-    QVERIFY(!item().executablePath && !item().applicationName);
-
-    const QString folder = latin("/apps/Helper.app");
-    service.bundles[folder] = {std::nullopt, latin("Helper")};
-    QCOMPARE(item().bundleIdentifier, latin("label"));
-    QVERIFY(!item().executablePath);
-    QCOMPARE(item().applicationName, latin("Helper"));
-
-    service.bundles[folder] = {latin("com.example.helper"), std::nullopt};
-    QCOMPARE(item().bundleIdentifier, latin("com.example.helper"));
-    QCOMPARE(item().executablePath, latin("/apps/Helper.app/Contents/MacOS/helper"));
-    QVERIFY(!item().applicationName);
-
+    service.bundles[latin("/named")] = {std::nullopt, latin("Helper")};
+    service.bundles[latin("/known")] = {latin("com.example.helper"), std::nullopt};
     service.bundles[latin("/")] = {latin("root"), std::nullopt};
-    const auto identifierOf = [&](const JobDescription& description) {
-      return LoginItem::itemFromServiceManagementDictionary(description, service).bundleIdentifier;
+    const std::pair<StoredValue, const char*> programs[] = {
+        {{latin("/absent/Contents/MacOS/helper")}, "label|-|-"},
+        {{latin("/named/Contents/MacOS/helper")}, "label|-|Helper"},
+        {{latin("/known/Contents/MacOS/helper")}, "com.example.helper|/known/Contents/MacOS/helper|-"},
+        {{latin("/usr/bin/a")}, "root|/usr/bin/a|-"},
+        {{latin("/a")}, "root|/a|-"},
+        {{true}, "label|-|-"},
     };
-    QCOMPARE(identifierOf(job({{"Program", {latin("/usr/bin/a")}}})), latin("root"));
-    QCOMPARE(identifierOf(job({{"Program", {latin("/a")}}})), latin("root"));
-    QCOMPARE(identifierOf(job({{"Label", {latin("no program")}}})), latin("no program"));
-    QCOMPARE(identifierOf(job({{"Program", {true}}})), QString());
+    const QString none = latin("-");
+    for (const auto& [program, identity] : programs) {
+      const LoginItem item = LoginItem::itemFromServiceManagementDictionary(
+          job({{"Label", {latin("label")}}, {"Program", program}}), service);
+      const QStringList parts{item.bundleIdentifier, item.executablePath.value_or(none),
+                              item.applicationName.value_or(none)};
+      QCOMPARE(parts.join(QLatin1Char('|')), latin(identity));
+    }
   }
 
   void itemsKeepThePlatformsOrderWithoutItsOwnJobs() {
@@ -132,41 +115,27 @@ class TestRunAtLoginManager : public QObject {
     QCOMPARE(failures, 2);
   }
 
-  void modelSwitchesItOnWithoutCaringForFailure() {
-    Fixture f;
-    FakeDefaultsStore store;
-    PreferencesModel model(store, f.manager);
-    model.turnOnAutoStartAndAutoFree();
-    QVERIFY(f.manager.isEnabledToAutoLaunchWithHelperApp() && model.autoFreeUpMemory().value());
-    f.service.refuses = true;
-    model.autoFreeUpMemory().setValue(false);
-    model.turnOnAutoStartAndAutoFree();
-    QVERIFY(model.autoFreeUpMemory().value());
-  }
-
   void runningLauncherIsNoticedAndTerminatedOnRequest() {
     Fixture f;
-    QVERIFY(!f.manager.wasAutolaunchedWithHelperApp());
-    QVERIFY(!f.manager.checkWasAutolaunchedWithHelperApp_AutoTerminateHelper(true));
-    QVERIFY(f.notifications.posted.empty());
-    f.service.running << launcherIdentifier;
-    QVERIFY(f.manager.checkWasAutolaunchedWithHelperApp_AutoTerminateHelper(false));
-    QVERIFY(f.manager.wasAutolaunchedWithHelperApp() && f.notifications.posted.empty());
-    QVERIFY(f.manager.checkWasAutolaunchedWithHelperApp_AutoTerminateHelper(true));
-    using Posted = FakeDistributedNotificationCenter::Posted;
-    QCOMPARE(f.notifications.posted, (std::vector<Posted>{{latin("TERMINATEHELPER"), mainIdentifier}}));
-    f.service.running.clear();
-    QVERIFY(!f.manager.checkWasAutolaunchedWithHelperApp_AutoTerminateHelper(true));
-    QVERIFY(!f.manager.wasAutolaunchedWithHelperApp());
+    const std::tuple<bool, bool, std::size_t> checks[] = {
+        {false, true, 0}, {true, false, 0}, {true, true, 1}, {false, true, 1}};
+    for (const auto& [runs, terminates, requests] : checks) {
+      f.service.running = runs ? QStringList{launcherIdentifier} : QStringList();
+      QCOMPARE(f.manager.checkWasAutolaunchedWithHelperApp_AutoTerminateHelper(terminates), runs);
+      QCOMPARE(f.manager.wasAutolaunchedWithHelperApp(), runs);
+      QCOMPARE(f.notifications.posted.size(), requests);
+    }
+    const FakeDistributedNotificationCenter::Posted request{latin("TERMINATEHELPER"), mainIdentifier};
+    QCOMPARE(f.notifications.posted.front(), request);
   }
 
   void olderEntryIsFoundByLocationAndToggled() {
     Fixture f;
     f.service.sessionItems = {{latin("1"), mainProgram}, {latin("2"), latin("/other")}, {latin("3"), mainProgram}};
-    QCOMPARE(f.manager.itemRefInLoginItems()->reference, latin("3"));
-    f.manager.toggleLaunchAtLoginValue_WithoutHelperApp();
-    QCOMPARE(f.manager.itemRefInLoginItems()->reference, latin("1"));
-    f.manager.toggleLaunchAtLoginValue_WithoutHelperApp();
+    for (const char* reference : {"3", "1"}) {
+      QCOMPARE(f.manager.itemRefInLoginItems()->reference, latin(reference));
+      f.manager.toggleLaunchAtLoginValue_WithoutHelperApp();
+    }
     QVERIFY(!f.manager.isLaunchAtStartup());
     f.manager.toggleLaunchAtLoginValue_WithoutHelperApp();
     QVERIFY(f.manager.isLaunchAtStartup());
