@@ -1,11 +1,37 @@
 #include "core/clock.h"
 
+#include <QBasicTimer>
 #include <QObject>
 #include <QTimer>
+#include <QTimerEvent>
 #include <condition_variable>
+#include <limits>
 #include <mutex>
 
 namespace halvard {
+namespace {
+
+/// Goes with its context, or once it has called. A timer without the signal and the slot of QTimer's single shots.
+class DelayedCall : public QObject {
+ public:
+  DelayedCall(std::chrono::milliseconds delay, QObject* context, Clock::Action action)
+      : QObject(context), m_action(std::move(action)) {
+    m_timer.start(static_cast<int>(delay.count()), Qt::CoarseTimer, this);
+  }
+
+ protected:
+  void timerEvent(QTimerEvent*) override {
+    const Clock::Action action = std::move(m_action);
+    delete this;  // first, because the action may end the context
+    action();
+  }
+
+ private:
+  Clock::Action m_action;
+  QBasicTimer m_timer;
+};
+
+}  // namespace
 
 ScheduledCall::ScheduledCall(Clock& clock) : m_clock(clock) {}
 
@@ -37,7 +63,11 @@ std::chrono::steady_clock::time_point SystemClock::monotonicNow() const {
 }
 
 void SystemClock::callAfter(std::chrono::milliseconds delay, QObject* context, Action action) {
-  QTimer::singleShot(delay, Qt::CoarseTimer, context, std::move(action));
+  if (delay.count() > 0 && delay.count() <= std::numeric_limits<int>::max()) {
+    new DelayedCall(delay, context, std::move(action));
+  } else {
+    QTimer::singleShot(delay, Qt::CoarseTimer, context, std::move(action));
+  }
 }
 
 void SystemClock::sleepFor(std::chrono::milliseconds duration, std::stop_token stop) {

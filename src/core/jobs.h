@@ -65,6 +65,19 @@ class JobQueue {
     return Job(state);
   }
 
+  /// Runs `work(std::stop_token)` on a thread of the queue and tells nobody: the thread of `owner` need not wake up.
+  /// Runs in any case; when `owner` has gone or the queue goes, with a token that says so. Call it on the thread of
+  /// `owner`.
+  template <class Work>
+  Job runSilently(QObject* owner, Work work) {
+    auto state = makeState(owner);
+    m_pool.start([state, work = std::move(work)]() mutable {
+      work(state->stop.get_token());
+      finish(*state);
+    });
+    return Job(state);
+  }
+
  private:
   std::shared_ptr<Job::State> makeState(QObject* owner);
 

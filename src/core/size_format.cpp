@@ -20,6 +20,26 @@ QString trimmedDecimal(double value, int maximumDigits) {
   return text;
 }
 
+constexpr double kNextUnitFrom = 1000.0;
+constexpr std::array kUnits{"KB", "MB", "GB", "TB"};
+
+/// A count of 1000 bytes or more with three digits, by steps of 1024.
+struct InUnit {
+  double value;
+  std::size_t unit;  // of kUnits
+  int decimals;
+};
+
+InUnit inUnit(std::int64_t bytes, double nextUnitFrom) {
+  double value = static_cast<double>(bytes) / 1024.0;
+  std::size_t unit = 0;
+  while (value >= nextUnitFrom && unit + 1 < kUnits.size()) {
+    value /= 1024.0;
+    ++unit;
+  }
+  return {value, unit, value < 10 ? 2 : value < 100 ? 1 : 0};
+}
+
 struct Scaled {
   double value;
   std::size_t divisions;
@@ -46,20 +66,33 @@ QString plainBytes(ByteCount bytes) {
 }  // namespace
 
 QString stringFromSize(std::int64_t bytes) {
-  return stringFromSize(bytes, 1000.0);
+  return stringFromSize(bytes, kNextUnitFrom);
 }
 
 QString stringFromSize(std::int64_t bytes, double nextUnitFrom) {
   if (bytes <= 999) return QString::number(bytes) + QStringLiteral(" bytes");
-  static constexpr std::array units{"KB", "MB", "GB", "TB"};
-  double value = static_cast<double>(bytes) / 1024.0;
-  std::size_t unit = 0;
-  while (value >= nextUnitFrom && unit + 1 < units.size()) {
-    value /= 1024.0;
-    ++unit;
-  }
-  const int decimals = value < 10 ? 2 : value < 100 ? 1 : 0;
-  return QString::asprintf("%1.*f %s", decimals, value, units.at(unit));
+  const InUnit size = inUnit(bytes, nextUnitFrom);
+  return QString::asprintf("%1.*f %s", size.decimals, size.value, kUnits.at(size.unit));
+}
+
+bool ChangingSize::set(std::int64_t bytes) {
+  if (bytes >= m_least && bytes <= m_most) return false;
+  m_text = stringFromSize(bytes);
+  m_least = m_most = bytes;
+  if (bytes <= 999) return true;
+  // Whatever rounds to the same last digit; a little less, so that the rounding of a half does not matter, and not
+  // beyond 1, 10, 100 and 1000 units, where the digits are others.
+  const InUnit size = inUnit(bytes, kNextUnitFrom);
+  const double lastDigit = std::pow(10, -size.decimals);
+  const double shown = std::round(size.value / lastDigit) * lastDigit;
+  const double unit = std::pow(1024.0, static_cast<double>(size.unit + 1));
+  const double decade = std::pow(10, std::floor(std::log10(size.value)));
+  const auto least = static_cast<std::int64_t>(std::ceil(std::max(shown - 0.49 * lastDigit, decade) * unit));
+  const auto most = static_cast<std::int64_t>(std::floor(std::min(shown + 0.49 * lastDigit, 9.99 * decade) * unit));
+  if (bytes < least || bytes > most) return true;
+  m_least = least;
+  m_most = most;
+  return true;
 }
 
 QString stringFromDifference(std::int64_t bytes) {

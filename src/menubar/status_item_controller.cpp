@@ -22,7 +22,11 @@ void StatusItemController::updateStatusItem(const MemorySnapshot& snapshot) {
   const QString icon = gaugeIconName(gaugeStep(static_cast<float>(snapshot.usedFraction())));
   m_item.setImage(icon);
   m_item.setAlternateImage(icon);
-  m_item.setToolTip(status_item_text::toolTip(snapshot, m_displayName));
+  const bool usedMoved = m_usedSize.set(static_cast<std::int64_t>(snapshot.calculateUsedSize()));
+  const bool freeMoved = m_freeSize.set(static_cast<std::int64_t>(snapshot.calculateFreeSize()));
+  if (usedMoved || freeMoved) {
+    m_item.setToolTip(status_item_text::toolTip(m_displayName, m_usedSize.text(), m_freeSize.text()));
+  }
 }
 
 void StatusItemController::fillTitle(const MemorySnapshot& snapshot) {

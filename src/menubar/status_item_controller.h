@@ -3,6 +3,8 @@
 #include <QObject>
 #include <QString>
 
+#include "core/size_format.h"
+
 namespace halvard {
 
 class Appearance;
@@ -36,6 +38,8 @@ class StatusItemController : public QObject {
   Appearance& m_appearance;
   PreferencesModel& m_preferences;
   QString m_displayName;
+  size_format::ChangingSize m_usedSize;  // of the tool tip
+  size_format::ChangingSize m_freeSize;
 };
 
 }  // namespace halvard

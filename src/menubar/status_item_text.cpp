@@ -1,6 +1,7 @@
 #include "menubar/status_item_text.h"
 
 #include <QCoreApplication>
+#include <cmath>
 
 #include "core/size_format.h"
 #include "memory/memory_snapshot.h"
@@ -26,7 +27,7 @@ QString title(const MemorySnapshot& snapshot, std::int64_t visionIndex) {
     case 1: {
       const double fraction = snapshot.usedFraction();
       if (fraction >= 0.995) return QStringLiteral("100%");
-      return QString::asprintf(" %2.0f%c ", fraction * 100, '%');
+      return QStringLiteral(" %1% ").arg(static_cast<int>(std::nearbyint(fraction * 100)), 2);
     }
     case 2:
       return sizeText(snapshot.calculateUsedSize());
@@ -45,9 +46,8 @@ AttributedTitle attributedAlternateTitle(const QString& text) {
   return {text, kWhite};
 }
 
-QString toolTip(const MemorySnapshot& snapshot, const QString& displayName) {
-  return tr("%1\nUsed Memory: %2\nFree Memory: %3")
-      .arg(displayName, sizeText(snapshot.calculateUsedSize()), sizeText(snapshot.calculateFreeSize()));
+QString toolTip(const QString& displayName, const QString& usedSize, const QString& freeSize) {
+  return tr("%1\nUsed Memory: %2\nFree Memory: %3").arg(displayName, usedSize, freeSize);
 }
 
 QString information(const MemorySnapshot& snapshot) {

@@ -21,7 +21,7 @@ AttributedTitle attributedTitle(const QString& text, bool onDarkBar);
 AttributedTitle attributedAlternateTitle(const QString& text);
 
 /// Three lines: the program's name, used and free memory.
-QString toolTip(const MemorySnapshot& snapshot, const QString& displayName);
+QString toolTip(const QString& displayName, const QString& usedSize, const QString& freeSize);
 
 /// The information line of the menu: "57.43% of 15.6 GB used".
 QString information(const MemorySnapshot& snapshot);

@@ -34,8 +34,15 @@ void ProcessTracker::scheduleStep() {
 }
 
 void ProcessTracker::updateInfo() {
+  takeList();
   processTerminatedApps();
-  m_processes.getTopProcessCompletion(&m_context, [this](const ApplicationList& list) { keepLargeOnes(*list); });
+  if (!m_list.valid()) m_list = m_processes.getTopProcess();
+}
+
+// Not when it arrives: that would wake this thread a second time for what is looked at in the next step only.
+void ProcessTracker::takeList() {
+  if (!m_list.valid() || m_list.wait_for(std::chrono::seconds(0)) != std::future_status::ready) return;
+  if (const ApplicationList list = m_list.get()) keepLargeOnes(*list);
 }
 
 void ProcessTracker::keepLargeOnes(const ApplicationEntries& list) {

@@ -2,6 +2,7 @@
 
 #include <QObject>
 #include <chrono>
+#include <future>
 #include <vector>
 
 #include "core/clock.h"
@@ -34,7 +35,8 @@ class ProcessTracker {
   void stopTrackingHugeProcesses();
   bool isTracking() const { return m_timerUpdateInfo.isPending(); }
 
-  /// One step: looks which of the large applications have quit, then asks for a new list.
+  /// One step: takes the list asked for in the step before, looks which of its large applications have quit, and asks
+  /// for a new one.
   void updateInfo();
   /// Announces, or schedules to, when the largest of those found last that have quit was large enough.
   void processTerminatedApps();
@@ -48,12 +50,14 @@ class ProcessTracker {
  private:
   void scheduleStep();
   void performDelayedPurge();
+  void takeList();
   void keepLargeOnes(const ApplicationEntries& list);
 
   ProcessesManager& m_processes;
   NotificationCenter& m_notifications;
   Clock& m_clock;
   QObject m_context;
+  std::future<ApplicationList> m_list;                     // asked for, not yet taken
   std::optional<ApplicationEntries> m_lastFoundProcesses;  // none before the first list
   ScheduledCall m_timerUpdateInfo;
   ScheduledCall m_timerPurge;

@@ -45,6 +45,15 @@ void ProcessesManager::getTopProcessCompletion(QObject* context, Completion comp
       context, [this](std::stop_token) { return buildList(); }, std::move(completion));
 }
 
+std::future<ApplicationList> ProcessesManager::getTopProcess() {
+  auto promise = std::make_shared<std::promise<ApplicationList>>();
+  std::future<ApplicationList> list = promise->get_future();
+  m_queue.runSilently(&m_context, [this, promise](std::stop_token stop) {
+    promise->set_value(stop.stop_requested() ? nullptr : buildList());
+  });
+  return list;
+}
+
 void ProcessesManager::getTopFiveProcessCompletion(QObject* context, Completion completion) {
   getTopProcessCompletion(context, [context, completion = std::move(completion)](ApplicationList list) {
     if (list->size() > kTopFive)
@@ -71,6 +80,7 @@ ApplicationList ProcessesManager::buildList() {
   m_ancestry.update(processes);
   m_applications.update(processes);
   Lists lists;
+  lists.own = m_applications.currentApplication();
   for (const ProcessRecord& process : processes)
     place(process, lists);
   for (const Helper& helper : lists.helpers)
@@ -81,7 +91,7 @@ ApplicationList ProcessesManager::buildList() {
 }
 
 void ProcessesManager::place(const ProcessRecord& process, Lists& lists) {
-  if (process.pid == m_applications.currentApplication()) return;
+  if (process.pid == lists.own) return;
   if (process.residentBytes) lists.lastSize = *process.residentBytes;
   auto app = m_applications.runningApplicationWithProcessIdentifier(process.pid);
   if (!app) {

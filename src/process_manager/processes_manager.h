@@ -4,6 +4,7 @@
 #include <QObject>
 #include <chrono>
 #include <functional>
+#include <future>
 #include <vector>
 
 #include "core/clock.h"
@@ -26,6 +27,8 @@ class ProcessesManager {
   /// Builds the list and calls `completion` with it, never null, on the thread of `context`, which is the calling one.
   /// Dropped when `context` is destroyed before.
   void getTopProcessCompletion(QObject* context, Completion completion);
+  /// The same list for who comes for it later: nobody is woken when it is there. Null when this object has gone before.
+  std::future<ApplicationList> getTopProcess();
   /// The same, with the first five entries at most.
   void getTopFiveProcessCompletion(QObject* context, Completion completion);
 
@@ -52,6 +55,7 @@ class ProcessesManager {
     ApplicationEntries apps;
     std::vector<Helper> helpers;
     ByteCount lastSize = 0;
+    std::int32_t own = 0;  // pid of this program, which is on no list
   };
 
   // On the queue.

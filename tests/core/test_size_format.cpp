@@ -88,6 +88,23 @@ class TestSizeFormat : public QObject {
     QCOMPARE(formatMemoryStringDot0NSnum(QVariant(1'500'000)), QStringLiteral("1.5 MB"));
     QCOMPARE(formatMemoryStringDot1NSnum(QVariant(Q_UINT64_C(2'000'000'000))), QStringLiteral("2 GB"));
   }
+
+  void aChangingSizeHasTheTextOfEveryCount() {
+    // Around every edge of the text: the last digit, the decimals and the unit.
+    for (const double edge : {999.0, 1023.0, 1.005e3 * 1.024, 9.995 * 1024, 99.95 * 1024, 999.5 * 1024, 1000.0 * 1024,
+                              1.045 * 1048576, 22.15 * 1073741824, 999.5 * 1073741824, 1234.5 * 1099511627776.0}) {
+      ChangingSize size;
+      for (std::int64_t bytes = std::int64_t(edge) - 300; bytes < std::int64_t(edge) + 300; bytes += 7) {
+        const QString before = size.text();
+        if (!size.set(bytes)) QCOMPARE(size.text(), before);
+        QCOMPARE(size.text(), stringFromSize(bytes));
+      }
+    }
+    ChangingSize size;
+    size.set(540'000'000);
+    QVERIFY(!size.set(540'100'000));
+    QVERIFY(size.set(541'000'000));
+  }
 };
 
 QTEST_GUILESS_MAIN(TestSizeFormat)

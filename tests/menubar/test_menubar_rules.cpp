@@ -80,6 +80,7 @@ class TestMenubarRules : public QObject {
     QCOMPARE(item.image.value, QStringLiteral("icon_start"));
     QCOMPARE(item.toolTip.value, QStringLiteral("Free System Memory"));
     const Reading reading(kTotalPages / 4);
+    controller.updateStatusItem(Reading(kTotalPages / 2).snapshot);
     controller.updateStatusItem(reading.snapshot);
     controller.fillTitle(reading.snapshot);
     QCOMPARE(item.image.value, QStringLiteral("icon_memory_25"));

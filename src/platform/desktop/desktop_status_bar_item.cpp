@@ -9,8 +9,8 @@ namespace halvard {
 namespace {
 
 constexpr std::chrono::milliseconds kPatience{1000};
-/// Between two texts of the tool tip.
-constexpr std::chrono::seconds kToolTipPause{5};
+/// Between two texts of the tool tip: hosts fetch all pictures of the item anew with each.
+constexpr std::chrono::seconds kToolTipPause{10};
 
 }  // namespace
 

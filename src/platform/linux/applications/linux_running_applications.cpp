@@ -38,7 +38,7 @@ std::int32_t LinuxRunningApplications::currentApplication() const {
 
 void LinuxRunningApplications::update(const std::vector<ProcessRecord>& processes) {
   bool changed = refreshFacts(processes);
-  std::vector<ApplicationWindow> windows = m_display->windows();
+  std::vector<ApplicationWindow> windows = changed ? m_display->windows() : m_display->rememberedWindows();
   changed = changed || windows != m_windows;
   m_windows = std::move(windows);
   std::shared_ptr<const ApplicationIndex> index = m_installed.current();

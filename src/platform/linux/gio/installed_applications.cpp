@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <optional>
+#include <utility>
 
 #include <gio/gdesktopappinfo.h>
 #include <gio/gio.h>
@@ -95,13 +96,13 @@ EntryFolders EntryFolders::ofUser() {
 }
 
 struct InstalledApplications::Folder {
-  QString path;
+  QByteArray path;
   timespec changed{};
   ino_t node = 0;  // 0: does not exist
 
-  explicit Folder(const QString& folder) : path(folder) {
+  explicit Folder(QByteArray folder) : path(std::move(folder)) {
     struct stat status {};
-    if (::stat(QFile::encodeName(path).constData(), &status) != 0) return;
+    if (::stat(path.constData(), &status) != 0) return;
     changed = status.st_mtim;
     node = status.st_ino;
   }
@@ -121,7 +122,7 @@ bool InstalledApplications::hasChanged() const {
 // The id of an entry in a sub-folder is its path with dashes: "kde/konsole.desktop" is "kde-konsole".
 void InstalledApplications::readFolder(const QString& path, const QString& idPrefix,
                                        std::vector<InstalledApplication>& entries) {
-  m_read.emplace_back(path);
+  m_read.emplace_back(QFile::encodeName(path));
   const QDir directory(path);
   for (const QString& name : directory.entryList({QStringLiteral("*.desktop")}, QDir::Files, QDir::Name)) {
     auto entry = readFile(directory.filePath(name));

@@ -33,7 +33,7 @@ std::optional<TaskTimes> LinuxProcessInformation::taskTimes(std::int32_t pid) {
   const auto line = parseStatLine(directory.read(pid, "stat", buffer));
   if (!line) return std::nullopt;
   const std::uint64_t tick = kNanosecondsPerSecond / static_cast<std::uint64_t>(::sysconf(_SC_CLK_TCK));
-  return TaskTimes{line->activity.userTicks * tick, line->activity.systemTicks * tick};
+  return TaskTimes{line->userTicks * tick, line->systemTicks * tick};
 }
 
 }  // namespace halvard

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <utility>
 
 #include <sys/resource.h>
@@ -38,21 +39,46 @@ std::size_t LinuxProcessTable::affordableDescriptors() {
 }
 
 std::size_t LinuxProcessTable::keptDescriptors() const {
-  std::size_t count = 0;
-  for (const Slot& slot : m_slots)
-    count += slot.stat ? 1 : 0;
-  return count;
+  return static_cast<std::size_t>(std::ranges::count_if(m_slots, [](const Slot& slot) { return bool(slot.memory); }));
 }
 
 void LinuxProcessTable::releaseDescriptors() {
   for (Slot& slot : m_slots)
-    slot.stat.reset();
+    slot.memory.reset();
+}
+
+// 0 when that is not to be had.
+std::int32_t LinuxProcessTable::lastGivenPid() {
+  if (!m_lastPidIsBelievable) return 0;
+  if (!m_loadAverage) m_loadAverage = m_directory.open("loadavg");
+  std::string_view text = readFromStart(m_loadAverage.get(), m_buffer);
+  while (!text.empty() && text.back() == '\n')
+    text.remove_suffix(1);
+  std::int32_t pid = 0;
+  const std::size_t blank = text.rfind(' ');
+  if (blank == text.npos) return 0;
+  std::from_chars(text.data() + blank + 1, text.data() + text.size(), pid);
+  return pid;
+}
+
+int LinuxProcessTable::list() {
+  // Before the listing: who is given a pid meanwhile is not to be missed the next time.
+  const std::int32_t last = lastGivenPid();
+  const bool nobodyIsNew = last != 0 && last == m_listedAt;
+  if (nobodyIsNew && m_pass % kListingPasses != 0) return 0;
+  const std::vector<ProcessEntry> before = std::exchange(m_entries, {});
+  const int error = m_directory.list(m_entries);
+  m_listedAt = error ? 0 : last;
+  // Somebody new under an old count: this /proc counts for others than it lists.
+  if (nobodyIsNew && !std::ranges::includes(before, m_entries, {}, &ProcessEntry::pid, &ProcessEntry::pid))
+    m_lastPidIsBelievable = false;
+  return error;
 }
 
 ProcessTable::Reading LinuxProcessTable::read() {
-  if (const int error = m_directory.list(m_entries)) return {error, nullptr};
-  m_kept = keptDescriptors();
   ++m_pass;
+  if (const int error = list()) return {error, nullptr};
+  m_kept = keptDescriptors();
   int error = readAll();
   if (error == EMFILE) {
     // Whoever needs the descriptors, needs them more than the next pass does: give them back, and keep none this time.
@@ -63,6 +89,7 @@ ProcessTable::Reading LinuxProcessTable::read() {
   }
   m_slots.swap(m_nextSlots);
   m_nextSlots.clear();
+  if (!error) error = followOrphans();
   if (error) return {error, nullptr};
   arrangeRecords();
   return {0, &m_records};
@@ -80,7 +107,9 @@ int LinuxProcessTable::readAll() {
     slot.record.pid = pid;
     const Outcome outcome = error ? Outcome::Read : readSlot(slot, inode);
     if (outcome == Outcome::OutOfDescriptors) error = EMFILE;
-    if (outcome == Outcome::Gone) m_nextSlots.pop_back();
+    if (outcome != Outcome::Gone) continue;
+    m_nextSlots.pop_back();
+    m_listedAt = 0;
   }
   return error;
 }
@@ -91,45 +120,43 @@ bool LinuxProcessTable::isTurnOf(std::int32_t pid) const {
 }
 
 LinuxProcessTable::Outcome LinuxProcessTable::readSlot(Slot& slot, std::uint64_t inode) {
-  const bool isSame = std::exchange(slot.inode, inode) == inode;
-  if (isSame && slot.record.kernelThread && !isTurnOf(slot.record.pid)) return Outcome::Read;
+  const bool isSame = std::exchange(slot.inode, inode) == inode && slot.isKnown;
   if (!isSame) release(slot);
+  bool isDue = !isSame || slot.record.exited || isTurnOf(slot.record.pid);
+  if (isSame && !slot.record.kernelThread) {
+    const Outcome outcome = readMemory(slot, isDue);
+    if (outcome != Outcome::Read) return outcome;
+  }
+  if (!isDue) return Outcome::Read;
   const Outcome outcome = readStat(slot);
-  return outcome == Outcome::Read ? readMemory(slot) : outcome;
+  if (outcome != Outcome::Read || isSame) return outcome;
+  return readMemory(slot, isDue);
 }
 
-// Threads of the kernel are seldom read: they come last.
-bool LinuxProcessTable::mayKeep(const Slot& slot) const {
-  const bool roomForAll = m_budget >= m_entries.size();
-  const bool isUsers = slot.record.startTime != 0 && !slot.record.kernelThread;
-  return m_kept < m_budget && (roomForAll || isUsers);
+// Whoever loses the parent gets another one.
+bool LinuxProcessTable::isOrphan(const ProcessRecord& record) const {
+  if (record.parentPid <= 1) return false;
+  const auto parent =
+      std::ranges::lower_bound(m_slots, record.parentPid, {}, [](const Slot& slot) { return slot.record.pid; });
+  return parent == m_slots.end() || parent->record.pid != record.parentPid || parent->record.exited ||
+         parent->record.startTime > record.startTime;
+}
+
+int LinuxProcessTable::followOrphans() {
+  for (Slot& slot : m_slots) {
+    if (isOrphan(slot.record) && readStat(slot) == Outcome::OutOfDescriptors) return EMFILE;
+  }
+  return 0;
 }
 
 void LinuxProcessTable::release(Slot& slot) {
-  if (slot.stat) --m_kept;
-  slot.stat.reset();
-}
-
-// Empty when the process has gone, or with errno set.
-std::string_view LinuxProcessTable::statOf(Slot& slot) {
-  if (slot.stat) {
-    const std::string_view text = readFromStart(slot.stat.get(), m_buffer);
-    if (!text.empty()) return text;
-    release(slot);
-  }
-  FileDescriptor file = m_directory.open(slot.record.pid, "stat");
-  if (!file) return {};
-  errno = 0;
-  const std::string_view text = readFromStart(file.get(), m_buffer);
-  if (!text.empty() && mayKeep(slot)) {
-    slot.stat = std::move(file);
-    ++m_kept;
-  }
-  return text;
+  if (slot.memory) --m_kept;
+  slot.memory.reset();
 }
 
 LinuxProcessTable::Outcome LinuxProcessTable::readStat(Slot& slot) {
-  const std::string_view text = statOf(slot);
+  const FileDescriptor file = m_directory.open(slot.record.pid, "stat");
+  const std::string_view text = file ? readFromStart(file.get(), m_buffer) : std::string_view();
   if (text.empty() && ranOut()) return Outcome::OutOfDescriptors;
   const auto line = parseStatLine(text);
   if (!line || line->pid != slot.record.pid) return Outcome::Gone;
@@ -142,16 +169,16 @@ void LinuxProcessTable::apply(const StatLine& line, Slot& slot) {
   const std::string_view command = line.command.substr(0, sizeof slot.command);
   const bool sameProgram = record.startTime == line.startTime && record.programMark == line.programMark &&
                            command == std::string_view(slot.command, slot.commandLength);
-  slot.memoryIsOld = !sameProgram || slot.activity != line.activity || !record.residentBytes || isTurnOf(record.pid);
-  slot.activity = line.activity;
   record.parentPid = line.parentPid;
   record.startTime = line.startTime;
   record.programMark = line.programMark;
   record.kernelThread = line.kernelThread;
   record.exited = line.exited;
+  if (line.exited) record.residentBytes = 0;
   if (sameProgram) return;
   std::ranges::copy(command, slot.command);
   slot.commandLength = command.size();
+  slot.isKnown = true;
   // From here on the line is gone: it lies in the buffer that finding the name fills anew.
   record.name = fullName(record.pid, {slot.command, slot.commandLength});
 }
@@ -166,17 +193,34 @@ QString LinuxProcessTable::fullName(std::int32_t pid, std::string_view command) 
   return text(executableName(command, {executable.constData(), std::size_t(executable.size())}, arguments));
 }
 
-LinuxProcessTable::Outcome LinuxProcessTable::readMemory(Slot& slot) {
+// Empty when the process has gone, or with errno set.
+std::string_view LinuxProcessTable::memoryTextOf(Slot& slot) {
+  errno = 0;
+  if (slot.memory) return readFromStart(slot.memory.get(), m_buffer);
+  FileDescriptor file = m_directory.open(slot.record.pid, "statm");
+  if (!file) return {};
+  errno = 0;
+  const std::string_view text = readFromStart(file.get(), m_buffer);
+  if (!text.empty() && m_kept < m_budget) {
+    slot.memory = std::move(file);
+    ++m_kept;
+  }
+  return text;
+}
+
+// Sets `layoutIsNew`, or leaves it.
+LinuxProcessTable::Outcome LinuxProcessTable::readMemory(Slot& slot, bool& layoutIsNew) {
   if (slot.record.kernelThread || slot.record.exited) {
     slot.record.residentBytes = 0;
     return Outcome::Read;
   }
-  if (!slot.memoryIsOld) return Outcome::Read;
-  const std::string_view text = m_directory.read(slot.record.pid, "statm", m_buffer);
+  const std::string_view text = memoryTextOf(slot);
   if (text.empty() && ranOut()) return Outcome::OutOfDescriptors;
   if (text.empty() && !forbidden()) return Outcome::Gone;
-  const auto pages = parseResidentPages(text);
-  slot.record.residentBytes = pages ? std::optional(*pages * pageSize()) : std::nullopt;
+  const auto line = parseMemoryLine(text);
+  slot.record.residentBytes = line ? std::optional(line->resident * pageSize()) : std::nullopt;
+  // What does not tell has to be asked each time.
+  if (!line || std::exchange(slot.layout, line->layout) != line->layout) layoutIsNew = true;
   return Outcome::Read;
 }
 

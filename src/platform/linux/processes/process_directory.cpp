@@ -74,6 +74,10 @@ FileDescriptor ProcessDirectory::open(std::int32_t pid, std::string_view name) {
   return FileDescriptor(::openat(descriptor(), EntryPath(pid, name).text(), O_RDONLY | O_CLOEXEC));
 }
 
+FileDescriptor ProcessDirectory::open(const char* name) {
+  return FileDescriptor(::openat(descriptor(), name, O_RDONLY | O_CLOEXEC));
+}
+
 std::string_view ProcessDirectory::read(std::int32_t pid, std::string_view name, std::span<char> buffer) {
   const FileDescriptor file = open(pid, name);
   if (!file) return {};

@@ -30,6 +30,9 @@ class ProcessDirectory {
   /// Opens "PID/name". An empty descriptor on failure, and then errno says why.
   FileDescriptor open(std::int32_t pid, std::string_view name);
 
+  /// Opens "name" of the folder itself.
+  FileDescriptor open(const char* name);
+
   /// The text of "PID/name", a view of `buffer`; what does not fit is left out. Empty on failure, and then errno says
   /// why, or when the file is.
   std::string_view read(std::int32_t pid, std::string_view name, std::span<char> buffer);

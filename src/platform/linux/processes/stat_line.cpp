@@ -15,14 +15,10 @@ enum Field : std::size_t {
   State = 3,
   ParentPid = 4,
   Flags = 9,
-  MinorFaults = 10,
-  MajorFaults = 12,
   UserTicks = 14,
   SystemTicks = 15,
   Threads = 20,
   StartTime = 22,
-  VirtualBytes = 23,
-  ResidentPages = 24,
   StartCode = 26,
   StartStack = 28,
 };
@@ -50,14 +46,6 @@ bool parseNumber(std::string_view word, Number& number) {
   return error == std::errc() && end == word.data() + word.size();
 }
 
-bool parseActivity(const std::array<std::string_view, StartStack + 1>& fields, ProcessActivity& activity) {
-  return parseNumber(fields[UserTicks], activity.userTicks) && parseNumber(fields[SystemTicks], activity.systemTicks) &&
-         parseNumber(fields[MinorFaults], activity.minorFaults) &&
-         parseNumber(fields[MajorFaults], activity.majorFaults) &&
-         parseNumber(fields[VirtualBytes], activity.virtualBytes) &&
-         parseNumber(fields[ResidentPages], activity.residentPages);
-}
-
 // `text` begins behind the command name.
 bool parseFields(std::string_view text, StatLine& line) {
   std::array<std::string_view, StartStack + 1> fields;
@@ -68,7 +56,8 @@ bool parseFields(std::string_view text, StatLine& line) {
   const bool whole = fields[State].size() == 1 && parseNumber(fields[ParentPid], line.parentPid) &&
                      parseNumber(fields[Flags], flags) && parseNumber(fields[Threads], threads) &&
                      parseNumber(fields[StartTime], line.startTime) && parseNumber(fields[StartCode], startCode) &&
-                     parseNumber(fields[StartStack], startStack) && parseActivity(fields, line.activity);
+                     parseNumber(fields[StartStack], startStack) && parseNumber(fields[UserTicks], line.userTicks) &&
+                     parseNumber(fields[SystemTicks], line.systemTicks);
   if (!whole) return false;
   line.state = fields[State].front();
   line.kernelThread = flags & kKernelThreadFlag;
@@ -90,11 +79,14 @@ std::optional<StatLine> parseStatLine(std::string_view text) {
   return parseFields(text.substr(close + 1), line) ? std::optional(line) : std::nullopt;
 }
 
-std::optional<PageCount> parseResidentPages(std::string_view text) {
-  PageCount pages = 0;
-  nextWord(text);
-  if (!parseNumber(nextWord(text), pages)) return std::nullopt;
-  return pages;
+std::optional<MemoryLine> parseMemoryLine(std::string_view text) {
+  MemoryLine line;
+  PageCount shared = 0, libraries = 0;
+  for (PageCount* const number :
+       {&line.layout.all, &line.resident, &shared, &line.layout.code, &libraries, &line.layout.data}) {
+    if (!parseNumber(nextWord(text), *number)) return std::nullopt;
+  }
+  return line;
 }
 
 }  // namespace halvard

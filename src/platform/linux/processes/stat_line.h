@@ -8,17 +8,6 @@
 
 namespace halvard {
 
-/// What changes when a process uses its memory. Ticks and faults grow; the sizes are the kernel's quick estimates.
-struct ProcessActivity {
-  std::uint64_t userTicks = 0;
-  std::uint64_t systemTicks = 0;
-  std::uint64_t minorFaults = 0;
-  std::uint64_t majorFaults = 0;
-  ByteCount virtualBytes = 0;
-  PageCount residentPages = 0;
-  bool operator==(const ProcessActivity&) const = default;
-};
-
 /// What one line of /proc/PID/stat says, as far as it is used here.
 struct StatLine {
   std::int32_t pid = 0;
@@ -29,7 +18,9 @@ struct StatLine {
   bool kernelThread = false;
   /// A process whose first thread has ended is no zombie as long as others run.
   bool exited = false;
-  ProcessActivity activity;
+  /// Processor time used, in clock ticks.
+  std::uint64_t userTicks = 0;
+  std::uint64_t systemTicks = 0;
   /// Clock ticks between boot and start.
   std::uint64_t startTime = 0;
   /// Made of addresses that each start of a program chooses anew; the same constant for all foreign processes.
@@ -39,7 +30,21 @@ struct StatLine {
 /// Nothing when the text is no whole line.
 std::optional<StatLine> parseStatLine(std::string_view text);
 
-/// The second number of /proc/PID/statm: resident pages, exact.
-std::optional<PageCount> parseResidentPages(std::string_view text);
+/// What /proc/PID/statm says, in pages.
+struct MemoryLine {
+  /// How the address space is laid out. A process that starts another program gets another one.
+  struct Layout {
+    PageCount all = 0;
+    PageCount code = 0;
+    PageCount data = 0;
+    bool operator==(const Layout&) const = default;
+  };
+  Layout layout;
+  /// Exact, unlike the figure in "stat".
+  PageCount resident = 0;
+};
+
+/// Nothing when the text is no whole line.
+std::optional<MemoryLine> parseMemoryLine(std::string_view text);
 
 }  // namespace halvard

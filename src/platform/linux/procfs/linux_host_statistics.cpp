@@ -24,7 +24,7 @@ constexpr std::size_t kZoneinfoBuffer = std::size_t{64} << 10;
 /// the kernel twice as much as all the others, and on a quiet machine nothing there changes.
 constexpr ByteCount kMovedBytes = ByteCount{1} << 20;
 /// The lists are read at least this often, in readings.
-constexpr int kReadingsPerListing = 10;
+constexpr int kReadingsPerListing = 30;
 
 ByteCount difference(ByteCount from, ByteCount take) {
   return from > take ? from - take : 0;

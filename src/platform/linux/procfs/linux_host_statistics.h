@@ -25,7 +25,7 @@ struct MemoryBeside {
 VmStatistics64 toVmStatistics64(const MemoryInfo& info, const MemoryBeside& beside, std::uint32_t pageSize);
 
 /// Memory counters from /proc/meminfo, /proc/zoneinfo and the zram pools: one pread of each a reading. One thread an
-/// instance. While the memory that no list shows stays within 1 MiB, /proc/zoneinfo is read every tenth time alone;
+/// instance. While the memory that no list shows stays within 1 MiB, /proc/zoneinfo is read every thirtieth time alone;
 /// the pools are read while there is swap.
 ///
 /// Pools are listed at the first reading, when SwapTotal differs from the reading before, and when a pool cannot be

@@ -101,7 +101,7 @@ class LinuxVictimSource::Pass {
       if (process.kernelThread || process.exited) continue;
       const auto line = parseStatLine(m_directory.read(process.pid, "stat", buffer));
       if (!line || line->startTime != process.startTime) continue;
-      ticks.insert(process.pid, static_cast<double>(line->activity.userTicks + line->activity.systemTicks));
+      ticks.insert(process.pid, static_cast<double>(line->userTicks + line->systemTicks));
     }
     return ticks;
   }

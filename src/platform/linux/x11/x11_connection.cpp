@@ -79,10 +79,25 @@ QByteArray X11Windows::Connection::text(xcb_get_property_cookie_t cookie) {
   return QByteArray(static_cast<const char*>(::xcb_get_property_value(reply.get())), reply->value_len);
 }
 
+std::vector<xcb_window_t> X11Windows::Connection::clientList() {
+  return numbers(askProperty(m_root, m_ewmh._NET_CLIENT_LIST, XCB_ATOM_WINDOW));
+}
+
 std::vector<ApplicationWindow> X11Windows::Connection::windows() {
+  return describeAll(clientList());
+}
+
+std::vector<ApplicationWindow> X11Windows::Connection::rememberedWindows() {
+  std::vector<xcb_window_t> list = clientList();
+  if (list != m_listed || m_timesRemembered == kRememberedTimes) return describeAll(std::move(list));
+  ++m_timesRemembered;
+  return m_remembered;
+}
+
+std::vector<ApplicationWindow> X11Windows::Connection::describeAll(std::vector<xcb_window_t> list) {
   // All questions go out before the first answer is awaited: two round trips for any number of windows.
   std::vector<Questions> asked;
-  for (const xcb_window_t id : numbers(askProperty(m_root, m_ewmh._NET_CLIENT_LIST, XCB_ATOM_WINDOW)))
+  for (const xcb_window_t id : list)
     asked.push_back(ask(id));
   std::vector<Known> known;
   std::vector<ApplicationWindow> result;
@@ -93,6 +108,9 @@ std::vector<ApplicationWindow> X11Windows::Connection::windows() {
     if (pid > 0 && known.back().isForApplications && !hidden) result.push_back(known.back().window);
   }
   m_known = std::move(known);
+  m_listed = std::move(list);
+  m_remembered = result;
+  m_timesRemembered = 0;
   return result;
 }
 

@@ -29,6 +29,8 @@ class X11Windows::Connection {
   bool isAlive() const;
 
   std::vector<ApplicationWindow> windows();
+  /// The windows of before while the list of them is the same, kRememberedTimes times at most.
+  std::vector<ApplicationWindow> rememberedWindows();
   /// All windows of programs, from the bottom to the top.
   std::vector<xcb_window_t> stackingOrder();
   /// 0 when there is none.
@@ -44,6 +46,8 @@ class X11Windows::Connection {
   void flush();
 
  private:
+  static constexpr int kRememberedTimes = 3;
+
   struct Known {  // what never changes about a window of one process
     ApplicationWindow window;
     bool isForApplications = false;
@@ -60,6 +64,8 @@ class X11Windows::Connection {
   Connection(xcb_connection_t* connection, int screen);
   bool initialise();
   xcb_atom_t atom(const char* name);
+  std::vector<xcb_window_t> clientList();
+  std::vector<ApplicationWindow> describeAll(std::vector<xcb_window_t> list);
   xcb_get_property_cookie_t askProperty(xcb_window_t window, xcb_atom_t property, xcb_atom_t type);
   std::vector<std::uint32_t> numbers(xcb_get_property_cookie_t cookie);
   QByteArray text(xcb_get_property_cookie_t cookie);
@@ -79,6 +85,9 @@ class X11Windows::Connection {
   xcb_atom_t m_gtkApplicationId = 0;
   xcb_atom_t m_deleteWindow = 0;
   std::vector<Known> m_known;
+  std::vector<xcb_window_t> m_listed;           // when all was asked last
+  std::vector<ApplicationWindow> m_remembered;  // the answer
+  int m_timesRemembered = 0;
 };
 
 }  // namespace halvard

@@ -27,10 +27,18 @@ X11Windows::Connection* X11Windows::connection() {
 }
 
 std::vector<ApplicationWindow> X11Windows::windows() {
+  return ask(&Connection::windows);
+}
+
+std::vector<ApplicationWindow> X11Windows::rememberedWindows() {
+  return ask(&Connection::rememberedWindows);
+}
+
+std::vector<ApplicationWindow> X11Windows::ask(std::vector<ApplicationWindow> (Connection::*question)()) {
   const std::lock_guard lock(m_mutex);
   Connection* server = connection();
   if (!server) return {};
-  auto result = server->windows();
+  auto result = (server->*question)();
   server->flush();
   return result;
 }

@@ -45,6 +45,11 @@ class X11Windows {
   /// The windows in the order in which they were opened. Asks the server.
   std::vector<ApplicationWindow> windows();
 
+  /// As windows(), but asks for the list of windows alone where that is the one of before: for who asks again and
+  /// again while no process came or went. Every fourth time all is asked, because windows may join or leave the task
+  /// bars.
+  std::vector<ApplicationWindow> rememberedWindows();
+
   /// Asks the server.
   DesktopAttention attention();
 
@@ -58,6 +63,7 @@ class X11Windows {
  private:
   class Connection;
   Connection* connection();
+  std::vector<ApplicationWindow> ask(std::vector<ApplicationWindow> (Connection::*question)());
 
   const QByteArray m_display;
   std::mutex m_mutex;

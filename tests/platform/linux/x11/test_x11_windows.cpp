@@ -133,6 +133,24 @@ class TestX11Windows : public QObject {
     QTRY_COMPARE(windows.windows().size(), 1u);
   }
 
+  void rememberedWindowsFollowTheListAtOnceAndTheTaskBarSoon() {
+    Client client(*m_display);
+    X11Windows windows(m_display->name());
+    const xcb_window_t first = client.open(0);
+    const xcb_window_t second = client.open(0);
+    client.setClientList({first});
+    QTRY_COMPARE(windows.rememberedWindows().size(), 1u);
+    client.setClientList({first, second});
+    client.activeWindow();  // the server has come that far
+    QCOMPARE(windows.rememberedWindows().size(), 2u);
+    xcb_atom_t hidden = client.ewmh()._NET_WM_STATE_SKIP_TASKBAR;
+    ::xcb_ewmh_set_wm_state(&client.ewmh(), first, 1, &hidden);
+    client.activeWindow();
+    for (int time = 0; time < 3; ++time)
+      QCOMPARE(windows.rememberedWindows().size(), 2u);
+    QCOMPARE(windows.rememberedWindows().size(), 1u);
+  }
+
   void activatingRaisesTheTopmostWindowOfTheProcess() {
     QVERIFY(m_display->startWindowManager());
     Client client(*m_display);
