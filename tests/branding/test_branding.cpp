@@ -1,87 +1,64 @@
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include "branding/branding.h"
+#include "support/test_folder.h"
+#include "support/texts.h"
 
 using namespace halvard;
 
 class TestBranding : public QObject {
   Q_OBJECT
 
- private:
-  /// A configuration directory whose branding file holds `content`.
-  static std::unique_ptr<QTemporaryDir> directoryWith(const QByteArray& content) {
-    auto directory = std::make_unique<QTemporaryDir>();
-    QDir(directory->path()).mkdir(QStringLiteral("halvard"));
-    QFile file(directory->filePath(QStringLiteral("halvard/branding.ini")));
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) return nullptr;
-    return directory;
-  }
-
  private Q_SLOTS:
   void asShippedNothingLeavesTheMachine() {
-    const Branding branding = Branding::load({});
-    for (const QUrl& url : {branding.productPage, branding.storePage, branding.feedFolder, branding.updateFeed,
-                            branding.analyticsEndpoint}) {
-      QVERIFY2(url.isEmpty(), qPrintable(url.toString()));
-    }
-    QVERIFY(branding.supportAddress.isEmpty() && branding.analyticsTrackingId.isEmpty());
-    QCOMPARE(branding.twitterHashtags, QStringLiteral("#halvard #linux"));
+    const Branding shipped = Branding::load({});
+    for (const QUrl& url :
+         {shipped.productPage, shipped.storePage, shipped.feedFolder, shipped.updateFeed, shipped.analyticsEndpoint})
+      QCOMPARE(url, QUrl());
+    QVERIFY(shipped.supportAddress.isEmpty() && shipped.analyticsTrackingId.isEmpty());
   }
 
   void everyRoleNamesAToolAndAlternativesThatASoftwareCentreKnows() {
     const Branding branding = Branding::load({});
     QCOMPARE(branding.siblings.size(), std::size(kSiblingApps));
     for (const auto& [role, sibling] : branding.siblings) {
-      QVERIFY(!sibling.own.name.isEmpty() && !sibling.own.identifiers.isEmpty());
-      QVERIFY(!sibling.alternatives.empty());
-      for (const Tool& tool : sibling.alternatives) {
-        QVERIFY2(!tool.name.isEmpty() && !tool.identifiers.isEmpty(), qPrintable(sibling.own.name));
-        QVERIFY2(!tool.appStreamId.isEmpty(), qPrintable(tool.name));
-      }
+      QVERIFY(!sibling.own.name.isEmpty() && !sibling.own.identifiers.isEmpty() && !sibling.alternatives.empty());
+      for (const Tool& tool : sibling.alternatives)
+        QVERIFY(!tool.name.isEmpty() && !tool.identifiers.isEmpty() && !tool.appStreamId.isEmpty());
     }
     const Tool& cleaner = branding.siblings.at(SiblingApp::JunkCleaner).alternatives.front();
-    QCOMPARE(cleaner.identifiers,
-             QStringList({QStringLiteral("org.bleachbit.BleachBit"), QStringLiteral("bleachbit")}));
+    QCOMPARE(cleaner.identifiers, texts({"org.bleachbit.BleachBit", "bleachbit"}));
   }
 
   void theFirstDirectoryThatHasAValueWins() {
-    const auto first = directoryWith("[Maker]\nFeedFolder=https://a.example/feeds\nSupportAddress=\n");
-    const auto second = directoryWith(
-        "[Maker]\nFeedFolder=https://b.example/\nSupportAddress=help@b.example\n"
-        "ProductPage=\"https://b.example/?a=1,2;3\"\n");
-    QVERIFY(first && second);
-    const Branding branding = Branding::load({first->path(), QStringLiteral("/nonexistent"), second->path()});
-    QCOMPARE(branding.feedFolder, QUrl(QStringLiteral("https://a.example/feeds/")));
+    const TestFolder first, second;
+    first.write("halvard/branding.ini", "[Maker]\nFeedFolder=https://a.example/feeds\nSupportAddress=\n");
+    second.write("halvard/branding.ini",
+                 "[Maker]\nFeedFolder=https://b.example/\nSupportAddress=help@b.example\n"
+                 "ProductPage=\"https://b.example/?a=1,2;3\"\n");
+    const Branding branding = Branding::load({first.path(), text("/nonexistent"), second.path()});
+    QCOMPARE(branding.feedFolder, QUrl(text("https://a.example/feeds/")));
     QVERIFY2(branding.supportAddress.isEmpty(), "an empty value silences what a later file says");
-    QCOMPARE(branding.productPage.toString(), QStringLiteral("https://b.example/?a=1,2;3"));
-    QCOMPARE(branding.siblings.at(SiblingApp::DiskAnalyzer).own.name, QStringLiteral("Quorrel"));
-  }
-
-  void addressesThatAreNotWebAddressesReadAsEmpty_data() {
-    QTest::addColumn<QByteArray>("line");
-    QTest::newRow("file") << QByteArray("[Maker]\nFeedFolder=file:///etc/\n");
-    QTest::newRow("no host") << QByteArray("[Maker]\nFeedFolder=https:///x\n");
-    QTest::newRow("words") << QByteArray("[Maker]\nFeedFolder=our server\n");
-    QTest::newRow("plain events") << QByteArray("[Analytics]\nEndpoint=http://a.example/collect\n");
-    QTest::newRow("other path") << QByteArray("[Analytics]\nEndpoint=https://a.example/log\n");
-    QTest::newRow("not a file of this form") << QByteArray("\0\xff[[[", 5);
+    QCOMPARE(branding.productPage.toString(), text("https://b.example/?a=1,2;3"));
+    QCOMPARE(branding.siblings.at(SiblingApp::DiskAnalyzer).own.name, text("Quorrel"));
   }
 
   void addressesThatAreNotWebAddressesReadAsEmpty() {
-    QFETCH(QByteArray, line);
-    const auto directory = directoryWith(line);
-    QVERIFY(directory);
-    const Branding branding = Branding::load({directory->path()});
-    QVERIFY(branding.feedFolder.isEmpty());
-    QVERIFY(branding.analyticsEndpoint.isEmpty());
+    for (const char* lines :
+         {"[Maker]\nFeedFolder=file:///etc/", "[Maker]\nFeedFolder=https:///x", "[Maker]\nFeedFolder=our server",
+          "[Analytics]\nEndpoint=http://a.example/collect", "[Analytics]\nEndpoint=https://a.example/log", "\xff[[["}) {
+      const TestFolder folder;
+      folder.write("halvard/branding.ini", lines);
+      const Branding branding = Branding::load({folder.path()});
+      QVERIFY2(branding.feedFolder.isEmpty() && branding.analyticsEndpoint.isEmpty(), lines);
+    }
   }
 
   void theSearchPathComesFromTheEnvironment() {
     qputenv("XDG_CONFIG_DIRS", "/a::/b");
-    QCOMPARE(Branding::systemConfigDirectories(), QStringList({QStringLiteral("/a"), QStringLiteral("/b")}));
+    QCOMPARE(Branding::systemConfigDirectories(), texts({"/a", "/b"}));
     qunsetenv("XDG_CONFIG_DIRS");
-    QCOMPARE(Branding::systemConfigDirectories(), QStringList(QStringLiteral("/etc/xdg")));
+    QCOMPARE(Branding::systemConfigDirectories(), texts({"/etc/xdg"}));
   }
 };
 
