@@ -1,9 +1,8 @@
-#include <QDBusContext>
 #include <QDBusVariant>
-#include <QSignalSpy>
 #include <QtTest>
 #include <memory>
 
+#include "fake_service.h"
 #include "platform/linux/dbus/portal_appearance.h"
 #include "support/private_bus.h"
 
@@ -12,48 +11,26 @@ using namespace halvard::test;
 
 namespace {
 
-const QString kNamespace = QStringLiteral("org.freedesktop.appearance");
-const QString kKey = QStringLiteral("color-scheme");
+const QString kNamespace = text("org.freedesktop.appearance");
+const QString kKey = text("color-scheme");
+
+QVariant boxed(const QVariant& value) {
+  return QVariant::fromValue(QDBusVariant(value));
+}
 
 /// The settings portal of a desktop. An old one has no ReadOne().
-class FakePortal : public QObject, protected QDBusContext {
-  Q_OBJECT
-  Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.Settings")
-
- public:
-  FakePortal(const QDBusConnection& connection, bool isOld) : m_connection(connection), m_isOld(isOld) {
-    m_connection.registerObject(QStringLiteral("/org/freedesktop/portal/desktop"), this,
-                                QDBusConnection::ExportScriptableContents);
-    m_connection.registerService(QStringLiteral("org.freedesktop.portal.Desktop"));
-  }
-
-  uint scheme = 0;
-  int reads = 0;
-
- public Q_SLOTS:
-  Q_SCRIPTABLE QDBusVariant ReadOne(const QString& nameSpace, const QString& key) {
-    if (m_isOld) {
-      sendErrorReply(QDBusError::UnknownMethod);
-      return {};
-    }
-    return QDBusVariant(value(nameSpace, key));
-  }
-  Q_SCRIPTABLE QDBusVariant Read(const QString& nameSpace, const QString& key) {
-    return QDBusVariant(QVariant::fromValue(QDBusVariant(value(nameSpace, key))));
-  }
-
- Q_SIGNALS:
-  Q_SCRIPTABLE void SettingChanged(const QString& nameSpace, const QString& key, const QDBusVariant& value);
-
- private:
-  QVariant value(const QString& nameSpace, const QString& key) {
-    ++reads;
-    return nameSpace == kNamespace && key == kKey ? scheme : 99U;
-  }
-
-  QDBusConnection m_connection;
-  bool m_isOld;
-};
+std::unique_ptr<FakeService> startPortal(const QDBusConnection& connection, uint scheme, bool isOld = false) {
+  const auto answer = [=](const QDBusMessage& question) {
+    const QVariant value = boxed(question.arguments() == QVariantList{kNamespace, kKey} ? scheme : 99U);
+    if (question.member() == text("Read")) return question.createReply(boxed(value));
+    return isOld ? question.createErrorReply(QDBusError::UnknownMethod, {}) : question.createReply(value);
+  };
+  auto portal =
+      std::make_unique<FakeService>(connection, "org.freedesktop.portal.Desktop", "/org/freedesktop/portal/desktop",
+                                    "org.freedesktop.portal.Settings", answer);
+  portal->start();
+  return portal;
+}
 
 }  // namespace
 
@@ -61,61 +38,34 @@ class TestPortalAppearance : public QObject {
   Q_OBJECT
 
  private Q_SLOTS:
-  void readsTheSchemeOfOldAndNewPortals_data() {
-    QTest::addColumn<bool>("isOld");
-    QTest::addColumn<uint>("scheme");
-    QTest::addColumn<bool>("isDark");
-    QTest::newRow("new, dark") << false << 1U << true;
-    QTest::newRow("new, light") << false << 2U << false;
-    QTest::newRow("old, dark") << true << 1U << true;
-  }
-  void readsTheSchemeOfOldAndNewPortals() {
-    QFETCH(bool, isOld);
-    QFETCH(uint, scheme);
-    PrivateBus bus;
-    QVERIFY(bus.isRunning());
-    FakePortal portal(bus.connect(), isOld);
-    portal.scheme = scheme;
-    const QDBusConnection connection = bus.connect();
-    const PortalAppearance appearance(connection);
-    QVERIFY(!appearance.isDark());
-    QTRY_COMPARE(portal.reads, 1);
-    // The portal answers in order, so the answer to this comes after the one to the appearance.
-    QDBusMessage again = QDBusMessage::createMethodCall(
-        QStringLiteral("org.freedesktop.portal.Desktop"), QStringLiteral("/org/freedesktop/portal/desktop"),
-        QStringLiteral("org.freedesktop.portal.Settings"), QStringLiteral("Read"));
-    waitForReply(connection.asyncCall(again << kNamespace << kKey));
-    QTEST(appearance.isDark(), "isDark");
+  void readsTheSchemeOfOldAndNewPortalsOnceTheyAreThere() {
+    for (const bool isOld : {false, true}) {
+      PrivateBus bus;
+      QVERIFY(bus.isRunning());
+      const PortalAppearance early(bus.connect());
+      QVERIFY(!early.isDark());
+      const auto portal = startPortal(bus.connect(), 1, isOld);
+      const PortalAppearance late(bus.connect());
+      QTRY_VERIFY(early.isDark() && late.isDark());
+    }
+    QVERIFY(!PortalAppearance(QDBusConnection(text("no such bus"))).isDark());
   }
 
   void followsChangesOfTheSchemeAlone() {
     PrivateBus bus;
     QVERIFY(bus.isRunning());
-    FakePortal portal(bus.connect(), false);
+    const auto portal = startPortal(bus.connect(), 2);
     const PortalAppearance appearance(bus.connect());
     const QSignalSpy changes(&appearance, &Appearance::changed);
-    QTRY_COMPARE(portal.reads, 1);
-    const QDBusVariant dark(QVariant(1U));
-    Q_EMIT portal.SettingChanged(kNamespace, QStringLiteral("contrast"), dark);
-    Q_EMIT portal.SettingChanged(QStringLiteral("org.gnome"), kKey, dark);
-    Q_EMIT portal.SettingChanged(kNamespace, kKey, QDBusVariant(QVariant(2U)));
-    Q_EMIT portal.SettingChanged(kNamespace, kKey, dark);
-    Q_EMIT portal.SettingChanged(kNamespace, kKey, dark);
+    QTRY_COMPARE(portal->asked("ReadOne").size(), 1);
+    portal->emitSignal("SettingChanged", {kNamespace, text("contrast"), boxed(1U)});
+    portal->emitSignal("SettingChanged", {text("org.gnome"), kKey, boxed(1U)});
+    for (const uint scheme : {2U, 1U, 1U})
+      portal->emitSignal("SettingChanged", {kNamespace, kKey, boxed(scheme)});
     QTRY_VERIFY(appearance.isDark());
-    Q_EMIT portal.SettingChanged(kNamespace, kKey, QDBusVariant(QVariant(0U)));
+    portal->emitSignal("SettingChanged", {kNamespace, kKey, boxed(0U)});
     QTRY_VERIFY(!appearance.isDark());
     QCOMPARE(changes.size(), 2);
-  }
-
-  void isLightUntilAPortalComes() {
-    PrivateBus bus;
-    QVERIFY(bus.isRunning());
-    const PortalAppearance appearance(bus.connect());
-    QVERIFY(!appearance.isDark());
-    FakePortal portal(bus.connect(), false);
-    portal.scheme = 1;
-    QTRY_VERIFY(appearance.isDark());
-    QVERIFY(!PortalAppearance(QDBusConnection(QStringLiteral("no such bus"))).isDark());
   }
 };
 
