@@ -1,6 +1,3 @@
-#include <QDir>
-#include <QFile>
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include <sys/stat.h>
@@ -8,54 +5,40 @@
 #include "platform/linux/xdg/halvard_login_jobs.h"
 #include "platform/linux/xdg/running_programs.h"
 #include "platform/linux/xdg/xdg_login_item_service.h"
+#include "support/test_folder.h"
+#include "support/texts.h"
 
 using namespace halvard;
 
 namespace {
 
-const QString identifier = QStringLiteral("com.example.Main.launcher");
-const QString entryName = identifier + QStringLiteral(".desktop");
+const QString identifier = text("com.example.Main.launcher");
+constexpr const char* userEntry = "user/autostart/com.example.Main.launcher.desktop";
+constexpr const char* systemEntry = "second/com.example.Main.launcher.desktop";
 
-// A session of its own: folders, one installed program and a service that may start it at login.
-struct Session {
-  QTemporaryDir root;
+/// A session of its own: folders, one installed program and a service that may start it at login.
+struct Session : TestFolder {
   AutostartDirectories directories{path("user/autostart"), {path("first"), path("second")}};
-  QString program = install("bin/helper");
-  XdgLoginItemService service{directories,
-                              {QStringLiteral("XFCE")},
-                              {{identifier, QStringLiteral("Main"), {program, QStringLiteral("a b")}}},
-                              path("proc")};
-
-  QString path(const char* name) const { return root.filePath(QString::fromLatin1(name)); }
-
-  QString install(const char* name, const QByteArray& content = "#!/bin/sh\n") {
-    put(name, content);
-    QFile::setPermissions(path(name), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    return QFileInfo(path(name)).canonicalFilePath();
-  }
-
-  void put(const char* name, const QByteArray& content) {
-    QDir().mkpath(QFileInfo(path(name)).path());
-    QFile file(path(name));
-    if (file.open(QIODevice::WriteOnly | QIODevice::Truncate)) file.write(content);
-  }
+  QString program = write("bin/helper", "#!/bin/sh\n");
+  XdgLoginItemService service{
+      directories, texts({"XFCE"}), {{identifier, text("Main"), {program, text("a b")}}}, path("proc")};
 
   /// Has a process of that pid run a program.
   void run(int pid, const QString& file) const {
-    const QString folder = path("proc/") + QString::number(pid);
-    QDir().mkpath(folder);
-    QFile::remove(folder + QStringLiteral("/exe"));
-    QFile::link(file, folder + QStringLiteral("/exe"));
+    const QString link = path(QStringLiteral("proc/%1/exe").arg(pid));
+    QDir().mkpath(QFileInfo(link).path());
+    QFile::remove(link);
+    QFile::link(file, link);
   }
 
-  QByteArray entry(const QString& run) const {
+  static QByteArray entry(const QString& run) {
     return "[Desktop Entry]\nType=Application\nName=A\nExec=" + run.toUtf8();
   }
 
   QStringList labels() const {
     QStringList result;
     for (const JobDescription& job : service.copyAllJobDictionaries())
-      result << *job.at(QStringLiteral("Label")).as<QString>();
+      result << *job.at(text("Label")).as<QString>();
     return result;
   }
 };
@@ -69,111 +52,91 @@ class TestXdgLoginItemService : public QObject {
   void enabledJobIsAnEntryThatTheListShows() {
     Session session;
     QVERIFY(session.labels().isEmpty());
-    QVERIFY(session.service.setEnabled(identifier, true));
-    QVERIFY(session.service.setEnabled(identifier, true));
-    const std::vector<JobDescription> jobs = session.service.copyAllJobDictionaries();
-    QCOMPARE(jobs.size(), 1u);
-    const JobDescription expected{
-        {QStringLiteral("Label"), {identifier}},
-        {QStringLiteral("Program"), {session.program}},
-        {QStringLiteral("ProgramArguments"), {StoredValue::Array{{session.program}, {QStringLiteral("a b")}}}},
-        {QStringLiteral("OnDemand"), {std::int64_t{0}}}};
-    QCOMPARE(jobs.front(), expected);
+    for (int time = 0; time < 2; ++time)
+      QVERIFY(session.service.setEnabled(identifier, true));
+    const JobDescription expected{{text("Label"), {identifier}},
+                                  {text("Program"), {session.program}},
+                                  {text("ProgramArguments"), {StoredValue::Array{{session.program}, {text("a b")}}}},
+                                  {text("OnDemand"), {std::int64_t{0}}}};
+    QCOMPARE(session.service.copyAllJobDictionaries(), std::vector{expected});
     QCOMPARE(QDir(session.directories.user).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
-             QStringList{entryName});
-    QVERIFY(session.service.setEnabled(identifier, false));
-    QVERIFY(session.service.setEnabled(identifier, false));
-    QVERIFY(session.labels().isEmpty());
-    QVERIFY(!QFile::exists(session.directories.user + QLatin1Char('/') + entryName));
+             texts({"com.example.Main.launcher.desktop"}));
+    for (int time = 0; time < 2; ++time)
+      QVERIFY(session.service.setEnabled(identifier, false));
+    QVERIFY(session.labels().isEmpty() && !QFile::exists(session.path(userEntry)));
   }
 
-  void unknownJobAndMissingProgramAreRefused() {
+  void whatCannotBeDoneIsAFailure() {
     Session session;
-    QVERIFY(!session.service.setEnabled(QStringLiteral("other"), true));
-    QVERIFY(!session.service.setEnabled(QStringLiteral("other"), false));
-    QFile::remove(session.program);
-    QVERIFY(!session.service.setEnabled(identifier, true));
-    QVERIFY(!QFile::exists(session.directories.user));
-    XdgLoginItemService odd(session.directories, {},
-                            {{QStringLiteral("../odd"), QString(), {QStringLiteral("/bin/sh")}}});
-    QVERIFY(!odd.setEnabled(QStringLiteral("../odd"), true));
-  }
-
-  void folderThatCannotBeWrittenIsAFailure() {
-    Session session;
-    session.put("user", "a file where the folder should be");
-    QVERIFY(!session.service.setEnabled(identifier, true));
-    QVERIFY(session.service.setEnabled(identifier, false));
-    session.put("second/com.example.Main.launcher.desktop", session.entry(session.program));
+    for (const bool enabled : {true, false})
+      QVERIFY(!session.service.setEnabled(text("other"), enabled));
+    XdgLoginItemService odd(session.directories, {}, {{text("../odd"), QString(), texts({"/bin/sh"})}});
+    QVERIFY(!odd.setEnabled(text("../odd"), true) && !QFile::exists(session.directories.user));
+    session.write("user", "a file where the folder should be");
+    QVERIFY(!session.service.setEnabled(identifier, true) && session.service.setEnabled(identifier, false));
+    session.write(systemEntry, session.entry(session.program));
     QVERIFY(!session.service.setEnabled(identifier, false));
     QCOMPARE(session.labels(), QStringList{identifier});
+    QFile::remove(session.path("user"));
+    QFile::remove(session.program);
+    QVERIFY(!session.service.setEnabled(identifier, true) && !QFile::exists(session.directories.user));
   }
 
-  void systemEntryIsMaskedAndUnmasked() {
+  void systemEntryIsMaskedAndChangesMadeOutsideAreSeenAtOnce() {
     Session session;
-    session.put("second/com.example.Main.launcher.desktop", session.entry(session.program));
+    session.write(systemEntry, session.entry(session.program));
     QCOMPARE(session.labels(), QStringList{identifier});
     QVERIFY(session.service.setEnabled(identifier, false));
-    QVERIFY(session.labels().isEmpty());
-    QVERIFY(QFile::exists(session.directories.user + QLatin1Char('/') + entryName));
+    QVERIFY(session.labels().isEmpty() && QFile::exists(session.path(userEntry)));
     QVERIFY(session.service.setEnabled(identifier, true));
     QCOMPARE(session.labels(), QStringList{identifier});
-  }
-
-  void changesMadeOutsideAreSeenAtOnce() {
-    Session session;
-    QVERIFY(session.service.setEnabled(identifier, true));
-    const QString path = session.directories.user + QLatin1Char('/') + entryName;
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::Append));
-    file.write("X-GNOME-Autostart-enabled=false\n");
-    file.close();
+    session.write(userEntry, session.read(userEntry) + "X-GNOME-Autostart-enabled=false\n");
     QVERIFY(session.labels().isEmpty());
     QVERIFY(session.service.setEnabled(identifier, true));
     QCOMPARE(session.labels(), QStringList{identifier});
-    QVERIFY(QFile::remove(path));
+    QFile::remove(session.path(systemEntry));
+    QFile::remove(session.path(userEntry));
     QVERIFY(session.labels().isEmpty());
   }
 
   void listTakesTheFirstEntryOfANameAndOnlyWhatStarts() {
     Session session;
     const QByteArray good = session.entry(session.program);
-    session.put("user/autostart/masked.desktop", "[Desktop Entry]\nHidden=true\n");
-    session.put("first/masked.desktop", good);
-    session.put("first/b.desktop", good);
-    session.put("second/b.desktop", session.entry(QStringLiteral("/nowhere/at/all")));
-    session.put("second/a.desktop", good);
-    session.put("second/gone.desktop", session.entry(QStringLiteral("/nowhere/at/all")));
-    session.put("second/not-installed.desktop", good + "\nTryExec=/nowhere/at/all\n");
-    session.put("second/other-desktop.desktop", good + "\nOnlyShowIn=KDE;\n");
-    session.put("second/broken.desktop", "no entry");
-    session.put("second/no-entry.txt", good);
-    QCOMPARE(::mkfifo(QFile::encodeName(session.path("second/pipe.desktop")).constData(), 0600), 0);  // nobody writes
-    session.put("second/by-name.desktop", session.entry(QStringLiteral("sh -c x")));
-    QVERIFY(QFile::link(QStringLiteral("/dev/null"), session.path("user/autostart/null.desktop")));
-    session.put("first/null.desktop", good);
-    QCOMPARE(session.labels(), (QStringList{QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("by-name")}));
+    const QByteArray gone = session.entry(text("/nowhere/at/all"));
+    for (const char* name :
+         {"first/masked.desktop", "first/b.desktop", "second/a.desktop", "second/no-entry.txt", "first/null.desktop"})
+      session.write(name, good);
+    session.write("user/autostart/masked.desktop", "[Desktop Entry]\nHidden=true\n");
+    session.write("second/b.desktop", gone);
+    session.write("second/gone.desktop", gone);
+    session.write("second/not-installed.desktop", good + "\nTryExec=/nowhere/at/all\n");
+    session.write("second/other-desktop.desktop", good + "\nOnlyShowIn=KDE;\n");
+    session.write("second/broken.desktop", "no entry");
+    session.write("second/by-name.desktop", session.entry(text("sh -c x")));
+    QVERIFY(QFile::link(text("/dev/null"), session.path("user/autostart/null.desktop")));
+    QCOMPARE(::mkfifo(session.path("second/pipe.desktop").toUtf8().constData(), 0600), 0);  // nobody writes
+    QCOMPARE(session.labels(), texts({"a", "b", "by-name"}));
   }
 
   void aMountedProgramStartsThroughItsAppImage() {
     Session session;
-    const QString image = session.install("H.AppImage");
-    const QString folder = QFileInfo(session.install("mounted/usr/bin/halvard-launcher")).path();
+    const QString image = session.write("H.AppImage", {});
+    const QString launcher = session.write("mounted/usr/bin/halvard-launcher", {});
+    const QString folder = session.path("mounted/usr/bin");
     const auto restore = qScopeGuard([] { qunsetenv("APPIMAGE"), qunsetenv("APPDIR"); });
-    qputenv("APPIMAGE", QFile::encodeName(image));
-    qputenv("APPDIR", QFile::encodeName(session.path("mounted")));
+    qputenv("APPIMAGE", image.toUtf8());
+    qputenv("APPDIR", session.path("mounted").toUtf8());
     QCOMPARE(mountedAppImage(folder), image);
-    QCOMPARE(mountedAppImage(QStringLiteral("/usr/bin")), QString());
+    QCOMPARE(mountedAppImage(text("/usr/bin")), QString());
     const std::vector<LoginJob> jobs = loginJobs(folder, image);
     XdgLoginItemService service(session.directories, {}, jobs, session.path("proc"));
     QVERIFY(service.setEnabled(jobs.front().identifier, true));
-    const JobDescription job = service.copyAllJobDictionaries().front();
-    QCOMPARE(job.at(QStringLiteral("Program")), StoredValue{image});
-    QCOMPARE(job.at(QStringLiteral("ProgramArguments")), (StoredValue{StoredValue::Array{{image}, {kBeLauncher}}}));
+    QCOMPARE(service.copyAllJobDictionaries().front().at(text("ProgramArguments")),
+             (StoredValue{StoredValue::Array{{image}, {kBeLauncher}}}));
     // The image's own process is another one; what counts is the launcher inside.
     session.run(42, image);
     QVERIFY(!service.isJobRunning(jobs.front().identifier));
-    session.run(42, folder + QStringLiteral("/halvard-launcher"));
+    session.run(42, launcher);
     QVERIFY(service.isJobRunning(jobs.front().identifier));
   }
 
@@ -182,44 +145,41 @@ class TestXdgLoginItemService : public QObject {
     QVERIFY(session.service.setEnabled(identifier, true));
     session.run(43, session.path("bin/other"));
     QVERIFY(!session.service.isJobRunning(identifier));
-    session.run(42, session.program + QStringLiteral(" (deleted)"));  // replaced by an update while it runs
-    QVERIFY(session.service.isJobRunning(identifier));
-    QVERIFY(!session.service.isJobRunning(QStringLiteral("other")));
-    QCOMPARE(session.service.copyAllJobDictionaries().front().at(QStringLiteral("PID")), StoredValue{std::int64_t{42}});
-    QVERIFY(session.service.setEnabled(identifier, false));
-    QVERIFY(session.service.isJobRunning(identifier));
+    session.run(42, session.program + text(" (deleted)"));  // replaced by an update while it runs
+    QVERIFY(session.service.isJobRunning(identifier) && !session.service.isJobRunning(text("other")));
+    QCOMPARE(session.service.copyAllJobDictionaries().front().at(text("PID")), StoredValue{std::int64_t{42}});
+    QVERIFY(session.service.setEnabled(identifier, false) && session.service.isJobRunning(identifier));
     QVERIFY(runningPrograms(session.path("nowhere")).isEmpty());
-    QVERIFY(runningPrograms(QStringLiteral("/proc")).contains(QCoreApplication::applicationFilePath()));
+    QVERIFY(runningPrograms(text("/proc")).contains(QCoreApplication::applicationFilePath()));
   }
 
   void appDirIsTheBundleOfItsMainProgramOnly() {
     Session session;
-    const QString folder = session.path("Main.AppDir");
     const auto bundle = [&](const char* program) {
-      return session.service.bundleAt(folder, QString::fromLatin1(program));
+      return session.service.bundleAt(session.path("Main.AppDir"), text(program));
     };
-    session.put("Main.AppDir/com.example.Main.desktop", session.entry(QStringLiteral("main %U")));
+    session.write("Main.AppDir/com.example.Main.desktop", session.entry(text("main %U")));
     QVERIFY(!bundle("/x/usr/bin/main"));
-    session.install("Main.AppDir/AppRun");
-    QCOMPARE(bundle("/x/usr/bin/main")->identifier, QStringLiteral("com.example.Main"));
-    QCOMPARE(bundle("/x/usr/bin/main")->name, QStringLiteral("A"));
+    session.write("Main.AppDir/AppRun", {});
+    QCOMPARE(bundle("/x/usr/bin/main")->identifier, text("com.example.Main"));
+    QCOMPARE(bundle("/x/usr/bin/main")->name, text("A"));
     QVERIFY(!bundle("/x/usr/bin/helper"));
-    session.put("Main.AppDir/other.desktop", session.entry(QStringLiteral("main")));
+    session.write("Main.AppDir/other.desktop", session.entry(text("main")));
     QVERIFY(!bundle("/x/usr/bin/main"));
   }
 
   void plainEntriesAreListedAddedAndRemoved() {
     Session session;
-    const QString main = session.install("bin/main program");
-    session.put("second/other.desktop", session.entry(session.program));
+    const QString main = session.write("bin/main program", {});
+    session.write("second/other.desktop", session.entry(session.program));
     QVERIFY(session.service.appendSessionLoginItem(main, false));
-    std::vector<SessionLoginItem> items = session.service.sessionLoginItems();
+    const std::vector<SessionLoginItem> items = session.service.sessionLoginItems();
     QCOMPARE(items.size(), 2u);
     QCOMPARE(items[0].location, main);
-    QCOMPARE(items[1].reference, QStringLiteral("other"));
-    QVERIFY(session.service.removeSessionLoginItem(items[0].reference));
-    QVERIFY(session.service.removeSessionLoginItem(items[1].reference));
-    QVERIFY(!session.service.removeSessionLoginItem(QStringLiteral("../x")));
+    QCOMPARE(items[1].reference, text("other"));
+    for (const SessionLoginItem& item : items)
+      QVERIFY(session.service.removeSessionLoginItem(item.reference));
+    QVERIFY(!session.service.removeSessionLoginItem(text("../x")));
     QVERIFY(session.service.sessionLoginItems().empty());
     QVERIFY(!session.service.appendSessionLoginItem(session.path("nothing"), false));
     QVERIFY(session.service.appendSessionLoginItem(session.program, false));
