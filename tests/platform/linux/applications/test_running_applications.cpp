@@ -2,135 +2,81 @@
 
 #include <QtTest>
 #include <csignal>
-#include <map>
 
 #include "platform/fake/fake_clock.h"
 #include "platform/linux/applications/linux_running_applications.h"
 #include "platform/linux/processes/linux_process_table.h"
 #include "process_manager/processes_manager.h"
+#include "support/test_folder.h"
+#include "support/texts.h"
 #include "support/virtual_display.h"
 
 using namespace halvard;
-using test::VirtualDisplay;
-
-namespace {
-
-QString text(const char* latin1) {
-  return QString::fromLatin1(latin1);
-}
-
-}  // namespace
+using namespace halvard::test;
 
 class TestRunningApplications : public QObject {
   Q_OBJECT
 
-  struct Session {
-    VirtualDisplay display;
-    QTemporaryDir folder;
-    LinuxProcessTable table;
-    std::unique_ptr<LinuxRunningApplications> applications;
-    FakeClock clock;
-    std::unique_ptr<ProcessesManager> manager;
+  VirtualDisplay m_display;
+  TestFolder m_folder;
+  LinuxProcessTable m_table;
+  LinuxRunningApplications m_applications{std::make_shared<X11Windows>(m_display.name()),
+                                          EntryFolders{{m_folder.path(), text("/usr/share/applications")}, {}}};
+  FakeClock m_clock;
+  ProcessesManager m_manager{m_table, m_applications, m_clock};
 
-    bool start() {
-      if (!display.isRunning() || !display.startWindowManager()) return false;
-      applications = std::make_unique<LinuxRunningApplications>(
-          std::make_shared<X11Windows>(display.name()),
-          EntryFolders{{folder.path(), QStringLiteral("/usr/share/applications")}, {}});
-      manager = std::make_unique<ProcessesManager>(table, *applications, clock);
-      return true;
-    }
-    void writeEntry(const char* id, const QByteArray& lines) {
-      QFile file(folder.filePath(text(id) + text(".desktop")));
-      QVERIFY(file.open(QIODevice::WriteOnly));
-      file.write("[Desktop Entry]\nType=Application\n" + lines);
-    }
-    // Those of the programs this test has started, by pid: other work may go on on the machine.
-    std::map<std::int32_t, ApplicationEntry> list(const std::vector<QProcess*>& programs) {
-      QObject context;
-      ApplicationList result;
-      manager->getTopProcessCompletion(&context, [&](const ApplicationList& list) { result = list; });
-      std::map<std::int32_t, ApplicationEntry> own;
-      if (!QTest::qWaitFor([&] { return result != nullptr; }, 20'000)) return own;
-      for (const ApplicationEntry& entry : *result) {
-        for (const QProcess* program : programs)
-          if (program->processId() == entry.pid) own.emplace(entry.pid, entry);
-      }
-      return own;
-    }
-    std::shared_ptr<RunningApplication> find(QProcess* program) {
-      return QTest::qWaitFor([&] { return list({program}).size() == 1; }, 20'000) ? list({program}).begin()->second.app
-                                                                                  : nullptr;
-    }
-  };
+  /// Other work may go on on the machine, so that only known processes can be looked for.
+  std::optional<ApplicationEntry> listed(qint64 pid) {
+    QObject context;
+    ApplicationList result;
+    m_manager.getTopProcessCompletion(&context, [&](const ApplicationList& list) { result = list; });
+    if (!QTest::qWaitFor([&] { return result != nullptr; }, 20'000)) return std::nullopt;
+    const auto found = std::ranges::find(*result, pid, &ApplicationEntry::pid);
+    return found == result->end() ? std::nullopt : std::optional(*found);
+  }
+  ApplicationEntry waitFor(qint64 pid) {
+    std::optional<ApplicationEntry> entry;
+    (void)QTest::qWaitFor([&] { return (entry = listed(pid)).has_value(); }, 30'000);
+    return entry.value_or(ApplicationEntry{});
+  }
 
  private Q_SLOTS:
-  void applicationsOfASessionAreNamedAndKeepTheirHandles() {
-    Session session;
-    if (!session.display.isRunning()) QSKIP("Xvfb is not installed");
-    QVERIFY(session.start());
-    session.writeEntry("wrapped", "Name=Wrapped\nIcon=wrapped-icon\nExec=/bin/sh\nTerminal=true\n");
-    QProcess* terminal = session.display.start(text("xterm"), {text("-e"), text("sleep 601")});
-    QProcess* clock = session.display.start(text("xclock"));
+  void applicationsAreNamedKeepTheirHandlesAndQuitPolitelyOrByForce() {
+    if (!m_display.isRunning()) QSKIP("Xvfb is not installed");
+    QVERIFY(m_display.startWindowManager());
+    const QString file = m_folder.write("wrapped.desktop",
+                                        "[Desktop Entry]\nType=Application\nName=Wrapped\nIcon=wrapped-icon\n"
+                                        "Exec=/bin/sh\nTerminal=true\n");
+    QProcess* terminal = m_display.start(text("xterm"), texts({"-e", "sleep 601"}));
+    QProcess* clock = m_display.start(text("xclock"));
     // Sets the pid of its own environment, as GIO's launcher does.
-    QProcess* wrapped = session.display.start(
-        text("/bin/sh"), {text("-c"), text("export GIO_LAUNCHED_DESKTOP_FILE_PID=$$; exec sh -c 'sleep 604 & wait'")},
-        {text("GIO_LAUNCHED_DESKTOP_FILE=") + session.folder.filePath(text("wrapped.desktop"))});
+    QProcess* wrapped =
+        m_display.start(text("/bin/sh"), texts({"-c", "export GIO_LAUNCHED_DESKTOP_FILE_PID=$$; exec sleep 604"}),
+                        {text("GIO_LAUNCHED_DESKTOP_FILE=") + file});
     QVERIFY(terminal && clock && wrapped);
-    const std::vector<QProcess*> programs{terminal, clock, wrapped};
-    std::map<std::int32_t, ApplicationEntry> list;
-    QVERIFY(QTest::qWaitFor([&] { return (list = session.list(programs)).size() == 3; }, 30'000));
 
-    const ApplicationEntry& first = list[std::int32_t(terminal->processId())];
+    const ApplicationEntry first = waitFor(terminal->processId());
     QCOMPARE(first.name, text("XTerm"));
     QCOMPARE(first.icon, text("mini.xterm"));
     QCOMPARE(first.url, QUrl::fromLocalFile(text("/usr/share/applications/debian-xterm.desktop")));
-    const ApplicationEntry& second = list[std::int32_t(clock->processId())];
+    const ApplicationEntry second = waitFor(clock->processId());
     QCOMPARE(second.name, text("XClock"));
     QVERIFY(!second.url && !second.icon && second.helpers.empty());
-    const ApplicationEntry& third = list[std::int32_t(wrapped->processId())];
+    const ApplicationEntry third = waitFor(wrapped->processId());
     QCOMPARE(third.name, text("Wrapped"));
     QCOMPARE(third.icon, text("wrapped-icon"));
-    QCOMPARE(session.list(programs)[first.pid].app, first.app);
-  }
+    QCOMPARE(waitFor(terminal->processId()).app, first.app);
 
-  void applicationsQuitPolitelyAndByForce() {
-    Session session;
-    if (!session.display.isRunning()) QSKIP("Xvfb is not installed");
-    QVERIFY(session.start());
-    session.writeEntry("deaf", "Name=Deaf\nExec=/bin/sh\n");
-    QProcess* window = session.display.start(text("xclock"));
-    QProcess* other = session.display.start(text("xclock"));
-    QProcess* windowless = session.display.start(
-        text("/bin/sh"), {text("-c"), text("export GIO_LAUNCHED_DESKTOP_FILE_PID=$$; exec sleep 605")},
-        {QStringLiteral("GIO_LAUNCHED_DESKTOP_FILE=") + session.folder.filePath(text("deaf.desktop"))});
-    const auto app = session.find(window);
-    const auto second = session.find(other);
-    const auto third = session.find(windowless);
-    QVERIFY(app && second && third);
-    QVERIFY(app->activate());
-    QVERIFY(app->terminate());
-    QVERIFY(window->waitForFinished(10'000));
-    QCOMPARE(window->exitStatus(), QProcess::NormalExit);  // its window was closed, no signal was sent
-    QVERIFY(app->isTerminated() && !app->terminate() && !app->forceTerminate() && !app->activate());
-    QVERIFY(second->forceTerminate());
-    QVERIFY(other->waitForFinished(10'000));
-    QCOMPARE(other->exitStatus(), QProcess::CrashExit);
-    QVERIFY(third->terminate());
-    QVERIFY(windowless->waitForFinished(10'000));
-    QCOMPARE(windowless->exitCode(), SIGTERM);
-    QVERIFY(session.list({window, other, windowless}).empty());
-  }
-
-  void displayThatGoesAwayLeavesTheListEmptyAndTheProgramAlive() {
-    Session session;
-    if (!session.display.isRunning()) QSKIP("Xvfb is not installed");
-    QVERIFY(session.start());
-    QProcess* clock = session.display.start(text("xclock"));
-    QVERIFY(session.find(clock));
-    session.display.stop();
-    clock->waitForFinished();
-    QVERIFY(session.list({clock}).empty());
+    QVERIFY(second.app->activate() && second.app->terminate() && clock->waitForFinished(10'000));
+    QCOMPARE(clock->exitStatus(), QProcess::NormalExit);  // its window was closed, no signal was sent
+    QVERIFY(second.app->isTerminated());
+    QVERIFY(!second.app->terminate() && !second.app->forceTerminate() && !second.app->activate());
+    QVERIFY(first.app->forceTerminate() && terminal->waitForFinished(10'000));
+    QCOMPARE(terminal->exitStatus(), QProcess::CrashExit);
+    QVERIFY(third.app->terminate() && wrapped->waitForFinished(10'000));
+    QCOMPARE(wrapped->exitCode(), SIGTERM);  // it has no window
+    for (const ApplicationEntry& entry : {first, second, third})
+      QVERIFY(!listed(entry.pid));
   }
 };
 
