@@ -16,17 +16,12 @@
 #include "platform/linux/files/linux_last_used_dates.h"
 #include "platform/linux/files/linux_search_mounts.h"
 #include "platform/linux/files/package_sizes.h"
+#include "support/test_folder.h"
 
 using namespace halvard;
 using namespace std::chrono_literals;
 
 namespace {
-
-void write(const QByteArray& path, const QByteArray& content) {
-  QFile file(QFile::decodeName(path));
-  QVERIFY(file.open(QIODevice::WriteOnly));
-  file.write(content);
-}
 
 QByteArray deployFile(quint64 size) {
   GVariant* const deploy = g_variant_ref_sink(g_variant_new_parsed(
@@ -35,6 +30,12 @@ QByteArray deployFile(quint64 size) {
                          static_cast<qsizetype>(g_variant_get_size(deploy)));
   g_variant_unref(deploy);
   return bytes;
+}
+
+/// Both times of a file, in seconds since 1970.
+void setTimes(const QByteArray& path, time_t read, time_t written) {
+  const timespec times[2]{{read, 0}, {written, 0}};
+  ::utimensat(AT_FDCWD, path.constData(), times, 0);
 }
 
 }  // namespace
@@ -47,93 +48,71 @@ class TestLinuxFiles : public QObject {
     DiskTree tree;
     const LinuxFolderAccess access;
     const QByteArray folder = tree.addFolder("folder\n\xff");
-    const auto bookmark = access.createBookmark(folder);
-    QVERIFY(bookmark);
-    QCOMPARE(access.resolveBookmark(*bookmark), folder);
+    const QByteArray bookmark = access.createBookmark(folder).value_or(QByteArray());
+    QCOMPARE(access.resolveBookmark(bookmark), folder);
 
     QCOMPARE(::rename(folder.constData(), tree.at("renamed").constData()), 0);
-    QVERIFY(!access.resolveBookmark(*bookmark));
+    QVERIFY(!access.resolveBookmark(bookmark));
     tree.addFolder("folder\n\xff");
-    QVERIFY(!access.resolveBookmark(*bookmark));
-    QCOMPARE(::rmdir(folder.constData()), 0);
+    QVERIFY(!access.resolveBookmark(bookmark));
     QCOMPARE(::rename(tree.at("renamed").constData(), folder.constData()), 0);
-    QCOMPARE(access.resolveBookmark(*bookmark), folder);
+    QCOMPARE(access.resolveBookmark(bookmark), folder);
 
     QVERIFY(!access.createBookmark(tree.at("missing")));
-    for (const QByteArray& broken : {QByteArray(), QByteArray("x"), bookmark->left(20), *bookmark + "/more"})
+    for (const QByteArray& broken : {QByteArray(), QByteArray("x"), bookmark.left(20), bookmark + "/more"})
       QVERIFY(!access.resolveBookmark(broken));
-  }
-
-  void bookmarkOfAnUnmountedFolderDoesNotResolve() {
-    DiskTree tree;
-    const LinuxFolderAccess access;
-    const QByteArray place = tree.addFolder("mounted");
-    if (::mount("none", place.constData(), "tmpfs", 0, "size=1m") != 0) QSKIP("mounting needs root");
-    tree.addFolder("mounted/inside");
-    const auto top = access.createBookmark(place);
-    const auto inside = access.createBookmark(place + "/inside");
-    const bool resolved = access.resolveBookmark(*top) == place && access.resolveBookmark(*inside).has_value();
-    ::umount(place.constData());
-    QVERIFY(resolved);
-    QVERIFY(!access.resolveBookmark(*top));
-    tree.addFolder("mounted/inside");
-    QVERIFY(!access.resolveBookmark(*inside));
   }
 
   void searchEntersLocalDisksOnceEach() {
     const LinuxSearchMounts mounts(HALVARD_FIXTURES "/mountinfo");
     const auto rules = mounts.rules();
     QList<int> entered;
-    for (int id = 1; id < 60; ++id) {
+    for (int id = 1; id < 60; ++id)
       if (rules->entersMount(static_cast<std::uint64_t>(id))) entered << id;
-    }
     QCOMPARE(entered, (QList<int>{21, 26, 30, 32, 33, 37}));
-    QList<QByteArray> elsewhere;
+    QByteArrayList elsewhere;
     for (const MountAlias& alias : mounts.aliases())
-      elsewhere << alias.mounted << alias.entered;
-    QCOMPARE(elsewhere, (QList<QByteArray>{"/home/user/data", "/var/lib/data", "/mnt/home-again", "/home", "/mnt/logs",
-                                           "/srv/logs"}));
+      elsewhere << alias.mounted + " = " + alias.entered;
+    QCOMPARE(elsewhere,
+             (QByteArrayList{"/home/user/data = /var/lib/data", "/mnt/home-again = /home", "/mnt/logs = /srv/logs"}));
     QCOMPARE(mounts.hiddenLayers(),
              (std::vector<QByteArray>{"/var/lib/docker/overlay2/l/A", "/var/lib/docker/overlay2/l/B"}));
     QVERIFY(!LinuxSearchMounts("/no/such/table").rules()->entersMount(21));
+    QVERIFY(!mounts.entriesAtPath("/no/such/path"));
+  }
 
-    // A system whose start-up disk is a folder of the disk that is mounted elsewhere as a whole.
-    DiskTree tree;
-    write(tree.at("table"),
-          "40 21 8:4 / /sysroot rw - ext4 /dev/sda4 rw\n21 1 8:4 /deploy/1 / rw - ext4 /dev/sda4 rw\n"
-          "41 21 8:4 /deploy/var /var rw - ext4 /dev/sda4 rw\n");
-    const LinuxSearchMounts deployed(tree.at("table"));
-    QVERIFY(deployed.rules()->entersMount(21) && deployed.rules()->entersMount(40));
-    QVERIFY(!deployed.rules()->entersMount(41));
-    QCOMPARE(deployed.aliases().at(0).entered, QByteArray("/sysroot/deploy/var"));
-    QCOMPARE(deployed.hiddenLayers(), std::vector<QByteArray>{"/sysroot/deploy/1"});
-    QVERIFY(!LinuxSearchMounts().entriesAtPath("/no/such/path"));
+  void startUpDiskMayBeAFolderOfADiskThatIsMountedElsewhereAsAWhole() {
+    const TestFolder folder;
+    const QString table = folder.write("table",
+                                       "40 21 8:4 / /sysroot rw - ext4 /dev/sda4 rw\n"
+                                       "21 1 8:4 /deploy/1 / rw - ext4 /dev/sda4 rw\n"
+                                       "41 21 8:4 /deploy/var /var rw - ext4 /dev/sda4 rw\n");
+    const LinuxSearchMounts mounts(table.toUtf8());
+    const auto rules = mounts.rules();
+    QVERIFY(rules->entersMount(21) && rules->entersMount(40) && !rules->entersMount(41));
+    QCOMPARE(mounts.aliases().at(0).entered, QByteArray("/sysroot/deploy/var"));
+    QCOMPARE(mounts.hiddenLayers(), std::vector<QByteArray>{"/sysroot/deploy/1"});
   }
 
   void lastUseIsTheRecordedOneThenTheFileSystems() {
-    DiskTree tree;
-    const QByteArray known = tree.addFile("known file", 1);
-    const QByteArray unknown = tree.addFile("other", 1);
-    const timespec read{1'000'000'000, 0};
-    const timespec times[2]{read, {1'100'000'000, 0}};
-    ::utimensat(AT_FDCWD, unknown.constData(), times, 0);
-    ::utimensat(AT_FDCWD, known.constData(), times, 0);
-    const QByteArray list = tree.at("recently-used.xbel");
+    const TestFolder folder;
+    const QByteArray file = folder.write("a file", {}).toUtf8();
+    const QByteArray list = folder.path("recently-used.xbel").toUtf8();
+    setTimes(file, 1'000'000'000, 1'100'000'000);
     const LinuxLastUsedDates dates(list);
-    const auto seconds = [&](const QByteArray& path) {
-      return std::chrono::duration_cast<std::chrono::seconds>(dates.lastUsedDate(path)->time_since_epoch()).count();
+    const auto seconds = [&] {
+      return std::chrono::duration_cast<std::chrono::seconds>(dates.lastUsedDate(file)->time_since_epoch()).count();
     };
-    QCOMPARE(seconds(known), 1'000'000'000);
-    write(list, "<?xml version=\"1.0\"?><xbel version=\"1.0\"><bookmark href=\"file://" + tree.path() +
-                    "/known%20file\" added=\"2020-01-01T00:00:00Z\" modified=\"2020-01-01T00:00:00Z\" "
-                    "visited=\"2021-01-01T00:00:00Z\"/></xbel>");
-    QCOMPARE(seconds(known), 1609459200);
-    QCOMPARE(seconds(unknown), 1'000'000'000);
-    QVERIFY(!dates.lastUsedDate(tree.at("missing")));
-    write(list, "not a list");
-    const timespec changed[2]{{5, 0}, {5, 0}};
-    ::utimensat(AT_FDCWD, list.constData(), changed, 0);
-    QCOMPARE(seconds(known), 1'000'000'000);
+    QCOMPARE(seconds(), 1'000'000'000);
+    folder.write("recently-used.xbel",
+                 "<?xml version=\"1.0\"?><xbel version=\"1.0\"><bookmark href=\"file://" + folder.path().toUtf8() +
+                     "/a%20file\" added=\"2020-01-01T00:00:00Z\" modified=\"2020-01-01T00:00:00Z\" "
+                     "visited=\"2021-01-01T00:00:00Z\"/></xbel>");
+    QCOMPARE(seconds(), 1609459200);
+    QVERIFY(!dates.lastUsedDate("/no/such/file"));
+    folder.write("recently-used.xbel", "not a list");
+    setTimes(list, 5, 5);
+    QCOMPARE(seconds(), 1'000'000'000);
   }
 
   void changeTimeStandsInWhereReadingsAreNotKept() {
@@ -141,8 +120,7 @@ class TestLinuxFiles : public QObject {
     const QByteArray place = tree.addFolder("mounted");
     if (::mount("none", place.constData(), "tmpfs", MS_NOATIME, "size=1m") != 0) QSKIP("mounting needs root");
     const QByteArray file = tree.addFile("mounted/file", 1);
-    const timespec times[2]{{1'000'000'000, 0}, {1'000'000'000, 0}};
-    ::utimensat(AT_FDCWD, file.constData(), times, 0);
+    setTimes(file, 1'000'000'000, 1'000'000'000);
     const auto date = LinuxLastUsedDates(tree.at("none")).lastUsedDate(file);
     ::umount(place.constData());
     QVERIFY(date && std::chrono::system_clock::now() - *date < 1h);
@@ -150,11 +128,10 @@ class TestLinuxFiles : public QObject {
 
   void packageToolsAreUnderstood() {
     using namespace package_output;
-    const auto owners = dpkgOwners(
-        "diversion by dash from: /bin/sh\nxterm: /usr/share/applications/debian-xterm.desktop\n"
-        "liba:amd64, liba:i386: /usr/share/a: b\n\nbroken line\n");
-    QCOMPARE(owners, (std::map<QByteArray, QByteArray>{{"/usr/share/applications/debian-xterm.desktop", "xterm"},
-                                                       {"/usr/share/a: b", "liba:amd64"}}));
+    QCOMPARE(dpkgOwners("diversion by dash from: /bin/sh\nxterm: /usr/share/applications/debian-xterm.desktop\n"
+                        "liba:amd64, liba:i386: /usr/share/a: b\n\nbroken line\n"),
+             (std::map<QByteArray, QByteArray>{{"/usr/share/applications/debian-xterm.desktop", "xterm"},
+                                               {"/usr/share/a: b", "liba:amd64"}}));
     QCOMPARE(dpkgSizes("xterm\t2388\nempty\t\nliba:amd64\t0\nx"),
              (std::map<QByteArray, ByteCount>{{"xterm", 2388 * 1024}, {"liba:amd64", 0}}));
     const QByteArrayList files{"/a", "/b", "/c"};
@@ -166,44 +143,37 @@ class TestLinuxFiles : public QObject {
   }
 
   void flatpakAndSnapAreFoundByTheirFolders() {
-    DiskTree tree;
-    for (const char* folder : {"exports", "exports/share", "exports/share/applications", "app", "app/org.x.Draw",
-                               "app/org.x.Draw/current", "app/org.x.Draw/current/active", "snapd", "snapd/desktop",
-                               "snapd/desktop/applications", "snap", "snap/notes", "snap/notes/42", "snaps"})
-      tree.addFolder(folder);
-    write(tree.at("app/org.x.Draw/current/active/deploy"), deployFile(5000));
-    tree.addFile("snaps/notes_42.snap", 777);
-    QCOMPARE(::symlink("42", tree.at("snap/notes/current").constData()), 0);
-    const QByteArray draw = tree.addFile("exports/share/applications/org.x.Draw.desktop", 1);
-    const QByteArray second = tree.addFile("exports/share/applications/org.x.Draw.Viewer.desktop", 1);
-    const QByteArray notes = tree.addFile("snapd/desktop/applications/notes_notes.desktop", 1);
-    const QByteArray lost = tree.addFile("snapd/desktop/applications/lost_lost.desktop", 1);
-    const PackageSizes sizes(tree.at("snap"), tree.at("snaps"));
-    const OwningPackage flatpak{"flatpak:" + tree.path() + ":org.x.Draw", 5000};
+    const TestFolder folder;
+    const auto write = [&](const char* name, const QByteArray& content) {
+      return folder.write(name, content).toUtf8();
+    };
+    write("app/org.x.Draw/current/active/deploy", deployFile(5000));
+    write("snaps/notes_42.snap", QByteArray(777, 'x'));
+    write("snap/notes/42/file", {});
+    QVERIFY(QFile::link(QStringLiteral("42"), folder.path("snap/notes/current")));
+    const QByteArray draw = write("exports/share/applications/org.x.Draw.desktop", {});
+    const QByteArray second = write("exports/share/applications/org.x.Draw.Viewer.desktop", {});
+    const QByteArray notes = write("snapd/desktop/applications/notes_notes.desktop", {});
+    const QByteArray lost = write("snapd/desktop/applications/lost_lost.desktop", {});
+    const PackageSizes sizes(folder.path("snap").toUtf8(), folder.path("snaps").toUtf8());
+    const OwningPackage flatpak{"flatpak:" + folder.path().toUtf8() + ":org.x.Draw", 5000};
     QCOMPARE(sizes.ownersOfFiles({draw, second, notes, lost}, {}),
              (std::map<QByteArray, OwningPackage>{{draw, flatpak}, {second, flatpak}, {notes, {"snap:notes", 777}}}));
   }
 
   void applicationFilesAreKnownByTheirContent() {
-    DiskTree tree;
+    const TestFolder folder;
     const LinuxApplicationCatalog catalog;
-    write(tree.at("Tool.AppImage"), QByteArray("\x7f"
-                                               "ELF\x02\x01\x01\x00"
-                                               "AI\x02",
-                                               11));
-    write(tree.at("fake.AppImage"), "text");
-    write(tree.at("Tool.bin"), QByteArray("\x7f"
-                                          "ELF\x02\x01\x01\x00"
-                                          "AI\x02",
-                                          11));
-    QVERIFY(catalog.isApplicationFile(tree.at("Tool.AppImage")));
-    QVERIFY(!catalog.isApplicationFile(tree.at("fake.AppImage")));
-    QVERIFY(!catalog.isApplicationFile(tree.at("Tool.bin")));
-    tree.addFolder("Draw.app");
-    QCOMPARE(catalog.bundleIdentifier(tree.at("Draw.app")), QStringLiteral("Draw"));
-    tree.addFile("Draw.app/org.x.Draw.desktop", 1);
-    QCOMPARE(catalog.bundleIdentifier(tree.at("Draw.app")), QStringLiteral("org.x.Draw"));
-    QVERIFY(!catalog.bundleIdentifier(tree.at("missing")));
+    const QByteArray image("\x7f\x45LF\x02\x01\x01\x00\x41I\x02", 11);
+    QVERIFY(catalog.isApplicationFile(folder.write("Tool.AppImage", image).toUtf8()));
+    QVERIFY(!catalog.isApplicationFile(folder.write("fake.AppImage", "text").toUtf8()));
+    QVERIFY(!catalog.isApplicationFile(folder.write("Tool.bin", image).toUtf8()));
+    const QByteArray bundle = folder.path("Draw.app").toUtf8();
+    QVERIFY(!catalog.bundleIdentifier(bundle));
+    folder.write("Draw.app/file", {});
+    QCOMPARE(catalog.bundleIdentifier(bundle), QStringLiteral("Draw"));
+    folder.write("Draw.app/org.x.Draw.desktop", {});
+    QCOMPARE(catalog.bundleIdentifier(bundle), QStringLiteral("org.x.Draw"));
   }
 
   void idlePriorityIsForTheThreadOnly() {
@@ -211,11 +181,9 @@ class TestLinuxFiles : public QObject {
     const auto diskClass = [] { return ::syscall(SYS_ioprio_get, 1, 0) >> 13; };
     std::jthread([&] {
       IdlePriority().lowerCurrentThread();
-      QCOMPARE(::sched_getscheduler(0), SCHED_IDLE);
-      QCOMPARE(diskClass(), kIdleClass);
+      QVERIFY(::sched_getscheduler(0) == SCHED_IDLE && diskClass() == kIdleClass);
     }).join();
-    QCOMPARE(::sched_getscheduler(0), SCHED_OTHER);
-    QVERIFY(diskClass() != kIdleClass);
+    QVERIFY(::sched_getscheduler(0) == SCHED_OTHER && diskClass() != kIdleClass);
   }
 };
 
