@@ -1,7 +1,7 @@
-#include <QProcess>
 #include <QtTest>
 
 #include "platform/linux/volumes/linux_mounted_volumes.h"
+#include "support/texts.h"
 
 using namespace halvard;
 
@@ -10,44 +10,36 @@ class TestMountedVolumes : public QObject {
 
  private Q_SLOTS:
   void localDisksAreListedOnceEachAndNothingElse() {
-    LinuxMountedVolumes volumes(QStringLiteral(HALVARD_FIXTURES "/mountinfo"));
-    const auto volume = [](const char* path, const char* name, const char* type, bool writable) {
-      return MountedVolume{QString::fromLatin1(path), QString::fromLatin1(name), QString::fromLatin1(type), writable};
-    };
     const std::vector<MountedVolume> expected{
-        volume("/", "Startup disk", "ext4", true),
-        volume("/home", "home", "btrfs", true),
-        volume("/snap/core/1", "1", "squashfs", false),
-        volume("/media/ann/USB stick", "USB stick", "vfat", false),
-        volume("/media/ann/Windows", "Windows", "fuseblk", true),
-        volume("/media/ann/frozen", "frozen", "ext4", false),
+        {text("/"), text("Startup disk"), text("ext4"), true},
+        {text("/home"), text("home"), text("btrfs"), true},
+        {text("/snap/core/1"), text("1"), text("squashfs"), false},
+        {text("/media/ann/USB stick"), text("USB stick"), text("vfat"), false},
+        {text("/media/ann/Windows"), text("Windows"), text("fuseblk"), true},
+        {text("/media/ann/frozen"), text("frozen"), text("ext4"), false},
     };
-    const auto found = volumes.mountedLocalVolumes();
-    QVERIFY(found);
-    QCOMPARE(*found, expected);
-    QVERIFY(!LinuxMountedVolumes(QStringLiteral("/nonexistent")).mountedLocalVolumes());
+    QCOMPARE(LinuxMountedVolumes(text(HALVARD_FIXTURES "/mountinfo")).mountedLocalVolumes(), expected);
+    QVERIFY(!LinuxMountedVolumes(text("/nonexistent")).mountedLocalVolumes());
   }
 
   void thisMachineHasAStartUpDiskMeasuredAsDfDoes() {
     LinuxMountedVolumes volumes;
     const auto mounted = volumes.mountedLocalVolumes();
-    QVERIFY(mounted);
-    QVERIFY(std::any_of(mounted->begin(), mounted->end(), [](const auto& v) { return v.path == QLatin1String("/"); }));
-    QVERIFY(!volumes.spaceAtPath(QStringLiteral("/nonexistent")));
+    QVERIFY(mounted && std::ranges::count(*mounted, text("/"), &MountedVolume::path) == 1);
+    QVERIFY(!volumes.spaceAtPath(text("/nonexistent")));
 
     QProcess df;
-    df.start(QStringLiteral("df"), {QStringLiteral("-B1"), QStringLiteral("--output=size,avail"), QStringLiteral("/")});
+    df.startCommand(text("df -B1 --output=size,avail /"));
     QVERIFY(df.waitForFinished());
     const QList<QByteArray> figures = df.readAllStandardOutput().split('\n').value(1).simplified().split(' ');
-    const auto space = volumes.spaceAtPath(QStringLiteral("/"));
+    const auto space = volumes.spaceAtPath(text("/"));
     QVERIFY(space);
     QCOMPARE(space->size, figures.value(0).toULongLong());
     // Others write meanwhile.
     constexpr double tolerance = 256e6;
-    QVERIFY(qAbs(static_cast<double>(space->freeSize) - figures.value(1).toDouble()) < tolerance);
-    bool isNumber = false;
-    const double text = volumes.startupDiskFreeSize().value_or(QString()).toDouble(&isNumber);
-    QVERIFY(isNumber && qAbs(text - figures.value(1).toDouble()) < tolerance);
+    const double available = figures.value(1).toDouble();
+    QVERIFY(qAbs(static_cast<double>(space->freeSize) - available) < tolerance);
+    QVERIFY(qAbs(volumes.startupDiskFreeSize().value_or(QString()).toDouble() - available) < tolerance);
   }
 };
 
