@@ -34,6 +34,7 @@ class TestPurgeGuard : public QObject {
                  {0, 2 * kNeeded + 2, 0, Go},
                  {kStep / 2, 2, 0, Refuse},
                  {8000 * kMiB, 0, 0, Refuse},
+                 {8000 * kMiB, 1001, 1000, Go},
                  {8000 * kMiB, 201, 1000, Go},
                  {8000 * kMiB, 200, 1000, Refuse}};
     for (const auto& [available, swapFree, swapTotal, verdict] : cases) {
@@ -42,6 +43,8 @@ class TestPurgeGuard : public QObject {
       now.swapFree = swapFree;
       now.swapTotal = swapTotal;
       QVERIFY(judgeStep(now, std::nullopt, kStep) == verdict);
+      // A page-out needs swap, and of room nothing else.
+      QVERIFY(judgePageOut(now, std::nullopt) == (swapTotal > 0 ? verdict : Refuse));
     }
   }
 
@@ -78,17 +81,6 @@ class TestPurgeGuard : public QObject {
     now.pressure.reset();
     now.somePressure.reset();
     QVERIFY(judgeStep(now, calm(), kStep) == Go && judgePageOut(now, calm()) == Go);
-  }
-
-  void pagingOutEndsWhereSwapIsFourFifthsFull() {
-    GuardReadings now = calm();
-    now.swapTotal = 1000;
-    for (const ByteCount free : {ByteCount{201}, ByteCount{200}, ByteCount{0}, ByteCount{1001}}) {
-      now.swapFree = free;
-      QVERIFY(judgePageOut(now, std::nullopt) == (free > 200 ? Go : Refuse));
-    }
-    now.swapTotal = 0;
-    QVERIFY(judgePageOut(now, std::nullopt) == Refuse);
   }
 
   void theFillRestsAsLongAsSomebodyWaitedAndTakesHugePagesInTimesOfPlenty() {

@@ -10,7 +10,6 @@
 #include "platform/linux/reclaim/control_group_strategy.h"
 #include "platform/linux/reclaim/fill_strategy.h"
 #include "platform/linux/reclaim/page_out_strategy.h"
-#include "platform/linux/reclaim/protected_programs.h"
 #include "platform/linux/reclaim/reclaim_forecast.h"
 #include "platform/linux/reclaim/reclaim_pace.h"
 #include "platform/linux/reclaim/strategic_purgeable_memory.h"
@@ -57,15 +56,12 @@ ReclaimCandidate helper(std::int32_t pid, const ReclaimCandidate& owner, std::in
   return candidate;
 }
 
-ReclaimPolicy policy(Focus::Kind kind = Focus::Kind::Nobody, std::int32_t focused = 0) {
+/// Of this program, with the focus on a process; 0: on nobody's.
+ReclaimPolicy policy(std::int32_t focused = 0) {
   ReclaimPolicy result;
   result.self = 900;
-  result.focus = {kind, focused};
+  result.focus = {focused > 0 ? Focus::Kind::Process : Focus::Kind::Nobody, focused};
   return result;
-}
-
-ReclaimPolicy focusOn(std::int32_t pid) {
-  return policy(Focus::Kind::Process, pid);
 }
 
 using Pids = std::vector<std::int32_t>;
@@ -265,7 +261,9 @@ class TestReclaim : public QObject {
         {"just below work", true, [](auto& one, auto&) { one.recentUse = kBusyUse - 0.001; }},
         {"holds little", false, [](auto& one, auto&) { one.anonymousBytes = kLeastVictimBytes - 1; }},
         {"holds just enough", true, [](auto& one, auto&) { one.anonymousBytes = kLeastVictimBytes; }},
-        {"compositor by name", false, [](auto& one, auto&) { one.program = QStringLiteral("kwin_wayland"); }},
+        {"compositor by name", false, [](auto& one, auto&) { one.program = QStringLiteral("sway"); }},
+        {"named almost like one", true, [](auto& one, auto&) { one.program = QStringLiteral("swaylock"); }},
+        {"of a family by name", false, [](auto& one, auto&) { one.program = QStringLiteral("ibus-daemon"); }},
         {"tray host by the desktop's word", false, [](auto&, auto& rules) { rules.servants = {20}; }},
         {"excluded by program", false, [](auto&, auto& rules) { rules.exclusions = {QStringLiteral("VIEWER")}; }},
         {"excluded by application", false,
@@ -296,13 +294,15 @@ class TestReclaim : public QObject {
                                             process(41, "bash", 40),
                                             process(42, "editor", 41),
                                             sync};
-    QCOMPARE(pids(selectVictims(all, focusOn(30))), (Pids{40, 43, 41, 42}));
+    QCOMPARE(pids(selectVictims(all, policy(30))), (Pids{40, 43, 41, 42}));
     // A window of a helper is the whole application's.
-    QCOMPARE(pids(selectVictims(all, focusOn(31))), (Pids{40, 43, 41, 42}));
-    QCOMPARE(pids(selectVictims(all, focusOn(40))), (Pids{30, 31, 43, 32}));
-    QCOMPARE(selectVictims(all, focusOn(999)).size(), all.size());
+    QCOMPARE(pids(selectVictims(all, policy(31))), (Pids{40, 43, 41, 42}));
+    QCOMPARE(pids(selectVictims(all, policy(40))), (Pids{30, 31, 43, 32}));
+    QCOMPARE(selectVictims(all, policy(999)).size(), all.size());
     // Where it is unknown no application with windows is touched.
-    QCOMPARE(pids(selectVictims(all, policy(Focus::Kind::Unknown))), (Pids{43, 32, 41, 42}));
+    ReclaimPolicy unknown = policy();
+    unknown.focus.kind = Focus::Kind::Unknown;
+    QCOMPARE(pids(selectVictims(all, unknown)), (Pids{43, 32, 41, 42}));
   }
 
   void thisProgramItsHelpersAndItsStartersAreSpared() {
@@ -311,7 +311,7 @@ class TestReclaim : public QObject {
                                             process(52, "other", 50)};
     QCOMPARE(pids(selectVictims(all, policy())), (Pids{52}));
     // Parents that form a ring end.
-    QCOMPARE(selectVictims({process(60, "one", 61), process(61, "two", 60)}, focusOn(62)).size(), 2u);
+    QCOMPARE(selectVictims({process(60, "one", 61), process(61, "two", 60)}, policy(62)).size(), 2u);
   }
 
   void aUnitCountsOnlyAsAWhole() {
@@ -324,13 +324,6 @@ class TestReclaim : public QObject {
     const auto units = selectUnits({mail, small, helper(75, mail), music, player, process(74, "no-unit")}, policy());
     QCOMPARE(pids(units), (Pids{70}));
     QCOMPARE(units[0].bytes, 50 * kMiB);
-  }
-
-  void namesOfProtectedPrograms() {
-    for (const char* name : {"Xorg", "pipewire-pulse", "ibus-daemon", "systemd-logind", "halvardctl"})
-      QVERIFY2(isProtectedProgram(QString::fromLatin1(name)), name);
-    for (const char* name : {"firefox", "Xeyes", "swaylock", ""})
-      QVERIFY2(!isProtectedProgram(QString::fromLatin1(name)), name);
   }
 
   void aForecastEndsWhereSwapIsFull() {
