@@ -3,14 +3,9 @@
 namespace halvard {
 
 HostStatistics::KernelReturn FakeHostStatistics::beginReading(std::uint32_t wordCount) {
-  int number = 0;
-  {
-    const std::lock_guard lock(m_mutex);
-    number = ++m_readings;
-    m_lastWordCount = wordCount;
-  }
-  if (onRead) onRead(number);
   const std::lock_guard lock(m_mutex);
+  ++m_readings;
+  m_lastWordCount = wordCount;
   return m_code;
 }
 
@@ -31,8 +26,7 @@ HostStatistics::KernelReturn FakeHostStatistics::hostStatistics64(VmStatistics64
 HostStatistics::KernelReturn FakeHostStatistics::hostStatistics(VmStatistics& statistics, std::uint32_t& wordCount) {
   const KernelReturn code = beginReading(wordCount);
   if (code != kSuccess) return code;
-  const std::lock_guard lock(m_mutex);
-  statistics = m_statistics;
+  statistics = {};
   wordCount = kWordsLegacy;
   return kSuccess;
 }
@@ -61,11 +55,6 @@ void FakeHostStatistics::setStatistics64(const VmStatistics64& statistics) {
 void FakeHostStatistics::queueStatistics64(const VmStatistics64& statistics) {
   const std::lock_guard lock(m_mutex);
   m_queue.push_back(statistics);
-}
-
-void FakeHostStatistics::setStatistics(const VmStatistics& statistics) {
-  const std::lock_guard lock(m_mutex);
-  m_statistics = statistics;
 }
 
 void FakeHostStatistics::setKernelReturn(KernelReturn code) {

@@ -1,14 +1,13 @@
 #pragma once
 
 #include <deque>
-#include <functional>
 #include <mutex>
 
 #include "platform/ports/host_statistics.h"
 
 namespace halvard {
 
-/// Memory counters that a test sets. Thread safe, except for `onRead`, which is set before the first reading.
+/// Memory counters that a test sets. Thread safe.
 class FakeHostStatistics : public HostStatistics {
  public:
   /// 4 GiB of RAM in pages of 4096 bytes, all counters 0, no swap.
@@ -24,7 +23,6 @@ class FakeHostStatistics : public HostStatistics {
   void setStatistics64(const VmStatistics64& statistics);
   /// One more 64-bit reading behind those already queued. Once the queue is empty the last one stays.
   void queueStatistics64(const VmStatistics64& statistics);
-  void setStatistics(const VmStatistics& statistics);
   /// The code of the readings to come; a failing reading takes nothing from the queue. kSuccess ends the failure.
   void setKernelReturn(KernelReturn code);
   void setPageSize(std::optional<std::uint32_t> bytes);
@@ -35,8 +33,6 @@ class FakeHostStatistics : public HostStatistics {
   int readings() const;
   /// What the caller put into `wordCount` for its last reading; 0 before the first.
   std::uint32_t lastWordCount() const;
-  /// Called at the start of every reading with its number, from 1, on the reading thread and without a lock held.
-  std::function<void(int)> onRead;
 
  private:
   /// The code for this reading.
@@ -45,7 +41,6 @@ class FakeHostStatistics : public HostStatistics {
   mutable std::mutex m_mutex;
   VmStatistics64 m_statistics64;
   std::deque<VmStatistics64> m_queue;
-  VmStatistics m_statistics;
   KernelReturn m_code = kSuccess;
   std::optional<std::uint32_t> m_pageSize = 4096;
   ByteCount m_physicalMemory = ByteCount{4} << 30;

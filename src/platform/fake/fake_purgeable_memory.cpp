@@ -12,7 +12,6 @@ struct FakePurgeableMemory::Log {
   std::mutex mutex;
   std::vector<Entry> entries;
   std::vector<ByteCount> sizes;
-  int afterDeath = 0;
   int opened = 0;
   int open = 0;
 };
@@ -30,10 +29,7 @@ class FakePurgeableMemory::Session : public PurgeableSession {
     bool perform(const char* name, int buffer) {
       {
         const std::lock_guard lock(log->mutex);
-        if (stepsLeft == 0 || closed) {
-          ++log->afterDeath;
-          return false;
-        }
+        if (stepsLeft == 0 || closed) return false;
         if (stepsLeft > 0) --stepsLeft;
         log->entries.push_back({name, buffer});
       }
@@ -101,10 +97,6 @@ void FakePurgeableMemory::dieAfter(int steps) {
   m_steps = steps;
 }
 
-void FakePurgeableMemory::neverDie() {
-  m_steps = -1;
-}
-
 std::vector<std::string> FakePurgeableMemory::operations() const {
   const std::lock_guard lock(m_log->mutex);
   std::vector<std::string> names;
@@ -124,11 +116,6 @@ std::vector<std::string> FakePurgeableMemory::numberedOperations() const {
 std::vector<ByteCount> FakePurgeableMemory::sizes() const {
   const std::lock_guard lock(m_log->mutex);
   return m_log->sizes;
-}
-
-int FakePurgeableMemory::operationsAfterDeath() const {
-  const std::lock_guard lock(m_log->mutex);
-  return m_log->afterDeath;
 }
 
 int FakePurgeableMemory::sessionsOpened() const {

@@ -24,19 +24,16 @@ class FakePurgeableMemory : public PurgeableMemory {
 
   /// Sessions opened from now on are dead once they have done `steps` operations; 0: never alive.
   void dieAfter(int steps);
-  void neverDie();
   /// Called after each operation was logged, with its name, on the thread that does it and without a lock held.
   std::function<void(const std::string&)> onOperation;
 
   /// Every operation of every session in order: "make", "begin", "zero", "end", "discard". What is asked of a dead
-  /// session is counted instead.
+  /// session is not there.
   std::vector<std::string> operations() const;
   /// The same with the number of the buffer in its session, from 0: "make 0", "begin 0".
   std::vector<std::string> numberedOperations() const;
   /// Bytes of each buffer made, in order.
   std::vector<ByteCount> sizes() const;
-  /// Operations asked of sessions that were no longer alive.
-  int operationsAfterDeath() const;
   /// Sessions opened so far, and those of them that still exist.
   int sessionsOpened() const;
   int sessionsOpen() const;
