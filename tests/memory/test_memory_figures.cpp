@@ -39,10 +39,7 @@ qint64 mebibytes(const QJsonValue& record, const char* key) {
 
 /// A controller on a made-up machine, and its journal.
 struct Program : ControllerParts {
-  Program() {
-    controller.initValues();
-    QObject::connect(&journal, &PurgeJournal::rechecked, [this](const PurgeReport& report) { rechecked << report; });
-  }
+  Program() { controller.initValues(); }
   void set(ByteCount usedMebibytes, const SwapUsage& usage = {}) {
     setUsed(usedMebibytes * kMiB);
     host.setSwapUsage(usage);
@@ -58,7 +55,7 @@ struct Program : ControllerParts {
   PurgeControllerView view;
   ZPPurgeController controller{services(), view};
   PurgeJournal journal{controller, host, version, store, clock};
-  QList<PurgeReport> rechecked;
+  QSignalSpy rechecked{&journal, &PurgeJournal::rechecked};
 };
 
 }  // namespace
@@ -172,7 +169,7 @@ class TestMemoryFigures : public QObject {
     program.clock.advance(1ms);
     QCOMPARE(program.rechecked.size(), 1);
     const QJsonObject record = program.latest();
-    QCOMPARE(record, purgeRecord(program.rechecked[0]));
+    QCOMPARE(record, purgeRecord(program.rechecked[0][0].value<PurgeReport>()));
     QCOMPARE(mebibytes(record, "gainedBytes"), 500);
     QCOMPARE(mebibytes(record, "compressedBytes"), 500);
     QCOMPARE(mebibytes(record, "pagedOutBytes"), 500);

@@ -211,24 +211,17 @@ class TestPurgeWorker : public QObject {
   }
 
   void commandsAreCheckedAlsoAfterGarbage() {
+    constexpr quint32 kBuffers = purge_worker::kMaxBuffers;
+    constexpr quint64 kLargest = purge_worker::kMaxBufferSize;
+    // Among them are a buffer that is volatile from birth, one that was never made, and another size than before.
     const struct {
       quint32 operation, buffer;
       quint64 size;
       int error;
-    } cases[] = {{1, 0, 4096, 0},
-                 {1, purge_worker::kMaxBuffers - 1, 1, 0},
-                 {1, purge_worker::kMaxBuffers, 1, EINVAL},
-                 {3, 2, purge_worker::kMaxBufferSize, 0},
-                 {3, 3, purge_worker::kMaxBufferSize + 1, EINVAL},
-                 {1, 3, 0, EINVAL},
-                 {5, 3, 4096, EINVAL},
-                 {0, 3, 4096, EINVAL},
-                 // Volatile from birth, and nothing to discard.
-                 {3, 1, 4096, 0},
-                 {4, 5, 4096, 0},
-                 // Another size than before.
-                 {1, 0, 8192, EINVAL},
-                 {4, 0, 8192, EINVAL},
+    } cases[] = {{1, 0, 4096, 0},      {1, kBuffers - 1, 1, 0},      {1, kBuffers, 1, EINVAL},
+                 {3, 2, kLargest, 0},  {3, 3, kLargest + 1, EINVAL}, {1, 3, 0, EINVAL},
+                 {5, 3, 4096, EINVAL}, {0, 3, 4096, EINVAL},         {3, 1, 4096, 0},
+                 {4, 5, 4096, 0},      {1, 0, 8192, EINVAL},         {4, 0, 8192, EINVAL},
                  {2, 0, 4096, 0}};
     test::BareWorker worker(kWorker);
     QVERIFY(worker.receive<Answer>());
@@ -241,13 +234,12 @@ class TestPurgeWorker : public QObject {
       QCOMPARE(ask(operation, buffer, size), error);
     std::mt19937_64 random(20240115);
     for (int round = 0; round < 20000; ++round) {
-      const Command close{
-          purge_worker::kMagic,
-          static_cast<Operation>(random() % 7),
-          test::oneOf({0U, 1U, purge_worker::kMaxBuffers - 1, purge_worker::kMaxBuffers, ~0U}, random),
-          test::oneOf({0U, 0U, 0U, 1U}, random),
-          random() % 8,
-          test::oneOf<quint64>({0, 1, 4096, 65536, purge_worker::kMaxBufferSize + 1, ~quint64{0}}, random)};
+      const Command close{purge_worker::kMagic,
+                          static_cast<Operation>(random() % 7),
+                          test::oneOf({0U, 1U, kBuffers - 1, kBuffers, ~0U}, random),
+                          test::oneOf({0U, 0U, 0U, 1U}, random),
+                          random() % 8,
+                          test::oneOf<quint64>({0, 1, 4096, 65536, kLargest + 1, ~quint64{0}}, random)};
       const auto packet = test::garbageLike(close, random);
       QVERIFY(worker.send(packet.data(), packet.size()));
       const auto answer = worker.receive<Answer>();
