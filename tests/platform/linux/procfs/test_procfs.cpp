@@ -1,4 +1,3 @@
-#include <QTemporaryDir>
 #include <QtTest>
 #include <cerrno>
 #include <random>
@@ -9,6 +8,7 @@
 #include "platform/linux/procfs/swap_devices.h"
 #include "platform/linux/procfs/swap_traffic.h"
 #include "platform/linux/procfs/zone_watermarks.h"
+#include "support/test_folder.h"
 
 using namespace halvard;
 
@@ -27,14 +27,6 @@ struct Machine {
     return record;
   }
 
-  // In place, as the kernel does: the reader's descriptor must see it.
-  void write(const QByteArray& path, const QByteArray& text) {
-    const QString whole = folder.filePath(QString::fromLatin1(path));
-    QDir().mkpath(QFileInfo(whole).path());
-    QFile file(whole);
-    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    file.write(text);
-  }
   /// `others` takes the place of the usual lines.
   void writeMeminfo(const QMap<QByteArray, ByteCount>& others = {}) {
     QMap<QByteArray, ByteCount> lines{{"MemTotal", 4000},    {"MemFree", 1000},     {"MemAvailable", 2000},
@@ -45,18 +37,17 @@ struct Machine {
     QByteArray text;
     for (const auto& [name, mebibytes] : lines.asKeyValueRange())
       text += name + ": " + QByteArray::number(mebibytes * 1024) + " kB\n";
-    write("meminfo", text);
+    folder.write("meminfo", text);
   }
   void writeLists(PageCount pages) {
-    write("zoneinfo", "  pagesets\n    cpu: 0\n              count:    " + QByteArray::number(pages) + '\n');
+    folder.write("zoneinfo", "  pagesets\n    cpu: 0\n              count:    " + QByteArray::number(pages) + '\n');
   }
   void writeZram(const QByteArray& device, ByteCount contents, ByteCount pool) {
-    write("block/" + device + "/mm_stat",
-          QByteArray::number(contents * kMiB) + " 1 " + QByteArray::number(pool * kMiB) + " 0 0\n");
+    folder.write("block/" + device + "/mm_stat",
+                 QByteArray::number(contents * kMiB) + " 1 " + QByteArray::number(pool * kMiB) + " 0 0\n");
   }
-  void remove(const QByteArray& path) { QVERIFY(QDir(folder.filePath(QString::fromLatin1(path))).removeRecursively()); }
-
-  QTemporaryDir folder;
+  // Its files are written in place, as the kernel does: the reader's descriptor must see it.
+  TestFolder folder;
   LinuxHostStatistics host{root(), root()};
 };
 
@@ -248,9 +239,9 @@ class TestProcfs : public QObject {
     record.wire_count = 42;
     std::uint32_t words = 7;
     QCOMPARE(machine.host.hostStatistics64(record, words), ENOENT);
-    machine.write("meminfo", "MemTotal: 5 kB\n");
+    machine.folder.write("meminfo", "MemTotal: 5 kB\n");
     QCOMPARE(machine.host.hostStatistics64(record, words), EBADMSG);
-    machine.write("meminfo", "");
+    machine.folder.write("meminfo", "");
     QCOMPARE(machine.host.hostStatistics64(record, words), ENODATA);
     QCOMPARE(record.wire_count, 42u);
     QCOMPARE(words, 7u);
@@ -270,8 +261,8 @@ class TestProcfs : public QObject {
     QCOMPARE(mebibytes(machine.reading()->compressor_page_count), 130u);
     // A removed device's file can be read no more, although its descriptor is still open.
     machine.writeZram("zram1", 1, 2);
-    machine.write("block/zram0/mm_stat", "");
-    machine.remove("block/zram0");
+    machine.folder.write("block/zram0/mm_stat", "");
+    QVERIFY(QDir(machine.folder.path("block/zram0")).removeRecursively());
     QCOMPARE(mebibytes(machine.reading()->compressor_page_count), 2u);
   }
 
@@ -299,9 +290,9 @@ class TestProcfs : public QObject {
     QCOMPARE(machine.host.swapUsage()->compressedBytes, 0u);
     machine.writeMeminfo({{"SwapTotal", 3000}, {"SwapFree", 2300}, {"SwapCached", 25}, {"Zswapped", 40}});
     QVERIFY2(!machine.host.swapUsage(), "no list of swap areas");
-    machine.write("swaps",
-                  "Filename Type Size Used Priority\n/dev/zram0 partition 1024000 512000 100\n"
-                  "/dev/sda2 partition 2048000 102400 -2\n");
+    machine.folder.write("swaps",
+                         "Filename Type Size Used Priority\n/dev/zram0 partition 1024000 512000 100\n"
+                         "/dev/sda2 partition 2048000 102400 -2\n");
     QVERIFY2(!machine.host.swapUsage(), "no statistics of the device");
     machine.writeZram("zram0", 480, 100);
     machine.writeZram("zram1", 77, 77);
@@ -309,7 +300,7 @@ class TestProcfs : public QObject {
     QCOMPARE(machine.host.swapUsage()->swappedToDiskBytes, (100 - 40) * kMiB);
     QCOMPARE(machine.host.swapUsage()->awayBytes, (3000 - 2300 - 25) * kMiB);
     QVERIFY(!machine.host.swapUsage()->traffic);
-    machine.write("vmstat", QByteArray(9000, 'x') + " 1\npswpin 3\npswpout 5\nswpout_zero 2\n");
+    machine.folder.write("vmstat", QByteArray(9000, 'x') + " 1\npswpin 3\npswpout 5\nswpout_zero 2\n");
     const auto page = static_cast<ByteCount>(::sysconf(_SC_PAGESIZE));
     QVERIFY(machine.host.swapUsage()->traffic == std::optional(SwapTraffic{7 * page, 3 * page}));
   }
@@ -317,9 +308,9 @@ class TestProcfs : public QObject {
   void processorCountersNeverGoBack() {
     Machine machine;
     const auto stat = [&](const QByteArray& processors) {
-      machine.write("stat", "cpu  0 0 0 0 0 0 0 0 0 0\n" + processors + "intr 0\n");
+      machine.folder.write("stat", "cpu  0 0 0 0 0 0 0 0 0 0\n" + processors + "intr 0\n");
     };
-    machine.write("devices/system/cpu/present", "0-2\n");
+    machine.folder.write("devices/system/cpu/present", "0-2\n");
     LinuxProcessorTicks ticks(machine.root(), machine.root());
     QCOMPARE(ticks.processorCount(), std::optional(3u));
     QVERIFY(!ticks.processorLoad());

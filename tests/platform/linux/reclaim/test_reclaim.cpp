@@ -1,7 +1,5 @@
 // Whose memory is given up, which way is taken when, and what a step of each does. The unified hierarchy is a made-up
 // folder.
-#include <QDir>
-#include <QTemporaryDir>
 #include <QtTest>
 #include <functional>
 
@@ -16,6 +14,7 @@
 #include "platform/linux/reclaim/victim_queue.h"
 #include "platform/linux/reclaim/victim_source.h"
 #include "support/scripted_readings.h"
+#include "support/test_folder.h"
 
 using namespace halvard;
 using namespace std::chrono_literals;
@@ -100,20 +99,10 @@ class TestReclaim : public QObject {
   FakeClock m_clock;
   ScriptedReadings m_readings;
   ScriptedVictims m_victims;
-  std::unique_ptr<QTemporaryDir> m_root;
+  std::unique_ptr<TestFolder> m_root;
   const ReclaimCandidate m_one = application(10, "one", "/app.slice/one.scope");
 
-  QString place(const char* path) const { return m_root->filePath(QString::fromLatin1(path)); }
-  void write(const char* path, const QByteArray& text) {
-    QDir().mkpath(QFileInfo(place(path)).path());
-    QFile file(place(path));
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(text);
-  }
-  QByteArray asked() {
-    QFile file(place("app.slice/one.scope/memory.reclaim"));
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("none");
-  }
+  QByteArray asked() { return m_root->read("app.slice/one.scope/memory.reclaim"); }
   ControlGroupStrategy groups() { return {m_victims, m_readings, m_clock, m_root->path().toStdString()}; }
   /// A session that may ask one unit.
   std::unique_ptr<PurgeableSession> openOn(const ReclaimCandidate& unit) {
@@ -126,10 +115,10 @@ class TestReclaim : public QObject {
     m_readings = ScriptedReadings();
     m_victims.reading = {};
     m_victims.focused.reset();
-    m_root = std::make_unique<QTemporaryDir>();
-    write("cgroup.controllers", "memory\n");
-    write("app.slice/one.scope/memory.reclaim", "");
-    write("app.slice/one.scope/memory.swap.current", "0\n");
+    m_root = std::make_unique<TestFolder>();
+    m_root->write("cgroup.controllers", "memory\n");
+    m_root->write("app.slice/one.scope/memory.reclaim", "");
+    m_root->write("app.slice/one.scope/memory.swap.current", "0\n");
   }
 
   void thePaceStopsForGood() {
@@ -195,10 +184,10 @@ class TestReclaim : public QObject {
     const auto session = openOn(m_one);
     takeSteps(*session, 1);
     m_victims.focused = 10;
-    write("app.slice/one.scope/memory.reclaim", "");
+    m_root->write("app.slice/one.scope/memory.reclaim", "");
     takeSteps(*session, 1);
     QVERIFY2(asked().startsWith("10485760 "), "it does not ask the screen at every step");
-    write("app.slice/one.scope/memory.reclaim", "");
+    m_root->write("app.slice/one.scope/memory.reclaim", "");
     m_clock.advance(VictimQueue::kLookInterval);
     takeSteps(*session, 10);
     QCOMPARE(asked(), QByteArray());
@@ -207,7 +196,7 @@ class TestReclaim : public QObject {
   void whatCannotBeDoneIsSaidInOneLine() {
     auto strategy = groups();
     QVERIFY(strategy.open().error().message.startsWith(QStringLiteral("no idle application has a control group")));
-    QFile::remove(place("cgroup.controllers"));
+    QFile::remove(m_root->path("cgroup.controllers"));
     QCOMPARE(strategy.open().error().message, QStringLiteral("control groups are not of version 2"));
     PageOutStrategy pageOut(m_victims, m_readings, m_clock, "/nonexistent/worker");
     QVERIFY(pageOut.open().error().message.contains(QStringLiteral("cap_sys_nice")));
