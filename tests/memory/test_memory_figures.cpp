@@ -6,6 +6,7 @@
 #include "memory/purge_journal.h"
 #include "memory/purge_record.h"
 #include "preferences/stored_keys.h"
+#include "support/texts.h"
 
 using namespace halvard;
 using namespace std::chrono_literals;
@@ -156,12 +157,11 @@ class TestMemoryFigures : public QObject {
 
   void theSecondLookComesAMinuteLater() {
     Program program;
-    program.memory.nextOutcome = {ReclaimMethod::PageOut, 600 * kMiB, QStringLiteral("it does this")};
+    program.memory.nextOutcome = {ReclaimMethod::PageOut, 600 * kMiB, text("it does this")};
     program.set(2000, swap(0, 0, 0, 10, 0));
     program.purge(1500, swap(500, 0, 500, 510, 0));
-    QCOMPARE(program.latest().value(QLatin1String("method")).toString(), QStringLiteral("page-out"));
-    QCOMPARE(program.latest().value(QLatin1String("strategy")).toString(),
-             QStringLiteral("By page-out: it does this."));
+    QCOMPARE(program.latest().value(QLatin1String("method")).toString(), text("page-out"));
+    QCOMPARE(program.latest().value(QLatin1String("strategy")).toString(), text("By page-out: it does this."));
     QVERIFY(!program.latest().contains(QLatin1String("stillFreeBytes")));
     program.set(1600, swap(400, 0, 400, 530, 120));
     program.clock.advance(PurgeJournal::kRecheckDelay - 1ms);
@@ -204,9 +204,8 @@ class TestMemoryFigures : public QObject {
     FakeDefaultsStore store;
     PurgeHistory history(store);
     const auto record = [](int time, ReclaimMethod method, int gained = 0) {
-      return QJsonObject{{QStringLiteral("time"), QString::number(time)},
-                         {QStringLiteral("method"), methodName(method)},
-                         {QStringLiteral("gainedBytes"), gained}};
+      return QJsonObject{
+          {text("time"), QString::number(time)}, {text("method"), methodName(method)}, {text("gainedBytes"), gained}};
     };
     for (int time = 0; time < PurgeHistory::kMost + 5; ++time)
       history.put(record(time, ReclaimMethod::Fill));

@@ -2,6 +2,7 @@
 #include <limits>
 
 #include "memory/controller_parts.h"
+#include "support/texts.h"
 
 using namespace halvard;
 using namespace std::chrono_literals;
@@ -65,8 +66,8 @@ struct Program : ControllerParts {
 };
 
 struct Course : PurgeManagerDelegate {
-  void onPurgeManagerStartPurge() override { events << QStringLiteral("start"); }
-  void onPurgeManagerEndPurge() override { events << QStringLiteral("end"); }
+  void onPurgeManagerStartPurge() override { events << text("start"); }
+  void onPurgeManagerEndPurge() override { events << text("end"); }
   void onPurgeManagerPurgingProgress(float value) override { progress.push_back(value); }
   QStringList events;
   std::vector<float> progress;
@@ -105,8 +106,7 @@ class TestPurge : public QObject {
     QCOMPARE(program.defaults.cleanedSize(), 65536u);
     QCOMPARE(program.view.cleanedSize, 65536);
     QCOMPARE(program.view.cleanedDescription,
-             QStringLiteral("at ") +
-                 QLocale().toString(QDateTime::fromSecsSinceEpoch(1705320000).time(), QLocale::ShortFormat));
+             text("at ") + QLocale().toString(QDateTime::fromSecsSinceEpoch(1705320000).time(), QLocale::ShortFormat));
     program.clock.setNow(program.clock.now() + 24h);
     program.controller.startRefreshChain();
     program.clock.advance(0ms);
@@ -162,9 +162,8 @@ class TestPurge : public QObject {
     QVERIFY(program.view.autostartOffers.empty());
     QCOMPARE(program.defaults.cleanedSize(), ByteCount{1200 * kMiB});
     QCOMPARE(program.userNotifications.delivered.size(), 1u);
-    QCOMPARE(program.userNotifications.delivered[0].title, QStringLiteral("Halvard"));
-    QCOMPARE(program.userNotifications.delivered[0].informativeText,
-             QStringLiteral("600 MB of RAM have been cleaned just now."));
+    QCOMPARE(program.userNotifications.delivered[0].title, text("Halvard"));
+    QCOMPARE(program.userNotifications.delivered[0].informativeText, text("600 MB of RAM have been cleaned just now."));
   }
 
   void largeApplicationQuitStartsAPurgeWithoutOffer() {
@@ -273,7 +272,7 @@ class TestPurge : public QObject {
     QCOMPARE(operationsAtPauses, std::vector<std::size_t>{9});
     QCOMPARE(purge.memory.sizes(), std::vector<ByteCount>(3, 10 * 1024 * 1024));
     QCOMPARE(purge.memory.sessionsOpen(), 0);
-    QCOMPARE(purge.course.events, (QStringList{QStringLiteral("start"), QStringLiteral("end")}));
+    QCOMPARE(purge.course.events, texts({"start", "end"}));
     const std::vector<float> expectedProgress{0.0F, 0.5F / 3, 1.0F / 3, 0.5F, 0.5F / 3 + 0.5F, 1.0F / 3 + 0.5F, 1.0F};
     QCOMPARE(purge.course.progress, expectedProgress);
   }
@@ -313,7 +312,7 @@ class TestPurge : public QObject {
       purge.run();
       QCOMPARE(static_cast<int>(purge.memory.operations().size()), steps);
       QCOMPARE(purge.course.progress.back(), 1.0F);
-      QCOMPARE(purge.course.events.last(), QStringLiteral("end"));
+      QCOMPARE(purge.course.events.last(), text("end"));
     }
   }
 

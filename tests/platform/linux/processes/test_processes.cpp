@@ -15,6 +15,7 @@
 #include "platform/linux/processes/process_facts.h"
 #include "platform/linux/processes/process_handle.h"
 #include "support/idle_process.h"
+#include "support/texts.h"
 
 using namespace halvard;
 
@@ -22,10 +23,6 @@ namespace {
 
 const ByteCount kPage = static_cast<ByteCount>(::sysconf(_SC_PAGESIZE));
 const QByteArray kSession = "/user.slice/user-1000.slice/user@1000.service/app.slice/";
-
-QString text(const char* latin1) {
-  return QString::fromLatin1(latin1);
-}
 
 const ProcessRecord* find(const ProcessTable::Reading& reading, std::int32_t pid) {
   const auto found = std::ranges::find(*reading.processes, pid, &ProcessRecord::pid);

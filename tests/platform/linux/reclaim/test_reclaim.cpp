@@ -15,6 +15,7 @@
 #include "platform/linux/reclaim/victim_source.h"
 #include "support/scripted_readings.h"
 #include "support/test_folder.h"
+#include "support/texts.h"
 
 using namespace halvard;
 using namespace std::chrono_literals;
@@ -51,7 +52,7 @@ ReclaimCandidate helper(std::int32_t pid, const ReclaimCandidate& owner, std::in
   ReclaimCandidate candidate = owner;
   candidate.pid = pid;
   candidate.parentPid = parent;
-  candidate.program = QStringLiteral("helper");
+  candidate.program = text("helper");
   return candidate;
 }
 
@@ -86,8 +87,8 @@ void takeSteps(PurgeableSession& session, int count) {
 }
 
 struct ClosedStrategy : ReclaimStrategy {
-  Result<std::unique_ptr<PurgeableSession>> open() override { return Error{QStringLiteral("not here")}; }
-  Result<ReclaimForecast> forecast() override { return Error{QStringLiteral("not here")}; }
+  Result<std::unique_ptr<PurgeableSession>> open() override { return Error{text("not here")}; }
+  Result<ReclaimForecast> forecast() override { return Error{text("not here")}; }
 };
 
 }  // namespace
@@ -123,10 +124,9 @@ class TestReclaim : public QObject {
 
   void thePaceStopsForGood() {
     const std::pair<std::function<void(std::optional<GuardReadings>&)>, QString> cases[] = {
-        {[](auto& now) { now->swapFree = now->swapTotal / 5; }, QStringLiteral("swap is four fifths full")},
-        {[](auto& now) { now->somePressure->average10 = 4000; },
-         QStringLiteral("other programs are waiting for memory")},
-        {[](auto& now) { now.reset(); }, QStringLiteral("the machine does not say how much memory it has")}};
+        {[](auto& now) { now->swapFree = now->swapTotal / 5; }, text("swap is four fifths full")},
+        {[](auto& now) { now->somePressure->average10 = 4000; }, text("other programs are waiting for memory")},
+        {[](auto& now) { now.reset(); }, text("the machine does not say how much memory it has")}};
     for (const auto& [change, refusal] : cases) {
       m_readings = ScriptedReadings();
       ReclaimPace pace(m_readings, m_clock);
@@ -195,14 +195,14 @@ class TestReclaim : public QObject {
 
   void whatCannotBeDoneIsSaidInOneLine() {
     auto strategy = groups();
-    QVERIFY(strategy.open().error().message.startsWith(QStringLiteral("no idle application has a control group")));
+    QVERIFY(strategy.open().error().message.startsWith(text("no idle application has a control group")));
     QFile::remove(m_root->path("cgroup.controllers"));
-    QCOMPARE(strategy.open().error().message, QStringLiteral("control groups are not of version 2"));
+    QCOMPARE(strategy.open().error().message, text("control groups are not of version 2"));
     PageOutStrategy pageOut(m_victims, m_readings, m_clock, "/nonexistent/worker");
-    QVERIFY(pageOut.open().error().message.contains(QStringLiteral("cap_sys_nice")));
+    QVERIFY(pageOut.open().error().message.contains(text("cap_sys_nice")));
     m_readings.readings->swapTotal = 0;
-    QCOMPARE(strategy.open().error().message, QStringLiteral("there is no swap to page out to"));
-    QCOMPARE(pageOut.forecast().error().message, QStringLiteral("there is no swap to page out to"));
+    QCOMPARE(strategy.open().error().message, text("there is no swap to page out to"));
+    QCOMPARE(pageOut.forecast().error().message, text("there is no swap to page out to"));
   }
 
   void theFirstOpenWayIsTakenAndTheClosedOnesExplained() {
@@ -213,16 +213,16 @@ class TestReclaim : public QObject {
     auto session = memory.openSession();
     takeSteps(*session, 10);
     QCOMPARE(fill.sizes().size(), 10u);
-    QCOMPARE(session->outcome().explanation, QStringLiteral("not here"));
+    QCOMPARE(session->outcome().explanation, text("not here"));
     const ReclaimForecast forecast = memory.forecast();
-    QVERIFY(forecast.method == ReclaimMethod::Fill && forecast.explanation.endsWith(QStringLiteral("; not here")));
+    QVERIFY(forecast.method == ReclaimMethod::Fill && forecast.explanation.endsWith(text("; not here")));
     m_readings.readings->swapTotal = 0;
     QVERIFY(memory.forecast().method == ReclaimMethod::None);
     StrategicPurgeableMemory nothing({closed});
     auto dead = nothing.openSession();
     QVERIFY(!dead->isAlive());
     takeSteps(*dead, 1);
-    QCOMPARE(dead->outcome().explanation, QStringLiteral("not here"));
+    QCOMPARE(dead->outcome().explanation, text("not here"));
   }
 
   void backgroundApplicationsComeFirstAndTheColdestOfThem() {
@@ -235,7 +235,7 @@ class TestReclaim : public QObject {
     const auto victims = selectVictims(all, policy());
     QCOMPARE(pids(victims), (Pids{11, 13, 12, 10, 14}));
     QCOMPARE(victims[0].startTime, 110u);
-    QCOMPARE(victims[0].name, QStringLiteral("office"));
+    QCOMPARE(victims[0].name, text("office"));
   }
 
   void whoIsLeftAlone() {
@@ -250,17 +250,17 @@ class TestReclaim : public QObject {
         {"just below work", true, [](auto& one, auto&) { one.recentUse = kBusyUse - 0.001; }},
         {"holds little", false, [](auto& one, auto&) { one.anonymousBytes = kLeastVictimBytes - 1; }},
         {"holds just enough", true, [](auto& one, auto&) { one.anonymousBytes = kLeastVictimBytes; }},
-        {"compositor by name", false, [](auto& one, auto&) { one.program = QStringLiteral("sway"); }},
-        {"named almost like one", true, [](auto& one, auto&) { one.program = QStringLiteral("swaylock"); }},
-        {"of a family by name", false, [](auto& one, auto&) { one.program = QStringLiteral("ibus-daemon"); }},
+        {"compositor by name", false, [](auto& one, auto&) { one.program = text("sway"); }},
+        {"named almost like one", true, [](auto& one, auto&) { one.program = text("swaylock"); }},
+        {"of a family by name", false, [](auto& one, auto&) { one.program = text("ibus-daemon"); }},
         {"tray host by the desktop's word", false, [](auto&, auto& rules) { rules.servants = {20}; }},
-        {"excluded by program", false, [](auto&, auto& rules) { rules.exclusions = {QStringLiteral("VIEWER-BIN")}; }},
-        {"excluded by application", false, [](auto&, auto& rules) { rules.exclusions = {QStringLiteral("Viewer")}; }},
+        {"excluded by program", false, [](auto&, auto& rules) { rules.exclusions = {text("VIEWER-BIN")}; }},
+        {"excluded by application", false, [](auto&, auto& rules) { rules.exclusions = {text("Viewer")}; }},
         {"the first process", false, [](auto& one, auto&) { one.pid = 1; }},
     };
     for (const auto& [name, isTaken, change] : cases) {
       ReclaimCandidate one = application(20, "viewer-bin");
-      one.applicationName = QStringLiteral("viewer");
+      one.applicationName = text("viewer");
       ReclaimPolicy rules = policy();
       change(one, rules);
       QVERIFY2(!selectVictims({one}, rules).empty() == isTaken, name);
@@ -313,9 +313,8 @@ class TestReclaim : public QObject {
   }
 
   void aForecastEndsWhereSwapIsFull() {
-    const QString name = QStringLiteral("a");
-    const std::vector<Victim> victims{
-        {1, 1, name, 100, {}}, {2, 1, QStringLiteral("b"), 50, {}}, {3, 1, name, 100, {}}};
+    const QString name = text("a");
+    const std::vector<Victim> victims{{1, 1, name, 100, {}}, {2, 1, text("b"), 50, {}}, {3, 1, name, 100, {}}};
     const ReclaimForecast all = forecastOf(ReclaimMethod::PageOut, victims, 1000, 0.25);
     QCOMPARE(all.pageOutBytes, 250u);
     QCOMPARE(all.gainBytes, 187u);
