@@ -7,10 +7,15 @@
 
 namespace halvard::test {
 
+/// Empty when it cannot be read.
+inline QByteArray fileText(const QByteArray& path) {
+  QFile file(QFile::decodeName(path));
+  return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
 /// The text of /proc/PID/NAME; empty when it cannot be read.
 inline QByteArray processFile(qint64 process, const char* name) {
-  QFile file(QStringLiteral("/proc/%1/%2").arg(process).arg(QLatin1String(name)));
-  return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+  return fileText("/proc/" + QByteArray::number(process) + '/' + name);
 }
 
 /// Bytes behind `label` ("VmRSS:") in such a file, by default its status; 0 when it is not there.

@@ -53,20 +53,14 @@ void TestWebServer::serve(QTcpSocket* socket) {
   connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
   connect(socket, &QTcpSocket::readyRead, socket, [this, socket] {
     if (!socket->peek(65536).contains("\r\n\r\n")) return;
-    respond(socket, socket->readAll());
-  });
-}
-
-void TestWebServer::respond(QTcpSocket* socket, const QByteArray& request) {
-  const QString path = QString::fromUtf8(request.split(' ').value(1));
-  Answer answer{.body = "nothing here", .status = "404 Not Found"};
-  {
+    const QByteArray request = socket->readAll();
+    const QString path = QString::fromUtf8(request.split(' ').value(1));
     const std::lock_guard lock(m_mutex);
     m_requests << path;
     m_lastRequest = request;
-    if (const auto found = m_answers.find(path); found != m_answers.end()) answer = found->second;
-  }
-  send(socket, answer);
+    const auto found = m_answers.find(path);
+    send(socket, found != m_answers.end() ? found->second : Answer{.body = "nothing here", .status = "404 Not Found"});
+  });
 }
 
 void TestWebServer::send(QTcpSocket* socket, const Answer& answer) {
@@ -74,31 +68,19 @@ void TestWebServer::send(QTcpSocket* socket, const Answer& answer) {
   QByteArray head = "HTTP/1.1 " + answer.status + "\r\nConnection: close\r\n" + answer.headers;
   if (answer.kind != Kind::Endless) head += "Content-Length: " + QByteArray::number(answer.body.size()) + "\r\n";
   socket->write(head + "\r\n");
-  switch (answer.kind) {
-    case Kind::Truncated:
-      socket->write(answer.body.left(answer.body.size() / 2));
-      break;
-    case Kind::Whole:
-      socket->write(answer.body);
-      break;
-    case Kind::Endless:
-      connect(socket, &QTcpSocket::bytesWritten, socket, [socket, body = answer.body] { socket->write(body); });
-      socket->write(answer.body);
-      return;
-    case Kind::Trickle: {
-      auto* timer = new QTimer(socket);
-      connect(timer, &QTimer::timeout, socket, [socket, rest = answer.body]() mutable {
-        socket->write(rest.left(1));
-        rest.remove(0, 1);
-        if (rest.isEmpty()) socket->disconnectFromHost();
-      });
-      timer->start(50);
-      return;
-    }
-    case Kind::Silent:
-      break;
+  if (answer.kind == Kind::Trickle) {
+    auto* timer = new QTimer(socket);
+    connect(timer, &QTimer::timeout, socket, [socket, rest = answer.body]() mutable {
+      socket->write(rest.left(1));
+      rest.remove(0, 1);
+      if (rest.isEmpty()) socket->disconnectFromHost();
+    });
+    return timer->start(50);
   }
-  socket->disconnectFromHost();
+  if (answer.kind == Kind::Endless)
+    connect(socket, &QTcpSocket::bytesWritten, socket, [socket, body = answer.body] { socket->write(body); });
+  socket->write(answer.kind == Kind::Truncated ? answer.body.left(answer.body.size() / 2) : answer.body);
+  if (answer.kind != Kind::Endless) socket->disconnectFromHost();
 }
 
 }  // namespace halvard

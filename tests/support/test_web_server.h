@@ -6,10 +6,8 @@
 #include <QThread>
 #include <QUrl>
 #include <map>
-#include <memory>
 #include <mutex>
 
-class QTcpServer;
 class QTcpSocket;
 
 namespace halvard {
@@ -51,7 +49,6 @@ class TestWebServer : public QObject {
 
  private:
   void serve(QTcpSocket* socket);
-  void respond(QTcpSocket* socket, const QByteArray& request);
   static void send(QTcpSocket* socket, const Answer& answer);
 
   QThread m_thread;

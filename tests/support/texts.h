@@ -16,4 +16,9 @@ inline QStringList texts(std::initializer_list<const char*> utf8) {
   return result;
 }
 
+/// The words of a command line.
+inline QStringList words(const char* line) {
+  return text(line).split(u' ', Qt::SkipEmptyParts);
+}
+
 }  // namespace halvard

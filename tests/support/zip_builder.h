@@ -1,7 +1,11 @@
 #pragma once
 
+#include <zip.h>
+#include <zlib.h>
+
 #include <QByteArray>
-#include <QString>
+#include <QFile>
+#include <QTemporaryDir>
 #include <vector>
 
 namespace halvard {
@@ -14,12 +18,35 @@ struct ZipEntry {
 };
 
 /// A zip archive with these entries, as they stand; nothing is checked.
-QByteArray zipArchive(const std::vector<ZipEntry>& entries);
+inline QByteArray zipArchive(const std::vector<ZipEntry>& entries) {
+  const QTemporaryDir folder;
+  QFile file(folder.filePath(QStringLiteral("a.zip")));
+  const zipFile archive = zipOpen(QFile::encodeName(file.fileName()).constData(), APPEND_STATUS_CREATE);
+  for (const auto& [name, content, mode] : entries) {
+    zip_fileinfo info{};
+    info.external_fa = static_cast<uLong>(mode) << 16;
+    zipOpenNewFileInZip(archive, name.constData(), &info, nullptr, 0, nullptr, 0, nullptr, Z_DEFLATED,
+                        Z_BEST_COMPRESSION);
+    zipWriteInFileInZip(archive, content.constData(), static_cast<unsigned>(content.size()));
+    zipCloseFileInZip(archive);
+  }
+  zipClose(archive, nullptr);
+  return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
 
 /// The archive with the encryption flag of every entry set.
-QByteArray markedEncrypted(QByteArray archive);
+inline QByteArray markedEncrypted(QByteArray archive) {
+  for (const auto& [signature, flags] : {std::pair(QByteArray("PK\x03\x04"), 6), {QByteArray("PK\x01\x02"), 8}}) {
+    for (qsizetype at = archive.indexOf(signature); at >= 0; at = archive.indexOf(signature, at + 4))
+      archive[at + flags] = static_cast<char>(archive.at(at + flags) | 1);
+  }
+  return archive;
+}
 
 /// Writes `content` to a new file at `path`; false when that fails.
-bool writeFile(const QString& path, const QByteArray& content);
+inline bool writeFile(const QString& path, const QByteArray& content) {
+  QFile file(path);
+  return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
+}
 
 }  // namespace halvard
