@@ -1,9 +1,10 @@
 #pragma once
 
-#include <QString>
+#include <QFile>
 #include <cstdio>
 
 #include "cli/command.h"
+#include "support/texts.h"
 
 namespace halvard::test {
 
@@ -19,20 +20,25 @@ class CapturedOutput {
   CapturedOutput& operator=(const CapturedOutput&) = delete;
 
   const CommandOutput& output() const { return m_output; }
-  QString out() const { return content(m_output.out); }
-  QString err() const { return content(m_output.err); }
+  QByteArray out() const { return content(m_output.out); }
+  QByteArray err() const { return content(m_output.err); }
 
  private:
-  static QString content(std::FILE* stream) {
-    std::fflush(stream);
-    QByteArray bytes(std::ftell(stream), Qt::Uninitialized);
+  static QByteArray content(std::FILE* stream) {
     std::rewind(stream);
-    bytes.truncate(static_cast<qsizetype>(std::fread(bytes.data(), 1, static_cast<std::size_t>(bytes.size()), stream)));
-    std::fseek(stream, 0, SEEK_END);
-    return QString::fromUtf8(bytes);
+    QFile file;
+    return file.open(stream, QIODevice::ReadOnly) ? file.readAll() : QByteArray();
   }
 
   CommandOutput m_output;
 };
+
+/// Runs a command, a function of its CommandOutput: both streams and then the exit code, as one text.
+template <class Command>
+QString ran(Command&& command) {
+  const CapturedOutput captured;
+  const int exitCode = command(captured.output());
+  return QString::fromUtf8(captured.out() + captured.err()) + QString::number(exitCode);
+}
 
 }  // namespace halvard::test
