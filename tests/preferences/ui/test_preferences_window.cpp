@@ -2,20 +2,16 @@
 #include <QtTest>
 #include <cmath>
 
-#include "login/run_at_login_manager.h"
-#include "platform/fake/fake_clock.h"
-#include "platform/fake/fake_defaults_store.h"
-#include "platform/fake/fake_distributed_notification_center.h"
-#include "platform/fake/fake_login_item_service.h"
 #include "preferences/cleaning_exclusions.h"
 #include "preferences/cleaning_frequency.h"
-#include "preferences/showcase_defaults.h"
 #include "preferences/stored_keys.h"
 #include "preferences/ui/autostart_popup_wc.h"
 #include "preferences/ui/autostart_window.h"
 #include "preferences/ui/preferences_window.h"
 #include "preferences/ui/preferences_window_controller.h"
 #include "support/accessible_names.h"
+#include "support/login_desk.h"
+#include "support/texts.h"
 #include "widgets/alert_window.h"
 #include "widgets/check_box.h"
 #include "widgets/pop_up_list.h"
@@ -23,36 +19,16 @@
 #include "widgets/value_slider.h"
 
 using namespace halvard;
-using halvard::test::namelessControls;
+using namespace halvard::test;
 using namespace std::chrono_literals;
 
 namespace {
 
-QString latin(const char* text) {
-  return QString::fromLatin1(text);
-}
-
-const QString program = latin("/opt/main/main");
-
-struct Desk {
-  FakeDefaultsStore store;
-  FakeClock clock;
-  FakeLoginItemService loginItems;
-  FakeDistributedNotificationCenter notifications;
-  HalvardRunAtLoginManager startAtLogin{loginItems, notifications, latin("com.example.Main"), program};
-  PreferencesModel model{store, startAtLogin};
-  ShowcaseDefaults defaults{store, clock, latin("1.0")};
+/// The window on what it stands on.
+struct Desk : LoginDesk {
+  PreferencesWindow& open() { return controller.emplace(model, defaults, startAtLogin).window(); }
+  std::optional<PreferencesWindowController> controller;
 };
-
-struct Listener : PreferenceItemListener {
-  void preferenceItemDidChangeValue(PreferenceItemBase&) override { ++changes; }
-  void preferenceItemDidRejectValue(PreferenceItemBase&) override {}
-  int changes = 0;
-};
-
-QString description(PreferencesWindowController& controller) {
-  return controller.window().autoCleanUpMemoryFullDescriptionTextField->text();
-}
 
 }  // namespace
 
@@ -64,15 +40,14 @@ class TestPreferencesWindow : public QObject {
     for (const auto& [stored, index] :
          {std::pair(7200.0, 11), {300.0, 2}, {309.5, 2}, {310.0, 7}, {2700.0, 7}, {std::nan(""), 7}})
       QCOMPARE(cleaning_frequency::indexOf(stored), index);
-    QCOMPARE(cleaning_frequency::briefText(40min), latin("40 min"));
-    QCOMPARE(cleaning_frequency::briefText(60min), latin("1 hr"));
-    QCOMPARE(cleaning_frequency::briefText(90min), latin("1 hr 30 min"));
+    QCOMPARE(cleaning_frequency::briefText(40min), text("40 min"));
+    QCOMPARE(cleaning_frequency::briefText(60min), text("1 hr"));
+    QCOMPARE(cleaning_frequency::briefText(90min), text("1 hr 30 min"));
   }
 
   void everyClickIsStoredAndToldOnce() {
     Desk desk;
-    PreferencesWindowController controller(desk.model, desk.defaults, desk.startAtLogin);
-    PreferencesWindow& window = controller.window();
+    PreferencesWindow& window = desk.open();
     const std::pair<CheckBox*, PreferenceItem<bool>*> boxes[] = {
         {window.scanDiskUsageCheckBox, &desk.model.scanDiskUsageAtAppStartUp()},
         {window.showNotificationAfreFreeUpButton, &desk.model.showNotificationAfreFreeUp()},
@@ -80,56 +55,55 @@ class TestPreferencesWindow : public QObject {
         {window.cleanUpMemoryAutomatically, &desk.model.autoFreeUpMemory()},
     };
     for (const auto& [box, item] : boxes) {
-      Listener listener;
+      ChangeListener listener;
       item->listeners.add(listener);
-      QCOMPARE(box->isChecked(), item->value());
+      const bool before = item->value();
+      QCOMPARE(box->isChecked(), before);
       box->click();
-      QCOMPARE(item->value(), box->isChecked());
-      QCOMPARE(listener.changes, 1);
-      item->setValue(!item->value());
-      QCOMPARE(box->isChecked(), item->value());
-      QCOMPARE(listener.changes, 2);
+      QCOMPARE(item->value(), !before);
+      item->setValue(before);
+      QCOMPARE(box->isChecked(), before);
+      QCOMPARE(listener.changed, QStringList(2, item->key()));
     }
   }
 
   void exclusionsAreKeptAsNames() {
     Desk desk;
     CleaningExclusions exclusions(desk.store);
-    QVERIFY(exclusions.add(latin("gimp")));
-    PreferencesWindowController controller(desk.model, desk.defaults, desk.startAtLogin);
-    controller.showWindow();
-    TextField& field = *controller.window().exclusionsField;
-    QCOMPARE(field.text(), latin("gimp"));
-    field.setText(latin("gimp,  Web Browser,, GIMP,"));
-    QTest::keyClick(&field, Qt::Key_Return);
-    QCOMPARE(exclusions.names(), (QStringList{latin("gimp"), latin("Web Browser")}));
-    QCOMPARE(field.text(), latin("gimp, Web Browser"));
+    QVERIFY(exclusions.add(text("gimp")));
+    TextField& field = *desk.open().exclusionsField;
+    const auto enter = [&field](const char* names) {
+      field.setText(text(names));
+      QTest::keyClick(&field, Qt::Key_Return);
+    };
+    desk.controller->showWindow();
+    QCOMPARE(field.text(), text("gimp"));
+    enter("gimp,  Web Browser,, GIMP,");
+    QCOMPARE(exclusions.names(), (QStringList{text("gimp"), text("Web Browser")}));
+    QCOMPARE(field.text(), text("gimp, Web Browser"));
     // What the command line has added meanwhile stays, unless the user edits.
-    QVERIFY(exclusions.add(latin("mail")));
+    QVERIFY(exclusions.add(text("mail")));
     QTest::keyClick(&field, Qt::Key_Return);
-    QCOMPARE(exclusions.names().size(), 3);
-    controller.showWindow();
-    QCOMPARE(field.text(), latin("gimp, mail, Web Browser"));
-    field.clear();
-    QTest::keyClick(&field, Qt::Key_Return);
+    desk.controller->showWindow();
+    QCOMPARE(field.text(), text("gimp, mail, Web Browser"));
+    enter("");
     QCOMPARE(exclusions.names(), QStringList());
   }
 
   void slidersAndListWriteWhatTheyShow() {
     Desk desk;
-    PreferencesWindowController controller(desk.model, desk.defaults, desk.startAtLogin);
-    PreferencesWindow& window = controller.window();
+    PreferencesWindow& window = desk.open();
     QCOMPARE(window.cpuUsageSlider->doubleValue(), 0.9);
-    controller.cpuUsageSliderSelector(1.0);
+    desk.controller->cpuUsageSliderSelector(1.0);
     QCOMPARE(desk.model.cpuUsageLimitToAutofree().value(), 1.1 - 1.0);
     QCOMPARE(window.cpuUsageSlider->doubleValue(), 1.0);
     window.memoryUsageSlider->triggerAction(QAbstractSlider::SliderSingleStepAdd);
     QCOMPARE(desk.model.memoryUsageLimitToAutofree().value(), 0.85);
-    controller.frequencySliderSelector(14.7);
-    QCOMPARE(desk.model.frequencyForToAutofree().value(), 28800.0);
-    QCOMPARE(window.frequencySlider->doubleValue(), 14.0);
-    controller.frequencySliderSelector(15);
-    QCOMPARE(desk.model.frequencyForToAutofree().value(), 28800.0);
+    for (const double position : {14.7, 15.0}) {
+      desk.controller->frequencySliderSelector(position);
+      QCOMPARE(desk.model.frequencyForToAutofree().value(), 28800.0);
+      QCOMPARE(window.frequencySlider->doubleValue(), 14.0);
+    }
     desk.model.frequencyForToAutofree().setValue(300);
     QCOMPARE(window.frequencySlider->doubleValue(), 2.0);
     window.visionComboBox->setCurrentIndex(3);
@@ -139,35 +113,34 @@ class TestPreferencesWindow : public QObject {
 
   void descriptionSpellsOutTheRule() {
     Desk desk;
-    PreferencesWindowController controller(desk.model, desk.defaults, desk.startAtLogin);
-    const QString hint = latin("*Check on to free up system memory automatically.");
-    QCOMPARE(description(controller), hint);
+    const auto& description = *desk.open().autoCleanUpMemoryFullDescriptionTextField;
+    const QString hint = text("*Check on to free up system memory automatically.");
+    QCOMPARE(description.text(), hint);
     desk.model.autoFreeUpMemory().setValue(true);
-    QCOMPARE(
-        description(controller),
-        latin("*Free up automatically every 4 hr if memory usage is more than 80% and if CPU usage is less than 20%."));
-    controller.cpuUsageSliderSelector(1.0);
-    controller.frequencySliderSelector(10);
-    QCOMPARE(description(controller), latin("*Free up automatically every 1 hr 30 min if memory usage is more than 80% "
-                                            "and if CPU usage is less than 10%."));
+    const QString rule =
+        text("*Free up automatically every %1 if memory usage is more than 80% and if CPU usage is less than %2%.");
+    QCOMPARE(description.text(), rule.arg(text("4 hr"), text("20")));
+    desk.controller->cpuUsageSliderSelector(1.0);
+    desk.controller->frequencySliderSelector(10);
+    QCOMPARE(description.text(), rule.arg(text("1 hr 30 min"), text("10")));
     desk.model.autoFreeUpMemory().setValue(false);
-    QCOMPARE(description(controller), hint);
+    QCOMPARE(description.text(), hint);
   }
 
   void everyControlHasANameForScreenReadersAndASliderItsFigure() {
     Desk desk;
-    PreferencesWindowController controller(desk.model, desk.defaults, desk.startAtLogin);
-    QCOMPARE(namelessControls(controller.window()).join(QLatin1Char(' ')), QString());
+    PreferencesWindow& window = desk.open();
+    QCOMPARE(namelessControls(window).join(u' '), QString());
     desk.model.cpuUsageLimitToAutofree().setValue(0.3);
-    QCOMPARE(controller.window().cpuUsageSlider->accessibleDescription(), latin("30%"));
+    QCOMPARE(window.cpuUsageSlider->accessibleDescription(), text("30%"));
   }
 
   void formerStartAtLoginIsCarriedOver() {
     for (const bool wasOn : {true, false}) {
       Desk desk;
       desk.store.setObject(stored_keys::autoStart, {true});
-      if (wasOn) desk.loginItems.sessionItems = {{latin("main"), program}};
-      const PreferencesWindowController controller(desk.model, desk.defaults, desk.startAtLogin);
+      if (wasOn) desk.loginItems.sessionItems = {{text("main"), desk.program}};
+      desk.open();
       QVERIFY(!desk.store.objectForKey(stored_keys::autoStart));
       QVERIFY(desk.loginItems.sessionItems.empty());
       QCOMPARE(desk.startAtLogin.isEnabledToAutoLaunchWithHelperApp(), wasOn);
@@ -176,31 +149,25 @@ class TestPreferencesWindow : public QObject {
 
   void startAtLoginFollowsThePlatform() {
     Desk desk;
-    PreferencesWindowController controller(desk.model, desk.defaults, desk.startAtLogin);
-    CheckBox& box = *controller.window().launchAtLoginButton;
+    CheckBox& box = *desk.open().launchAtLoginButton;
     box.click();
     QVERIFY(desk.startAtLogin.isEnabledToAutoLaunchWithHelperApp());
     QVERIFY(!desk.defaults.showAutostartPopupAfterPurge());
     desk.loginItems.jobs.clear();
-    controller.showWindow();
+    desk.controller->showWindow();
     QVERIFY(!box.isChecked());
-  }
-
-  void refusalIsToldAndTheBoxGoesBack() {
-    Desk desk;
+    // A refusal is told, and the box goes back.
     desk.loginItems.refuses = true;
-    PreferencesWindowController controller(desk.model, desk.defaults, desk.startAtLogin);
-    controller.showWindow();
-    CheckBox& box = *controller.window().launchAtLoginButton;
     box.click();
-    auto* alert = controller.window().findChild<AlertWindow*>();
+    auto* const alert = desk.controller->window().findChild<AlertWindow*>();
     QVERIFY(alert);
     const QList<QLabel*> lines = alert->findChildren<QLabel*>();
     QCOMPARE(lines.size(), 2);
-    QCOMPARE(lines[0]->text(), latin("An error ocurred"));
-    QCOMPARE(lines[1]->text(), latin("Couldn't add Helper App to launch at login item list."));
-    QCOMPARE(alert->findChildren<QAbstractButton*>().size(), 1);
-    alert->findChild<QAbstractButton*>()->click();
+    QCOMPARE(lines[0]->text(), text("An error ocurred"));
+    QCOMPARE(lines[1]->text(), text("Couldn't add Helper App to launch at login item list."));
+    const QList<QAbstractButton*> buttons = alert->findChildren<QAbstractButton*>();
+    QCOMPARE(buttons.size(), 1);
+    buttons[0]->click();
     QVERIFY(!box.isChecked());
   }
 
@@ -209,11 +176,10 @@ class TestPreferencesWindow : public QObject {
     AutostartPopupWC offer(desk.model, desk.defaults);
     QVERIFY(AutostartPopupWC::shouldBeShown(desk.startAtLogin));
     offer.setCleanedSize(104'857'601);
-    QCOMPARE(offer.window().cleanedSizeLabel->text(), latin("You have cleaned <b>100 MB</b> of memory."));
+    QCOMPARE(offer.window().cleanedSizeLabel->text(), text("You have cleaned <b>100 MB</b> of memory."));
     offer.window().show();
     offer.window().yesButton->click();
-    QVERIFY(!offer.window().isVisible());
-    QVERIFY(desk.model.autoFreeUpMemory().value());
+    QVERIFY(!offer.window().isVisible() && desk.model.autoFreeUpMemory().value());
     QVERIFY(!AutostartPopupWC::shouldBeShown(desk.startAtLogin));
     QVERIFY(desk.defaults.showAutostartPopupAfterPurge());
     offer.window().noButton->click();
