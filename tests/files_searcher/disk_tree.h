@@ -1,14 +1,13 @@
 #pragma once
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <QByteArray>
+#include <QFile>
 #include <QProcess>
-#include <QString>
-#include <QTemporaryDir>
-#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <string>
 
 #include "core/units.h"
@@ -34,14 +33,10 @@ class DiskTree {
   }
   /// Sparse when `blocks` is false: `size` bytes that occupy nothing.
   QByteArray addFile(const QByteArray& name, ByteCount size, bool blocks = true) {
-    const int file = ::open(at(name).constData(), O_CREAT | O_WRONLY | O_CLOEXEC, 0644);
-    if (blocks) {
-      const std::string content(size, 'x');
-      if (::write(file, content.data(), content.size()) < 0) ::abort();
-    } else if (::ftruncate(file, static_cast<off_t>(size)) != 0) {
-      ::abort();
-    }
-    ::close(file);
+    std::ofstream file(at(name).constData());
+    if (blocks) file << std::string(size, 'x');
+    file.close();
+    if (!blocks) std::filesystem::resize_file(at(name).constData(), size);
     return at(name);
   }
 
@@ -52,13 +47,13 @@ class DiskTree {
 /// What du counts without the folders' own blocks, as a public tool sees it.
 inline ByteCount sizeByDu(const QByteArray& path) {
   // -s -l sums every name of a file; the folders' own blocks are summed by find and taken off.
-  const QString script = QStringLiteral(
+  const char* const script =
       "all=$(du -s -l --block-size=1 -- \"$1\" 2>/dev/null | tail -n 1 | cut -f 1);"
       "own=$(find \"$1\" -type d -printf '%b\\n' 2>/dev/null | awk '{s += $1} END {print s * 512}');"
-      "echo $((all - own))");
+      "echo $((all - own))";
   QProcess shell;
-  shell.start(QStringLiteral("bash"),
-              {QStringLiteral("-c"), script, QStringLiteral("bash"), QString::fromLocal8Bit(path)});
+  shell.start(QStringLiteral("sh"),
+              {QStringLiteral("-c"), QString::fromLatin1(script), QString(), QFile::decodeName(path)});
   shell.waitForFinished(-1);
   return shell.readAllStandardOutput().trimmed().toULongLong();
 }

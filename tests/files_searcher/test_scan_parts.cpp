@@ -1,74 +1,72 @@
 #include <QtTest>
 
 #include "files_searcher/application_bundles.h"
-#include "files_searcher/bundle_exclude_list.h"
 #include "files_searcher/copy_applications_task.h"
-#include "files_searcher/disk_tree.h"
+#include "files_searcher/disk_commands.h"
+#include "files_searcher/disk_parts.h"
 #include "files_searcher/path_utilities.h"
 #include "files_searcher/separator.h"
-#include "platform/fake/fake_disk.h"
+#include "files_searcher/walk_metadata_queries.h"
 #include "platform/linux/files/linux_application_catalog.h"
-#include "platform/linux/files/linux_folder_reader.h"
+#include "support/captured_output.h"
+#include "support/texts.h"
+#include "support/zip_builder.h"
 
 using namespace halvard;
+using namespace halvard::path_utilities;
+
+namespace {
+
+struct Line : DiskParts {
+  int run(const QByteArrayList& words) {
+    const test::CapturedOutput captured;
+    const auto [out, err] = captured.output();
+    const int code = DiskCommands(walkServices, store, out, err, showsProgress).run(words).value_or(-1);
+    output = captured.out();
+    errors = captured.err();
+    return code;
+  }
+  FakeSearchMounts mounts;
+  WalkMetadataQueries walk{reader, mounts, catalog, priority, 2};
+  DiskSearchServices walkServices{clock, reader, catalog, dates, priority, paths, excludeList, walk};
+  bool showsProgress = false;
+  QByteArray output;
+  QByteArray errors;
+};
+
+}  // namespace
 
 class TestScanParts : public QObject {
   Q_OBJECT
 
  private Q_SLOTS:
-  void parentsAreToldByWholeNames() {
-    using path_utilities::isParentPathForPath;
+  void pathsAreComparedByWholeNames() {
     QVERIFY(isParentPathForPath("/a/b", "/a/b/c"));
     QVERIFY(isParentPathForPath("/a/b", "/a/b/"));
-    QVERIFY(!isParentPathForPath("/a/b", "/a/bc"));
-    QVERIFY(!isParentPathForPath("/a/b", "/a/b"));
-    QVERIFY(!isParentPathForPath("/a/b/c", "/a/b"));
-  }
-
-  void occurrencesDoNotOverlap() {
-    using path_utilities::numberOccurencesSubstring;
+    for (const char* other : {"/a/bc", "/a/b", "/a"})
+      QVERIFY2(!isParentPathForPath("/a/b", other), other);
     QCOMPARE(numberOccurencesSubstring("/A.app/B.app", ".app"), 2u);
-    QCOMPARE(numberOccurencesSubstring("aaaa", "aa"), 2u);
     QCOMPARE(numberOccurencesSubstring("aaa", "aa"), 1u);
-    QCOMPARE(numberOccurencesSubstring("", "aa"), 0u);
     QCOMPARE(numberOccurencesSubstring("aa", ""), 0u);
-  }
-
-  void lastUseIsAskedForLocalFilesOnly() {
-    FakeLastUsedDates dates;
-    dates.dates["/none"] = std::nullopt;
-    QVERIFY(path_utilities::filesLastAccessDate(QUrl(QStringLiteral("file:///a b")), dates));
-    QVERIFY(!path_utilities::filesLastAccessDate(QUrl(QStringLiteral("file:///none")), dates));
-    QVERIFY(!path_utilities::filesLastAccessDate(QUrl(QStringLiteral("https://example.org/a")), dates));
   }
 
   void systemApplicationsAreKnownInAnyCase() {
     const BundleExcludeList list;
-    QVERIFY(list.isSystemBundleID(std::nullopt));
-    QVERIFY(list.isSystemBundleID(QStringLiteral("COM.APPLE.SAFARI")));
-    QVERIFY(list.isSystemBundleID(QStringLiteral("org.gnome.nautilus")));
-    QVERIFY(!list.isSystemBundleID(QStringLiteral("org.gimp.GIMP")));
-    QVERIFY(!list.isSystemBundleID(QString()));
+    for (const char* known : {"COM.APPLE.SAFARI", "org.gnome.nautilus"})
+      QVERIFY2(list.isSystemBundleID(text(known)), known);
+    QVERIFY(list.isSystemBundleID(std::nullopt) && !list.isSystemBundleID(QString()));
+    QVERIFY(!list.isSystemBundleID(text("org.gimp.GIMP")));
   }
 
   void duplicatesShareExtensionAndSize() {
     Separator files;
-    const auto add = [&](Separator::Item item, const char* name, ByteCount size) {
-      files.addObject(item, QByteArray(name), size);
-    };
     QCOMPARE(files.calculateTotalSizeOfDuplicates().count, 0u);
-    add(1, "a.txt", 10);
-    add(2, "b.txt", 10);
-    add(3, "c.txt", 10);
-    add(3, "c.txt", 10);
-    add(4, "d.png", 10);
-    add(5, "e.txt", 11);
-    add(6, "none", 7);
-    add(7, "also none", 7);
-    add(8, "x.tar.gz", 5);
-    add(9, "y.gz", 5);
-    files.addObject(10, std::nullopt, 10);
-    files.addObject(11, QByteArray("f.txt"), std::nullopt);
+    const std::tuple<Separator::Item, std::optional<QByteArray>, std::optional<ByteCount>> items[] = {
+        {1, "a.txt", 10},   {2, "b.txt", 10}, {3, "c.txt", 10},       {3, "c.txt", 10},
+        {4, "d.png", 10},   {5, "e.txt", 11}, {6, "none", 7},         {7, "also none", 7},
+        {8, "x.tar.gz", 5}, {9, "y.gz", 5},   {10, std::nullopt, 10}, {11, "f.txt", std::nullopt}};
+    for (const auto& [item, name, size] : items)
+      files.addObject(item, name, size);
     const Separator::Totals totals = files.calculateTotalSizeOfDuplicates();
     QCOMPARE(totals.size, ByteCount(3 * 10 + 2 * 7 + 2 * 5));
     QCOMPARE(totals.count, 7u);
@@ -77,18 +75,15 @@ class TestScanParts : public QObject {
     QCOMPARE(groups, (std::vector<std::vector<Separator::Item>>{{8, 9}, {6, 7}, {1, 2, 3}}));
   }
 
-  void bundlesAreFoundOutsideOfEachOther() {
-    DiskTree tree;
-    const LinuxFolderReader reader;
-    const FakeApplicationCatalog catalog;
-    const FakeStandardFolders folders(tree.path());
-    const ApplicationBundles bundles(reader, catalog, folders);
-    for (const char* folder : {"opt", "opt/Draw.app", "opt/Draw.app/Inner.app", "opt/maker", "opt/maker/Write",
-                               "opt/.hidden", "opt/folder.app"})
-      tree.addFolder(folder);
-    for (const char* file : {"opt/Draw.app/AppRun", "opt/Draw.app/Inner.app/AppRun", "opt/maker/Write/AppRun",
-                             "opt/.hidden/AppRun", "opt/Tool.AppImage", "opt/Twice.AppImage", "opt/plain"})
-      tree.addFile(file, 10);
+  void bundlesAreFoundOutsideOfEachOtherAndTwentyLevelsDeep() {
+    DiskParts disk;
+    DiskTree& tree = disk.tree;
+    const ApplicationBundles bundles(disk.reader, disk.catalog, disk.folders);
+    for (const char* folder : {"Draw.app", "Draw.app/Inner.app", "maker", "maker/Write", ".hidden", "folder.app"})
+      tree.addFolder(QByteArray("opt/") + folder);
+    for (const char* file : {"Draw.app/AppRun", "Draw.app/Inner.app/AppRun", "maker/Write/AppRun", ".hidden/AppRun",
+                             "Tool.AppImage", "Twice.AppImage", "plain"})
+      tree.addFile(QByteArray("opt/") + file, 10);
     QCOMPARE(::link(tree.at("opt/Twice.AppImage").constData(), tree.at("opt/Again.AppImage").constData()), 0);
     QCOMPARE(::symlink("maker", tree.at("opt/linked").constData()), 0);
     auto found = bundles.applicationsPathsArrayFromApplicationFolder();
@@ -96,57 +91,85 @@ class TestScanParts : public QObject {
     QCOMPARE(found, (std::vector<QByteArray>{tree.at("opt/Draw.app"), tree.at("opt/Tool.AppImage"),
                                              tree.at("opt/maker/Write")}));
     QVERIFY(bundles.applicationsPathsArrayFromFolder(tree.at("missing"), 1).empty());
-  }
 
-  void bundlesAreSoughtTwentyLevelsDeep() {
-    DiskTree tree;
-    const LinuxFolderReader reader;
-    const FakeApplicationCatalog catalog;
-    const FakeStandardFolders folders(tree.path());
-    QByteArray path = "opt";
-    tree.addFolder(path);
     // The folder's own entries are the first level.
+    QByteArray path = "opt";
     for (int level = 1; level <= 21; ++level) {
-      const QByteArray bundle = path + "/Bundle" + QByteArray::number(level);
-      tree.addFolder(bundle);
-      tree.addFile(bundle + "/AppRun", 1);
+      tree.addFolder(path + "/Deep");
+      tree.addFile(path + "/Deep/AppRun", 1);
       path += "/d";
       tree.addFolder(path);
     }
-    QCOMPARE(ApplicationBundles(reader, catalog, folders).applicationsPathsArrayFromApplicationFolder().size(), 20u);
+    QCOMPARE(bundles.applicationsPathsArrayFromApplicationFolder().size(), found.size() + 20);
   }
 
   void shippedToolsAreUnpackedOnce() {
-    if (QStandardPaths::findExecutable(QStringLiteral("unzip")).isEmpty()) QSKIP("unzip is not installed");
+    if (QStandardPaths::findExecutable(text("unzip")).isEmpty()) QSKIP("unzip is not installed");
     DiskTree tree;
     const LinuxApplicationCatalog catalog;
     const QString resources = QFile::decodeName(tree.addFolder("resources"));
-    const QString support = QFile::decodeName(tree.path()) + QStringLiteral("/it's \"my\" $HOME");
+    const QString support = QFile::decodeName(tree.path()) + text("/it's \"my\" $HOME");
     const CopyApplicationsTask task(resources, support, catalog);
     task.copyApplications();
     QVERIFY(!QFile::exists(support));
-    QVERIFY(!task.findAppPathForBundleIDs({QStringLiteral("org.x.Tool")}));
+    QVERIFY(!task.findAppPathForBundleIDs({text("org.x.Tool")}));
 
-    for (const char* folder : {"resources/Applications", "Tool.app"})
-      tree.addFolder(folder);
-    tree.addFile("Tool.app/org.x.Tool.desktop", 10);
-    QProcess zip;
-    zip.setWorkingDirectory(QFile::decodeName(tree.path()));
-    zip.start(QStringLiteral("python3"),
-              {QStringLiteral("-m"), QStringLiteral("zipfile"), QStringLiteral("-c"),
-               QStringLiteral("resources/Applications/Tool.zip"), QStringLiteral("Tool.app")});
-    QVERIFY(zip.waitForFinished() && zip.exitCode() == 0);
+    tree.addFolder("resources/Applications");
+    QVERIFY(writeFile(resources + text("/Applications/Tool.zip"),
+                      zipArchive({{.name = "Tool.app/org.x.Tool.desktop", .content = "tool"}})));
     task.copyApplications();
-    const QString unpacked = support + QStringLiteral("/Applications/Tool.app");
-    QTRY_VERIFY(QFile::exists(unpacked + QStringLiteral("/org.x.Tool.desktop")));
-    const auto found = task.findAppPathForBundleIDs({QStringLiteral("org.y"), QStringLiteral("org.x.Tool")});
-    QVERIFY(found && found->path == unpacked && found->identifier == QStringLiteral("org.x.Tool"));
-    QVERIFY(!task.findAppPathForBundleIDs({QStringLiteral("org.y")}));
+    const QString unpacked = support + text("/Applications/Tool.app");
+    const QString entry = unpacked + text("/org.x.Tool.desktop");
+    QTRY_VERIFY(QFile::exists(entry));
+    const auto found = task.findAppPathForBundleIDs({text("org.y"), text("org.x.Tool")});
+    QVERIFY(found && found->path == unpacked && found->identifier == text("org.x.Tool"));
+    QVERIFY(!task.findAppPathForBundleIDs({text("org.y")}));
 
-    QVERIFY(QFile::remove(unpacked + QStringLiteral("/org.x.Tool.desktop")));
+    QVERIFY(QFile::remove(entry));
     task.copyApplications();
     QVERIFY(QDir(unpacked).isEmpty());
     CopyApplicationsTask(resources, std::nullopt, catalog).copyApplications();
+  }
+
+  void wrongWordsAreOneLineAndTwo() {
+    Line line;
+    for (const char* words :
+         {"scan --xml", "scan --json --json", "large /home\n", "duplicates x", "size", "size /a /b", "size --all"}) {
+      QVERIFY2(line.run(QByteArray(words).split(' ')) == 2, words);
+      QVERIFY2(line.output.isEmpty() && line.errors.startsWith("halvardctl: ") && line.errors.endsWith('\n'), words);
+      QCOMPARE(line.errors.count('\n'), 1);
+    }
+    QVERIFY2(line.run({"status"}) == -1 && line.errors.isEmpty(), "not its own");
+  }
+
+  void sizeIsAllocatedBytes() {
+    Line line;
+    const QByteArray downloads = line.tree.at("Downloads");
+    line.tree.addFile("Downloads/.DS_Store", 5000);
+    const QByteArray film = line.tree.addFile("Downloads/\xff film", 50000);
+    QCOMPARE(line.run({"size", downloads}), 0);
+    QCOMPARE(line.output, QByteArray::number(sizeByDu(downloads)) + '\n');
+    QCOMPARE(line.run({"size", downloads, "--ignore-root-ds-store"}), 0);
+    QCOMPARE(line.output, QByteArray::number(line.reader.attributes(film)->allocatedSize) + '\n');
+    QCOMPARE(line.run({"size", line.tree.at("missing")}), 1);
+    QVERIFY(line.output.isEmpty() && line.errors.contains("missing"));
+  }
+
+  void duplicatesAreListedInGroups() {
+    Line line;
+    line.tree.addFile("Downloads/a\nb.txt", 60000);
+    line.tree.addFile(".cache/\xff.txt", 60000);
+    line.tree.addFile("Downloads/other.txt", 60001);
+    QCOMPARE(line.run({"duplicates"}), 0);
+    QVERIFY(line.output.startsWith("58.6 KB each, 2 files\n  "));
+    QCOMPARE(line.output.count('\n'), 3);
+    QVERIFY(line.output.contains("/a\\nb.txt\n") && line.output.contains("/\xff.txt\n"));
+    line.showsProgress = true;
+    QCOMPARE(line.run({"duplicates", "--json"}), 0);
+    const QJsonValue group = QJsonDocument::fromJson(line.output).array().at(0);
+    QCOMPARE(group[u"size"].toInt(), 60000);
+    QCOMPARE(group[u"paths"].toArray().size(), 2);
+    QVERIFY(line.errors.endsWith("\r\033[K"));
   }
 };
 

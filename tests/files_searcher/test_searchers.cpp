@@ -1,11 +1,8 @@
 #include <QtTest>
+#include <set>
 
-#include "files_searcher/disk_tree.h"
+#include "files_searcher/disk_parts.h"
 #include "files_searcher/searcher_manager.h"
-#include "platform/fake/fake_clock.h"
-#include "platform/fake/fake_defaults_store.h"
-#include "platform/fake/fake_disk.h"
-#include "platform/linux/files/linux_folder_reader.h"
 #include "preferences/stored_keys.h"
 
 using namespace halvard;
@@ -16,21 +13,19 @@ namespace {
 constexpr ByteCount kMebibyte = 1024 * 1024;
 
 struct Figures : SearcherManagerDelegate {
-  void onSpotlightManagerFoundJunkFilesInfo(const JunkFilesViewInfo& info) override {
-    junk = info;
-    order << 0;
-  }
+  void onSpotlightManagerFoundJunkFilesInfo(const JunkFilesViewInfo& info) override { keep(0, junk, info); }
   void onSpotlightManagerFoundApplicationsInfo(const ApplicationsUnusedViewInfo& info) override {
-    applications = info;
-    order << 1;
+    keep(1, applications, info);
   }
   void onSpotlightManagerFoundLargetAndOldFilesInfo(const LargeAndOldFilesViewInfo& info) override {
-    large = info;
-    order << 2;
+    keep(2, large, info);
   }
-  void onSpotlightManagerFoundDuplicatesInfo(const DuplicateFilesViewInfo& info) override {
-    duplicates = info;
-    order << 3;
+  void onSpotlightManagerFoundDuplicatesInfo(const DuplicateFilesViewInfo& info) override { keep(3, duplicates, info); }
+
+  template <class Info>
+  void keep(int number, Info& place, const Info& info) {
+    place = info;
+    order << number;
   }
   JunkFilesViewInfo junk;
   ApplicationsUnusedViewInfo applications;
@@ -39,34 +34,12 @@ struct Figures : SearcherManagerDelegate {
   QList<int> order;
 };
 
-struct Disk {
-  Disk() {
-    for (const char* folder : {".cache", "Downloads", ".local", ".local/share", ".local/share/Trash", "opt", "Library"})
-      tree.addFolder(folder);
-  }
-  /// Lets the junk searcher start, and everything come to rest that needs no answer.
-  void startJunk() {
-    for (const auto step : {0ms, 200ms, 200ms, 200ms})
-      clock.advance(step);
-  }
-  DiskTree tree;
-  FakeClock clock;
-  FakeDefaultsStore store;
-  LinuxFolderReader reader;
-  FakeApplicationCatalog catalog;
-  FakeLastUsedDates dates;
-  FakeBackgroundPriority priority;
-  FakeStandardFolders folders{tree.path()};
-  PathsGenerator paths{folders};
-  BundleExcludeList excludeList;
-  FakeFileMetadataQueries queries;
-  DiskSearchServices services{clock, reader, catalog, dates, priority, paths, excludeList, queries};
+struct Disk : DiskParts {
   std::optional<Figures> figures{std::in_place};
-  std::unique_ptr<SearcherManager> manager;
+  std::optional<SearcherManager> manager;
 
   SearcherManager& start() {
-    manager = std::make_unique<SearcherManager>(services, store);
-    manager->startSearchWithDelegate(*figures, false);
+    manager.emplace(services, store).startSearchWithDelegate(*figures, false);
     return *manager;
   }
   // The order in which the manager asks.
@@ -85,10 +58,11 @@ class TestSearchers : public QObject {
     disk.tree.addFile("Downloads/.DS_Store", 5000);
     disk.tree.addFile(".cache/page", 9000);
     SearcherManager& manager = disk.start();
-    QCOMPARE(disk.queries.asked.size(), 3u);
-    QVERIFY(disk.queries.asked[Disk::Applications].predicate.applications);
-    QCOMPARE(disk.queries.asked[Disk::Large].scopes, std::vector<QByteArray>{"/"});
-    QCOMPARE(disk.queries.asked[Disk::Large].predicate.largerThan, ByteCount(20000000));
+    const auto& asked = disk.queries.asked;
+    QCOMPARE(asked.size(), 3u);
+    QVERIFY(asked[Disk::Applications].predicate.applications);
+    QCOMPARE(asked[Disk::Large].scopes, std::vector<QByteArray>{"/"});
+    QCOMPARE(asked[Disk::Large].predicate.largerThan, ByteCount(20000000));
     disk.queries.answer(Disk::Applications, {{"/u/Draw.app", 3000}, {"/u/Write.app", 4000}});
     disk.queries.answer(Disk::Large, {{"/f", 25000000}});
     disk.queries.answer(Disk::Duplicates, {{"/a.txt", 80 * kMebibyte}, {"/b.txt", 80 * kMebibyte}, {"/c", 5}});
@@ -133,34 +107,35 @@ class TestSearchers : public QObject {
   }
 
   void rescanTimeCanBeStored() {
-    Disk disk;
-    disk.store.setObject(stored_keys::testRescanDiskJunkTime, StoredValue{std::int64_t{60}});
-    disk.start();
-    disk.clock.advance(60s);
-    QCOMPARE(disk.queries.asked.size(), 6u);
-    QVERIFY(!disk.queries.isRunning(Disk::Large));
-    disk.store.setObject(stored_keys::testRescanDiskJunkTime, StoredValue{QStringLiteral("60")});
-    Disk other;
-    other.start();
-    other.clock.advance(60s);
-    QCOMPARE(other.queries.asked.size(), 3u);
+    for (const auto& [time, asked] :
+         {std::pair(StoredValue{std::int64_t{60}}, 6u), {StoredValue{QStringLiteral("60")}, 3u}}) {
+      Disk disk;
+      disk.store.setObject(stored_keys::testRescanDiskJunkTime, time);
+      disk.start();
+      disk.clock.advance(60s);
+      QCOMPARE(disk.queries.asked.size(), asked);
+      QCOMPARE(disk.queries.isRunning(Disk::Large), asked == 3u);
+    }
   }
 
   void smallDuplicatesAreSoughtOnlyWhenLargeOnesAreFew() {
     Disk disk;
     disk.tree.addFile(".hidden", 1);
     disk.start();
-    const auto& scopes = disk.queries.asked[Disk::Duplicates].scopes;
-    const auto has = [&](const char* name) {
-      return std::find(scopes.begin(), scopes.end(), disk.tree.at(name)) != scopes.end();
+    const std::set<QByteArray> scopes(disk.queries.asked[Disk::Duplicates].scopes.begin(),
+                                      disk.queries.asked[Disk::Duplicates].scopes.end());
+    for (const char* name : {".hidden", ".cache", "Downloads"})
+      QVERIFY2(scopes.contains(disk.tree.at(name)), name);
+    QVERIFY(!scopes.contains(disk.tree.at("Library")));
+    const auto sizes = [&](std::size_t query) {
+      const FileMetadataPredicate& predicate = disk.queries.asked[query].predicate;
+      return std::pair(predicate.largerThan, predicate.smallerThan);
     };
-    QVERIFY(has(".hidden") && has(".cache") && has("Downloads") && !has("Library"));
-    QCOMPARE(disk.queries.asked[Disk::Duplicates].predicate.largerThan, ByteCount(1048576));
-    QVERIFY(!disk.queries.asked[Disk::Duplicates].predicate.smallerThan);
+    const std::optional<ByteCount> small = 50000, mebibyte = kMebibyte;
+    QVERIFY(sizes(Disk::Duplicates) == std::pair(mebibyte, std::optional<ByteCount>()));
     disk.queries.answer(Disk::Duplicates, {{"/a.x", 2 * kMebibyte}, {"/b.x", 2 * kMebibyte}});
     QTRY_COMPARE(disk.queries.asked.size(), 4u);
-    QCOMPARE(disk.queries.asked[Disk::SecondPass].predicate.largerThan, ByteCount(50000));
-    QCOMPARE(disk.queries.asked[Disk::SecondPass].predicate.smallerThan, ByteCount(1048576));
+    QVERIFY(sizes(Disk::SecondPass) == std::pair(small, mebibyte));
     disk.queries.answer(Disk::SecondPass, {{"/c.x", 60000}, {"/d.x", 60000}, {"/e.y", 60000}});
     QTRY_COMPARE(disk.figures->duplicates, (DuplicateFilesViewInfo{4 * kMebibyte + 120000, 4}));
     QCOMPARE(disk.queries.asked.size(), 4u);
@@ -168,38 +143,30 @@ class TestSearchers : public QObject {
 
   void onlyFilesUnusedForMoreThanNinetyDaysAreOld() {
     Disk disk;
-    const auto day = 24h;
-    disk.dates.dates = {{"/91", disk.clock.now() - 91 * day},
-                        {"/90", disk.clock.now() - 90 * day},
-                        {"/89", disk.clock.now() - 89 * day},
-                        {"/none", std::nullopt}};
+    disk.dates.dates["/none"] = std::nullopt;
+    for (const int days : {91, 90, 89})
+      disk.dates.dates['/' + QByteArray::number(days)] = disk.clock.now() - days * 24h;
     const QByteArray sparse = disk.tree.addFile("sparse", 1 << 30, false);
     disk.start();
-    disk.queries.answer(Disk::Large, {{"/91", 25000000},
-                                      {"/90", 25000000},
-                                      {"/89", 25000000},
-                                      {"/none", 25000000},
-                                      {"/91", std::nullopt},
-                                      {sparse, 1 << 30}});
+    std::vector<FakeFileMetadataQueries::Found> files{{"/91", std::nullopt}, {sparse, 1 << 30}};
+    for (const char* path : {"/91", "/90", "/89", "/none"})
+      files.push_back({path, 25000000});
+    disk.queries.answer(Disk::Large, files);
     QTRY_COMPARE(disk.figures->large, (LargeAndOldFilesViewInfo{25000000, 1}));
   }
 
   void applicationsFollowTheirRules() {
     Disk disk;
-    const auto bundle = [&](const char* name) {
-      const QByteArray path = disk.tree.addFolder(name);
-      disk.tree.addFile(QByteArray(name) + "/AppRun", 10000);
-      return path;
-    };
-    const QByteArray small = bundle("opt/Small.app");
-    const QByteArray system = bundle("opt/System.app");
-    const QByteArray unknown = bundle("opt/Unknown.app");
+    for (const char* bundle : {"opt/Small.app", "opt/System.app", "opt/Unknown.app"}) {
+      disk.tree.addFolder(bundle);
+      disk.tree.addFile(QByteArray(bundle) + "/AppRun", 10000);
+    }
+    const QByteArray system = disk.tree.at("opt/System.app");
     disk.catalog.identifiers = {{system, QStringLiteral("com.apple.safari")}, {"/u/NoId.app", std::nullopt}};
     disk.start();
-    const ByteCount block = disk.reader.attributes(small + "/AppRun")->allocatedSize;
-    QTest::ignoreMessage(QtWarningMsg, "Returned size is impossibly small.");
-    QTest::ignoreMessage(QtWarningMsg, "Returned size is impossibly small.");
-    disk.queries.answer(Disk::Applications, {{small, 1500},
+    for (int warning = 0; warning < 2; ++warning)
+      QTest::ignoreMessage(QtWarningMsg, "Returned size is impossibly small.");
+    disk.queries.answer(Disk::Applications, {{disk.tree.at("opt/Small.app"), 1500},
                                              {system, 90000},
                                              {"/u/Tiny.app", 2000},
                                              {"/u/Draw.app", 2001},
@@ -207,8 +174,8 @@ class TestSearchers : public QObject {
                                              {"/u/Sizeless.app", std::nullopt},
                                              {"/u/NoId.app", 5000}});
     // Draw as told; Small and Unknown measured; the others do not count.
+    const ByteCount block = disk.reader.attributes(disk.tree.at("opt/Small.app/AppRun"))->allocatedSize;
     QTRY_COMPARE(disk.figures->applications, (ApplicationsUnusedViewInfo{2001 + 2 * block, 3}));
-    QVERIFY(disk.reader.attributes(unknown));
   }
 
   void refusedQueriesEndEmpty() {
@@ -228,10 +195,7 @@ class TestSearchers : public QObject {
     disk.queries.answer(Disk::Applications, {{"/u/Draw.app", 3000}});
     QCoreApplication::processEvents();
     disk.figures.emplace();
-    QTRY_VERIFY([&] {
-      manager.startSearchWithDelegate(*disk.figures, false);
-      return disk.figures->order.contains(1);
-    }());
+    QTRY_VERIFY((manager.startSearchWithDelegate(*disk.figures, false), disk.figures->order.contains(1)));
     QCOMPARE(disk.queries.asked.size(), 3u);
   }
 

@@ -1,37 +1,12 @@
 #pragma once
 
-#include <QTemporaryDir>
-
 #include "branding/branding.h"
+#include "files_searcher/disk_parts.h"
 #include "files_searcher/ui/ad_based_on_spotlight_vc.h"
-#include "platform/fake/fake_clock.h"
-#include "platform/fake/fake_defaults_store.h"
-#include "platform/fake/fake_disk.h"
 #include "platform/fake/fake_distributed_notification_center.h"
-#include "platform/linux/files/linux_folder_reader.h"
+#include "platform/fake/fake_workspace.h"
 
 namespace halvard {
-
-/// Applications as told.
-class FakeWorkspace : public Workspace {
- public:
-  bool openURL(const QUrl& url) override {
-    opened << url;
-    return true;
-  }
-  bool canOpenURL(const QUrl&) override { return true; }
-  std::optional<QString> pathOfApplication(const QString& identifier) override {
-    if (!installed.contains(identifier)) return {};
-    return identifier;
-  }
-  bool launchApplication(const QString& identifier) override {
-    launched << identifier;
-    return installed.contains(identifier);
-  }
-  QStringList installed;
-  QStringList launched;
-  QList<QUrl> opened;
-};
 
 /// Panels that a test answers.
 class FakeGrantPanels : public GrantPanels {
@@ -52,49 +27,39 @@ class FakeGrantPanels : public GrantPanels {
   std::function<void()> dismiss;
 };
 
-/// The section with everything it stands on.
-struct DiskUsage {
+/// What any section for the disk stands on.
+struct DiskUsageParts : DiskParts {
+  FakeFolderAccess grants;
+  Branding branding = Branding::load({});
+  FakeWorkspace workspace;
+  FakeDistributedNotificationCenter distributed;
+  NotificationCenter notifications;
+  ShowcaseDefaults defaults{store, clock, QStringLiteral("1.0")};
+};
+
+/// The section itself.
+struct DiskUsage : DiskUsageParts {
   void start() {
     section.emplace(AdBasedOnSpotlightVC::Services{searchers, access, tools, defaults, notifications, panels,
                                                    [this] { return review; }, [this] { ++removals; }},
                     nullptr);
     section->view()->show();
   }
-  /// Gives the figures in the order junk, applications, large and old, duplicates; leaves the last out if asked.
-  void answerAll(bool withDuplicates = true) {
-    for (const auto step : {0, 200, 200, 200})
-      clock.advance(std::chrono::milliseconds(step));
-    const std::size_t first = queries.asked.size() - 3;
-    queries.answer(first, {{"/u/Draw.app", 3'000'000'000}, {"/u/Write.app", 400'000'000}});
-    queries.answer(first + 1, {{"/f", 25'000'000'000}});
-    if (withDuplicates) queries.answer(first + 2, {{"/a", 900 << 20}, {"/b", 900 << 20}});
+  /// Gives the figures of all but the duplicates.
+  void answerAllButDuplicates() {
+    startJunk();
+    queries.answer(0, {{"/u/Draw.app", 3'000'000'000}, {"/u/Write.app", 400'000'000}});
+    queries.answer(1, {{"/f", 25'000'000'000}});
   }
+  void answerDuplicates() { queries.answer(2, {{"/a", 900 << 20}, {"/b", 900 << 20}}); }
 
-  QTemporaryDir folder;
-  FakeClock clock;
-  FakeDefaultsStore store;
-  LinuxFolderReader reader;
-  FakeApplicationCatalog catalog;
-  FakeLastUsedDates dates;
-  FakeBackgroundPriority priority;
-  FakeStandardFolders folders{folder.path().toUtf8()};
-  PathsGenerator paths{folders};
-  BundleExcludeList excludeList;
-  FakeFileMetadataQueries queries;
-  SearcherManager searchers{{clock, reader, catalog, dates, priority, paths, excludeList, queries}, store};
-  FakeFolderAccess grants;
+  SearcherManager searchers{services, store};
   DiskAccessRestoreManager access{store, grants, paths};
-  Branding branding = Branding::load({});
-  FakeWorkspace workspace;
-  CopyApplicationsTask shipped{folder.path(), folder.path(), catalog};
-  FakeDistributedNotificationCenter distributed;
+  QString home = QString::fromUtf8(tree.path());
+  CopyApplicationsTask shipped{home, home, catalog};
   StartScanningInLaunchedAppManager startScanning{distributed, clock};
-  QList<int> offered;
-  SiblingTools tools{{branding, workspace, shipped, startScanning, {}, [this](SiblingApp type) {
-                        offered << static_cast<int>(type);
-                      }}};
-  ShowcaseDefaults defaults{store, clock, QStringLiteral("1.0")};
-  NotificationCenter notifications;
+  QList<SiblingApp> offered;
+  SiblingTools tools{{branding, workspace, shipped, startScanning, {}, [this](SiblingApp type) { offered << type; }}};
   FakeGrantPanels panels;
   bool review = false;
   int removals = 0;
