@@ -1,4 +1,3 @@
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include "app/launch_steps.h"
@@ -8,39 +7,34 @@
 #include "lifecycle/document_store.h"
 #include "lifecycle/move_to_applications.h"
 #include "lifecycle/single_instance.h"
-#include "login/run_at_login_manager.h"
 #include "platform/fake/fake_alert_presenter.h"
-#include "platform/fake/fake_defaults_store.h"
 #include "platform/fake/fake_disk.h"
-#include "platform/fake/fake_distributed_notification_center.h"
-#include "platform/fake/fake_login_item_service.h"
 #include "platform/fake/fake_object_store.h"
 #include "platform/fake/fake_running_copies.h"
+#include "support/login_desk.h"
+#include "support/texts.h"
 
 using namespace halvard;
+using namespace halvard::test;
 
 namespace {
 
-QString latin(const char* text) {
-  return QString::fromLatin1(text);
-}
-
-const QString bundleIdentifier = latin("com.example.Main");
+using Posted = FakeDistributedNotificationCenter::Posted;
 
 /// A program that runs from a bundle outside the folders for applications.
-struct Launch : LaunchSteps {
+struct Launch : LoginDesk, LaunchSteps {
   Launch() {
     const auto note = [this](const QString& name, const char* event) {
       notifications.addObserver(name, &context, [this, event](const QVariant&) { log(event); });
     };
     note(MainInterface::kShowMainWindowAndMakeActive, "panel");
     note(MainInterface::kShowWindowAfterStart, "panel by argument");
-    bundle.mkpath(latin("."));
-    QFile file(bundle.filePath(latin("AppRun")));
+    bundle.mkpath(text("."));
+    QFile file(bundle.filePath(text("AppRun")));
     if (file.open(QIODevice::WriteOnly)) file.setPermissions(QFile::ReadOwner | QFile::ExeOwner);
   }
 
-  void log(const char* event) { copies.events << latin(event); }
+  void log(const char* event) { copies.events << text(event); }
   void forceLightAppearance() override { log("light"); }
   void awakeInterface() override { log("awake"); }
   void copyApplications() override { log("siblings"); }
@@ -51,33 +45,28 @@ struct Launch : LaunchSteps {
   void terminate() override { log("end"); }
 
   QTemporaryDir home;
-  QDir bundle{home.filePath(latin("Downloads/Halvard.AppDir"))};
+  QDir bundle{home.filePath(text("Downloads/Halvard.AppDir"))};
   /// Also what happened, in order.
   FakeRunningCopies copies;
   NotificationCenter notifications;
-  FakeDefaultsStore store;
   FakeAlertPresenter alerts;
   FakeObjectStore objects;
   FakeStandardFolders folders{QFile::encodeName(home.path())};
-  FakeLoginItemService loginItems;
-  FakeDistributedNotificationCenter distributed;
-  HalvardRunAtLoginManager startAtLogin{loginItems, distributed, bundleIdentifier, latin("/opt/main")};
   SingleInstance singleInstance{copies, distributed, notifications, bundleIdentifier,
                                 MainInterface::kShowMainWindowAndMakeActive};
-  MoveToApplications moveOffer{{store, alerts, copies, folders}, bundle.path(), latin("Main")};
+  MoveToApplications moveOffer{{store, alerts, copies, folders}, bundle.path(), text("Main")};
   DocumentStore documents{objects, alerts, home.path()};
   bool canLaunch = true;
   ZPAppDelegate delegate{{notifications, startAtLogin, singleInstance, moveOffer, documents, *this,
-                          [this](const QString& program) {
-                            copies.events << latin("launch ") + program;
+                          [this](const QString& moved) {
+                            copies.events << text("launch ") + moved;
                             return canLaunch;
                           },
                           false}};
   QObject context;
 };
 
-const QStringList steps{latin("light"),   latin("claim"),   latin("awake"),     latin("siblings"),
-                        latin("sharing"), latin("updater"), latin("promotion"), latin("folders")};
+const QStringList steps = words("light claim awake siblings sharing updater promotion folders");
 
 }  // namespace
 
@@ -87,68 +76,56 @@ class TestAppDelegate : public QObject {
  private Q_SLOTS:
   void stepsOfALaunchHaveTheirOrder() {
     Launch launch;
-    QVERIFY(launch.delegate.applicationDidFinishLaunching({latin("--demo")}));
+    QVERIFY(launch.delegate.applicationDidFinishLaunching({text("--demo")}));
     QCOMPARE(launch.copies.events, steps);
     Launch asked;
     QVERIFY(asked.delegate.applicationDidFinishLaunching({MainInterface::kShowWindowAfterStart}));
     QStringList withPanel = steps;
-    withPanel.insert(withPanel.size() - 1, latin("panel by argument"));
+    withPanel.insert(withPanel.size() - 1, text("panel by argument"));
     QCOMPARE(asked.copies.events, withPanel);
   }
 
   void secondCopyBringsTheFirstForwardAndShowsNothing() {
     Launch launch;
-    launch.copies.copies = {latin("first"), latin("older"), latin("oldest")};
+    launch.copies.copies = words("first older oldest");
     QVERIFY(!launch.delegate.applicationDidFinishLaunching({}));
-    const QStringList expected{latin("light"), latin("claim"), latin("activate first"), latin("terminate older"),
-                               latin("terminate oldest")};
-    QCOMPARE(launch.copies.events, expected);
+    QCOMPARE(launch.copies.events.join(u','), text("light,claim,activate first,terminate older,terminate oldest"));
     QCOMPARE(launch.distributed.posted.size(), 1U);
-    const FakeDistributedNotificationCenter::Posted word{latin("AppCopyHaveJustTriedToLaunchNotificatioName"),
-                                                         bundleIdentifier};
+    const Posted word{text("AppCopyHaveJustTriedToLaunchNotificatioName"), launch.bundleIdentifier};
     QVERIFY(launch.distributed.posted.front() == word);
+
+    // Where that word arrives, it shows the panel.
+    Launch first;
+    first.delegate.applicationDidFinishLaunching({});
+    first.distributed.arrive(word.name, text("com.example.Other"));
+    QCOMPARE(first.copies.events, steps);
+    first.distributed.arrive(word.name, word.object);
+    QCOMPARE(first.copies.events, steps + QStringList{text("panel")});
   }
 
-  void wordOfAnotherCopyShowsThePanel() {
-    Launch launch;
-    launch.delegate.applicationDidFinishLaunching({});
-    launch.copies.events.clear();
-    launch.distributed.arrive(SingleInstance::appCopyHaveJustTriedToLaunchNotificatioName(),
-                              latin("com.example.Other"));
-    QCOMPARE(launch.copies.events, QStringList());
-    launch.distributed.arrive(SingleInstance::appCopyHaveJustTriedToLaunchNotificatioName(), bundleIdentifier);
-    QCOMPARE(launch.copies.events, QStringList{latin("panel")});
-  }
-
-  void movedProgramStartsFromItsNewPlaceAndThisCopyEnds_data() {
-    QTest::addColumn<bool>("canLaunch");
-    QTest::addColumn<QStringList>("afterwards");
-    QTest::newRow("launched") << true << QStringList{latin("end")};
-    QTest::newRow("not launched") << false << QStringList{latin("claim")};
-  }
   void movedProgramStartsFromItsNewPlaceAndThisCopyEnds() {
-    QFETCH(bool, canLaunch);
-    QFETCH(QStringList, afterwards);
-    Launch launch;
-    launch.canLaunch = canLaunch;
-    launch.alerts.answers = {{0, false}};
-    QVERIFY(launch.delegate.applicationDidFinishLaunching({}));
-    launch.delegate.applicationDidBecomeActive();  // nothing comes before the question that is open
-    const QString copy = launch.home.filePath(latin("Applications/Halvard.AppDir/AppRun"));
-    const QStringList expected = steps.mid(0, 3) + QStringList{latin("release"), latin("launch ") + copy} + afterwards;
-    QTRY_COMPARE(launch.copies.events, expected);
-    QVERIFY(QFileInfo(copy).isExecutable());
+    for (const bool canLaunch : {true, false}) {
+      Launch launch;
+      launch.canLaunch = canLaunch;
+      launch.alerts.answers = {{0, false}};
+      QVERIFY(launch.delegate.applicationDidFinishLaunching({}));
+      launch.delegate.applicationDidBecomeActive();  // nothing comes before the question that is open
+      const QString copy = launch.home.filePath(text("Applications/Halvard.AppDir/AppRun"));
+      const QStringList expected = steps.first(3) + QStringList{text("release"), text("launch ") + copy,
+                                                                canLaunch ? text("end") : text("claim")};
+      QTRY_COMPARE(launch.copies.events, expected);
+      QVERIFY(QFileInfo(copy).isExecutable());
+    }
   }
 
   void firstActivationShowsThePanelUnlessTheLauncherStartedTheProgram() {
     for (const bool byLauncher : {false, true}) {
       Launch launch;
-      if (byLauncher) launch.loginItems.running = {bundleIdentifier + latin(".launcher")};
+      if (byLauncher) launch.loginItems.running = {launch.bundleIdentifier + text(".launcher")};
       launch.delegate.applicationDidFinishLaunching({});
       // The launcher is told to quit.
-      const FakeDistributedNotificationCenter::Posted told{latin("TERMINATEHELPER"), bundleIdentifier};
-      QCOMPARE(launch.distributed.posted.size(), byLauncher ? 1U : 0U);
-      QVERIFY(!byLauncher || launch.distributed.posted.front() == told);
+      const Posted told{text("TERMINATEHELPER"), launch.bundleIdentifier};
+      QVERIFY(launch.distributed.posted == (byLauncher ? std::vector{told} : std::vector<Posted>()));
       launch.copies.events.clear();
       launch.delegate.applicationDidBecomeActive();
       QCOMPARE(launch.copies.events.size(), byLauncher ? 0 : 1);
@@ -158,52 +135,42 @@ class TestAppDelegate : public QObject {
     }
   }
 
-  void unsavedDocumentHasASayInTheEnd_data() {
-    QTest::addColumn<bool>("canCommit");
-    QTest::addColumn<bool>("changed");
-    QTest::addColumn<bool>("refusesToSave");
-    QTest::addColumn<int>("answer");
-    QTest::addColumn<bool>("ends");
-    QTest::addColumn<int>("alerts");
-    QTest::newRow("nothing changed") << true << false << false << 0 << true << 0;
-    QTest::newRow("cannot commit") << false << true << false << 0 << false << 0;
-    QTest::newRow("saved") << true << true << false << 0 << true << 0;
-    QTest::newRow("not saved, quit anyway") << true << true << true << 0 << true << 2;
-    QTest::newRow("not saved, cancelled") << true << true << true << 1 << false << 2;
-  }
   void unsavedDocumentHasASayInTheEnd() {
-    QFETCH(bool, canCommit);
-    QFETCH(bool, changed);
-    QFETCH(bool, refusesToSave);
-    QFETCH(int, answer);
     Launch launch;
-    QVERIFY(launch.delegate.applicationShouldTerminate());
-    QCOMPARE(launch.objects.opened.size(), 0);
+    const auto mayEnd = [&] {
+      launch.alerts.shown.clear();
+      return launch.delegate.applicationShouldTerminate();
+    };
+    QVERIFY(mayEnd() && launch.objects.opened.isEmpty());
     QVERIFY(launch.documents.managedObjectContext());
-    QCOMPARE(launch.objects.opened, QStringList{launch.home.filePath(latin("Kelvo/Kelvo.storedata"))});
-    launch.objects.canCommit = canCommit;
-    launch.objects.changed = changed;
-    launch.objects.refusesToSave = refusesToSave;
-    launch.alerts.answers = {{0, false}, {answer, false}};
-    QTEST(launch.delegate.applicationShouldTerminate(), "ends");
-    QTEST(static_cast<int>(launch.alerts.shown.size()), "alerts");
-    if (launch.alerts.shown.empty()) return;
-    QCOMPARE(launch.alerts.shown.back().message, latin("Could not save changes while quitting. Quit anyway?"));
+    QCOMPARE(launch.objects.opened, QStringList{launch.home.filePath(text("Kelvo/Kelvo.storedata"))});
+    QVERIFY2(mayEnd(), "nothing changed");
+    launch.objects.changed = true;
+    launch.objects.canCommit = false;
+    QVERIFY2(!mayEnd() && launch.alerts.shown.empty(), "cannot commit");
+    launch.objects.canCommit = launch.objects.refusesToSave = true;
+    for (const int cancels : {0, 1}) {
+      launch.alerts.answers = {{0, false}, {cancels, false}};
+      QCOMPARE(mayEnd(), cancels == 0);
+      QCOMPARE(launch.alerts.shown.size(), 2U);
+      QCOMPARE(launch.alerts.shown.back().message, text("Could not save changes while quitting. Quit anyway?"));
+    }
+    launch.objects.refusesToSave = false;
+    QVERIFY2(mayEnd() && launch.alerts.shown.empty() && !launch.objects.changed, "saved");
   }
 
   void storeThatCannotBeOpenedSaysSoAndTheProgramMayEnd() {
     Launch launch;
     launch.objects.refusesToOpen = true;
     QVERIFY(!launch.documents.managedObjectContext());
-    QCOMPARE(launch.alerts.shown.back().message, latin("Failed to initialize the store"));
-    QCOMPARE(launch.alerts.shown.back().informativeText, latin("There was an error building up the data file."));
-    QFile file(launch.home.filePath(latin("file")));
-    QVERIFY(file.open(QIODevice::WriteOnly) && QDir(launch.home.path()).rmdir(latin("Kelvo")));
-    QVERIFY(file.rename(launch.home.filePath(latin("Kelvo"))));
-    QVERIFY(!launch.documents.managedObjectContext());
-    QCOMPARE(launch.alerts.shown.back().informativeText,
-             latin("Expected a folder to store application data, found a file (%1).").arg(file.fileName()));
+    QCOMPARE(launch.alerts.shown.back().message, text("Failed to initialize the store"));
+    QCOMPARE(launch.alerts.shown.back().informativeText, text("There was an error building up the data file."));
     QVERIFY(launch.delegate.applicationShouldTerminate());
+    Launch other;
+    QFile file(other.home.filePath(text("Kelvo")));
+    QVERIFY(file.open(QIODevice::WriteOnly) && !other.documents.managedObjectContext());
+    QCOMPARE(other.alerts.shown.back().informativeText,
+             text("Expected a folder to store application data, found a file (%1).").arg(file.fileName()));
   }
 };
 
