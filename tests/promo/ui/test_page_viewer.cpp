@@ -38,15 +38,17 @@ struct Engine {
     page.toPlainText([&result](const QString& plain) { result = plain; });
     return QTest::qWaitFor([&result] { return result.has_value(); }, 10000) ? *result : QString();
   }
-  /// Clicks the page until `done`, or for 16 seconds: a page takes clicks only once it is drawn. The pauses grow, for
-  /// a second click on a link takes back what the first one has begun to load.
+  /// Clicks the page until it takes the click, which it does only once it is drawn, and then waits for `done`: another
+  /// click would take back what that one has begun.
   template <class Done>
   bool click(Done done) {
-    for (int pause = 250; pause <= 8000 && !done(); pause *= 2) {
+    QSignalSpy begun(&page, &QWebEnginePage::loadStarted);
+    const auto isTaken = [&] { return done() || !begun.isEmpty(); };
+    for (int attempt = 0; attempt < 20 && !isTaken(); ++attempt) {
       QTest::mouseClick(view.focusProxy(), Qt::LeftButton, {}, {50, 50});
-      if (QTest::qWaitFor(done, pause)) return true;
+      (void)QTest::qWaitFor(isTaken, 1000);
     }
-    return done();
+    return QTest::qWaitFor(done, 15000);
   }
 };
 
