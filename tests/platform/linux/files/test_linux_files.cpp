@@ -1,16 +1,12 @@
 #include <fcntl.h>
 #include <glib.h>
-#include <sched.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <QtTest>
-#include <thread>
 
 #include "files_searcher/disk_tree.h"
-#include "platform/linux/files/idle_priority.h"
 #include "platform/linux/files/linux_application_catalog.h"
 #include "platform/linux/files/linux_folder_access.h"
 #include "platform/linux/files/linux_last_used_dates.h"
@@ -174,16 +170,6 @@ class TestLinuxFiles : public QObject {
     QCOMPARE(catalog.bundleIdentifier(bundle), QStringLiteral("Draw"));
     folder.write("Draw.app/org.x.Draw.desktop", {});
     QCOMPARE(catalog.bundleIdentifier(bundle), QStringLiteral("org.x.Draw"));
-  }
-
-  void idlePriorityIsForTheThreadOnly() {
-    constexpr int kIdleClass = 3;
-    const auto diskClass = [] { return ::syscall(SYS_ioprio_get, 1, 0) >> 13; };
-    std::jthread([&] {
-      IdlePriority().lowerCurrentThread();
-      QVERIFY(::sched_getscheduler(0) == SCHED_IDLE && diskClass() == kIdleClass);
-    }).join();
-    QVERIFY(::sched_getscheduler(0) == SCHED_OTHER && diskClass() != kIdleClass);
   }
 };
 
