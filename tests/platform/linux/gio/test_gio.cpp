@@ -94,8 +94,7 @@ class TestGio : public QObject {
     QCOMPARE(index->byFile(folder.path("user//a.desktop")), a);
     QVERIFY(!index->byFile(QString()));
     const auto b = index->byIds(texts({"kde-b"}));
-    QVERIFY(b && b->hidden && b->inTerminal);
-    QVERIFY(b->program.endsWith("/sh") && b->program.startsWith('/'));
+    QVERIFY(b && b->hidden && b->inTerminal && b->program.endsWith("/sh") && b->program.startsWith('/'));
     QCOMPARE(b->arguments, (QByteArrayList{"--flag", "word"}));
     for (const char* missing : {"masked", "gone", "broken", "b"})
       QVERIFY2(!index->byIds(texts({missing})), missing);
