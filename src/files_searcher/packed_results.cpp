@@ -51,8 +51,8 @@ QByteArray PackedFiles::path(std::size_t index) const {
   return path.append(text(m_records[index].name));
 }
 
-QByteArray PackedFiles::name(std::size_t index) const {
-  return text(m_records[index].name).toByteArray();
+QByteArrayView PackedFiles::name(std::size_t index) const {
+  return text(m_records[index].name);
 }
 
 std::size_t PackedResults::count() const {
@@ -74,7 +74,7 @@ QByteArray PackedResults::path(std::size_t index) const {
   return part->path(at);
 }
 
-QByteArray PackedResults::name(std::size_t index) const {
+QByteArrayView PackedResults::name(std::size_t index) const {
   const auto [part, at] = locate(index);
   return part->name(at);
 }

@@ -27,7 +27,7 @@ class PackedFiles {
 
   std::size_t count() const { return m_records.size(); }
   QByteArray path(std::size_t index) const;
-  QByteArray name(std::size_t index) const;
+  QByteArrayView name(std::size_t index) const;
   ByteCount size(std::size_t index) const { return m_records[index].size; }
   void setSize(std::size_t index, ByteCount size) { m_records[index].size = size; }
 
@@ -59,7 +59,7 @@ class PackedResults : public FileMetadataResults {
 
   std::size_t count() const override;
   QByteArray path(std::size_t index) const override;
-  QByteArray name(std::size_t index) const override;
+  QByteArrayView name(std::size_t index) const override;
   std::optional<ByteCount> size(std::size_t index) const override;
 
  private:

@@ -6,15 +6,14 @@
 
 namespace halvard {
 
-void Separator::addObject(Item item, const std::optional<QByteArray>& name, std::optional<ByteCount> size) {
-  if (name && size) addObjectWithSeparatorKey(item, path_utilities::pathExtension(*name).toByteArray(), *size);
+void Separator::addObject(Item item, std::optional<QByteArrayView> name, std::optional<ByteCount> size) {
+  if (name && size) addObjectWithSeparatorKey(item, path_utilities::pathExtension(*name), *size);
 }
 
-void Separator::addObjectWithSeparatorKey(Item item, const QByteArray& separatorKey,
-                                          ByteCount additionalSeparationKey) {
-  auto extension = m_extensions.constFind(separatorKey);
+void Separator::addObjectWithSeparatorKey(Item item, QByteArrayView separatorKey, ByteCount additionalSeparationKey) {
+  auto extension = m_extensions.constFind(QByteArray::fromRawData(separatorKey.data(), separatorKey.size()));
   if (extension == m_extensions.cend())
-    extension = m_extensions.insert(separatorKey, static_cast<std::uint32_t>(m_extensions.size()));
+    extension = m_extensions.insert(separatorKey.toByteArray(), static_cast<std::uint32_t>(m_extensions.size()));
   m_entries.push_back({additionalSeparationKey, *extension, item});
   m_sorted = false;
 }

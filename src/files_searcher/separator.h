@@ -29,8 +29,8 @@ class Separator {
   };
 
   /// Ignored unless both a name and a size are given.
-  void addObject(Item item, const std::optional<QByteArray>& name, std::optional<ByteCount> size);
-  void addObjectWithSeparatorKey(Item item, const QByteArray& separatorKey, ByteCount additionalSeparationKey);
+  void addObject(Item item, std::optional<QByteArrayView> name, std::optional<ByteCount> size);
+  void addObjectWithSeparatorKey(Item item, QByteArrayView separatorKey, ByteCount additionalSeparationKey);
 
   Totals calculateTotalSizeOfDuplicates();
 

@@ -159,10 +159,19 @@ void TreeWalk::run(const std::vector<Root>& roots, const std::vector<TreeVisitor
     Worker(course, *visitor).run();
   };
   std::vector<std::jthread> others;
-  const bool joinsIn = !m_options.onThreadStart;
-  for (std::size_t index = joinsIn ? 1 : 0; index < visitors.size(); ++index)
-    others.emplace_back(work, visitors[index]);
-  if (joinsIn) work(visitors.front());
+  if (m_options.onThreadStart) {
+    for (TreeVisitor* visitor : visitors)
+      others.emplace_back(work, visitor);
+    return;
+  }
+  const std::function<void()> spread = m_reader.threadSpreader();
+  for (std::size_t index = 1; index < visitors.size(); ++index) {
+    others.emplace_back([&work, &spread, visitor = visitors[index]] {
+      spread();
+      work(visitor);
+    });
+  }
+  work(visitors.front());
 }
 
 }  // namespace halvard

@@ -157,7 +157,8 @@ void AdBasedOnSpotlightVC::arrange() {
   const bool asks = !isAccessGranted();
   const bool detailed = !m_compact && !asks;
   m_title->setGeometry(kMargin, 12, 120, 20);
-  diskUsageButton->setGeometry(kWidth - 12 - 26, 10, 26, 24);
+  // Its mark stands above those of the rows.
+  diskUsageButton->setGeometry(kWidth - 31, 10, 26, 24);
   for (std::size_t page = 0; page < kPages; ++page) {
     m_rows[page]->move(0, 74 + static_cast<int>(page) * 34);
     m_rows[page]->setVisible(detailed);
@@ -167,7 +168,7 @@ void AdBasedOnSpotlightVC::arrange() {
   m_overallTotalSizeLabel->setFont(ui_style::font(detailed ? 22 : 12, detailed ? QFont::DemiBold : QFont::Normal));
   const int width = m_overallTotalSizeLabel->fontMetrics().horizontalAdvance(m_overallTotalSizeLabel->text()) + 8;
   m_overallTotalSizeLabel->setGeometry(detailed ? QRect(kMargin - 4, 40, width, 30)
-                                                : QRect(kWidth - 46 - width, 10, width, 24));
+                                                : QRect(kWidth - 32 - width, 10, width, 24));
   m_overallTotalSizeLabel->setVisible(!asks && !m_overallTotalSizeLabel->text().isEmpty());
   m_hint->setVisible(!m_compact && asks);
   m_hint->setText(
@@ -175,7 +176,7 @@ void AdBasedOnSpotlightVC::arrange() {
          "applications."));
   m_hint->setGeometry(kMargin, 72, kWidth - 2 * kMargin, 90);
   m_pShowDetailedDiskUsageBlueButton->setVisible(!detailed);
-  m_pShowDetailedDiskUsageBlueButton->setGeometry(kButtonMargin, m_compact ? 50 : kFootButtonTop, kButtonWidth,
+  m_pShowDetailedDiskUsageBlueButton->setGeometry(kMargin, m_compact ? 50 : kFootButtonTop, kButtonWidth,
                                                   m_pShowDetailedDiskUsageBlueButton->sizeHint().height());
 }
 

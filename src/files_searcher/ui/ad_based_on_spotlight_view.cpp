@@ -91,8 +91,8 @@ void AdBasedOnSpotlightView::prepareForAppearance() {
   const QIcon themed = QFile::exists(offer.icon) ? QIcon(offer.icon) : QIcon::fromTheme(offer.icon);
   m_icon->setPixmap(themed.pixmap(QSize(kIconSize, kIconSize), devicePixelRatioF()));
   m_icon->setVisible(!themed.isNull());
-  const int left = themed.isNull() ? kButtonMargin : kMargin + kIconSize + 10;
-  m_appButton->setGeometry(left, kFootButtonTop, kWidth - kButtonMargin - left, m_appButton->sizeHint().height());
+  const int left = themed.isNull() ? kMargin : kMargin + kIconSize + 10;
+  m_appButton->setGeometry(left, kFootButtonTop, kWidth - kMargin - left, m_appButton->sizeHint().height());
   const QString verb = offer.isInstalled ? tr("Open") : tr("Get");
   const QString title = QStringLiteral("%1 %2").arg(verb, offer.name);
   m_appButton->setTitle(m_appButton->fontMetrics().elidedText(title, Qt::ElideRight, m_appButton->width() - 16));

@@ -9,10 +9,9 @@
 namespace halvard::disk_usage_style {
 
 inline constexpr int kWidth = 250;
-inline constexpr int kMargin = 20;
-/// Buttons stand under those of the panel's summary.
-inline constexpr int kButtonMargin = 16;
-inline constexpr int kButtonWidth = kWidth - 2 * kButtonMargin;
+/// Texts and buttons stand under those of the panel's summary.
+inline constexpr int kMargin = 16;
+inline constexpr int kButtonWidth = kWidth - 2 * kMargin;
 /// The top of the button at the foot of the detailed section.
 inline constexpr int kFootButtonTop = 200;
 inline constexpr int kDetailedHeight = 250;

@@ -12,7 +12,10 @@ class FakeResults : public FileMetadataResults {
   explicit FakeResults(std::vector<FakeFileMetadataQueries::Found> files) : m_files(std::move(files)) {}
   std::size_t count() const override { return m_files.size(); }
   QByteArray path(std::size_t index) const override { return m_files[index].path; }
-  QByteArray name(std::size_t index) const override { return path(index).split('/').last(); }
+  QByteArrayView name(std::size_t index) const override {
+    const QByteArrayView whole = m_files[index].path;
+    return whole.sliced(whole.lastIndexOf('/') + 1);
+  }
   std::optional<ByteCount> size(std::size_t index) const override { return m_files[index].size; }
 
  private:

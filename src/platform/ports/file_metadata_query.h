@@ -26,8 +26,8 @@ class FileMetadataResults {
   virtual ~FileMetadataResults() = default;
   virtual std::size_t count() const = 0;
   virtual QByteArray path(std::size_t index) const = 0;
-  /// The last component of the path.
-  virtual QByteArray name(std::size_t index) const = 0;
+  /// The last component of the path; valid as long as these results.
+  virtual QByteArrayView name(std::size_t index) const = 0;
   /// Bytes; nothing when it is not known without measuring.
   virtual std::optional<ByteCount> size(std::size_t index) const = 0;
 };

@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -74,6 +75,12 @@ class FolderReader {
 
   /// The attributes of what `path` itself names; nothing when there is nothing.
   virtual std::optional<EntryAttributes> attributes(const QByteArray& path) const = 0;
+
+  /// Asked by the thread that starts a walk and takes part in it. Every further thread calls what comes back before it
+  /// begins, which lets the system run it beside the first at once.
+  virtual std::function<void()> threadSpreader() const {
+    return [] {};
+  }
 
   /// The path without links, "." and ".."; nothing when it does not exist.
   virtual std::optional<QByteArray> canonicalPath(const QByteArray& path) const = 0;

@@ -5,6 +5,7 @@
 #include <limits.h>
 #include <linux/magic.h>
 #include <linux/openat2.h>
+#include <sched.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/vfs.h>
@@ -193,6 +194,18 @@ std::optional<QByteArray> LinuxFolderReader::canonicalPath(const QByteArray& pat
   const std::unique_ptr<char, decltype(&std::free)> resolved(::realpath(path.constData(), nullptr), &std::free);
   if (!resolved) return {};
   return QByteArray(resolved.get());
+}
+
+std::function<void()> LinuxFolderReader::threadSpreader() const {
+  return [processor = ::sched_getcpu()] {
+    cpu_set_t allowed;
+    if (processor < 0 || ::sched_getaffinity(0, sizeof allowed, &allowed) != 0) return;
+    cpu_set_t others = allowed;
+    CPU_CLR(static_cast<std::size_t>(processor), &others);
+    // Moved by the first call, free again by the second.
+    if (CPU_COUNT(&others) > 0 && ::sched_setaffinity(0, sizeof others, &others) == 0)
+      ::sched_setaffinity(0, sizeof allowed, &allowed);
+  };
 }
 
 }  // namespace halvard
