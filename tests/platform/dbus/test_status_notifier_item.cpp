@@ -112,8 +112,7 @@ class TestStatusNotifierItem : public QObject {
     item->setImage(memory(75));
     QTRY_VERIFY(item->isShown());
     const QVariantMap all = session.properties();
-    QCOMPARE(all[text("ItemIsMenu")], QVariant(false));
-    QVERIFY(!all.contains(text("Menu")));
+    QVERIFY(all[text("ItemIsMenu")] == QVariant(false) && !all.contains(text("Menu")));
     const auto toolTip = qdbus_cast<NotifierToolTip>(all[text("ToolTip")]);
     QCOMPARE(toolTip.title, text("Halvard"));
     QCOMPARE(toolTip.description, text("Used: 1 &lt; 2\nFree: 3"));

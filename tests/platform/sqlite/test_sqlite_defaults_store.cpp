@@ -125,14 +125,12 @@ class TestSqliteDefaultsStore : public QObject {
     SettingsFolder settings;
     settings.open("other")->setObject(key, {false});
     const auto store = settings.open();
-    QVERIFY(!store->objectForKey(key));
-    QVERIFY(save(*store, key, {true}));
+    QVERIFY(!store->objectForKey(key) && save(*store, key, {true}));
     store->removePersistentDomain();
     QVERIFY(!store->objectForKey(key));
     store->setObject(text("later"), {true});
     QCOMPARE(store->keys(), texts({"later"}));
-    QVERIFY(store->synchronize());
-    QCOMPARE(settings.open()->keys(), texts({"later"}));
+    QVERIFY(store->synchronize() && settings.open()->keys() == texts({"later"}));
     QCOMPARE(settings.open("other")->objectForKey(key), StoredValue{false});
   }
 

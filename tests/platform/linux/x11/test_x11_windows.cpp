@@ -167,8 +167,8 @@ class TestX11Windows : public QObject {
   void attentionFollowsTheFocusAndKnowsWhoServesTheDesktop() {
     X11Windows windows(m_display->name());
     Client client(*m_display);
-    QVERIFY(windows.attention().hasDisplay && !windows.attention().focused);
-    QVERIFY(windows.attention().servants.empty());
+    const DesktopAttention nobody = windows.attention();
+    QVERIFY(nobody.hasDisplay && !nobody.focused && nobody.servants.empty());
     // Without a window manager the server itself knows who has the keyboard.
     const xcb_window_t plain = client.open();
     client.focus(plain);
