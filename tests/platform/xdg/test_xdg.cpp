@@ -71,6 +71,15 @@ class TestXdg : public QObject {
     }
   }
 
+  void entryPassesTheValidator() {
+    const TestFolder folder;
+    const QStringList arguments = texts({"/opt/My $Programs/ha\\lvard", "100%", "a\"b"});
+    const QString entry = folder.write("a.desktop", autostartEntry(text("Halvard"), arguments));
+    const int status = QProcess::execute(text("desktop-file-validate"), {entry});
+    if (status == -2) QSKIP("desktop-file-validate is not installed");
+    QCOMPARE(status, 0);
+  }
+
   void entryStartsWhereItIsMeantTo() {
     const std::tuple<const char*, bool, bool> rows[] = {
         {"", true, true},
