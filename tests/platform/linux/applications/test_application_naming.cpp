@@ -91,7 +91,6 @@ class TestApplicationNaming : public QObject {
         10 1 /bin/sh unit=editor
         11 10 /opt/editor/main unit=editor
         12 1 /opt/editor/orphan unit=editor
-        13 1 /opt/other
         21 1 /opt/mail/main unit=mail
         22 1 /opt/mail/orphan unit=mail)",
          "10:editor:r 21:mail:r 11>10 12>10 22>21"},
@@ -117,7 +116,6 @@ class TestApplicationNaming : public QObject {
         {"the environment of the launch, before the window's class", R"(entry mail /usr/bin/mail-wrapper
         entry tool /usr/bin/tool
         10 1 /usr/lib/mail/mail file=/apps/mail.desktop window=Tool
-        11 10 /usr/lib/mail/helper
         12 1 /usr/bin/tool file=/apps/missing.desktop)",
          "10:mail:r 12:tool:r"},
         {"programs, but not a browser's pages", R"(entry web /usr/lib/web/web
