@@ -16,15 +16,19 @@
 #include <functional>
 #include <random>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "files_searcher/duplicates_searcher.h"
 #include "files_searcher/metadata_pass.h"
 #include "files_searcher/size_calculation.h"
+#include "frame_probe.h"
 #include "platform/fake/fake_disk.h"
+#include "platform/linux/files/idle_priority.h"
 #include "platform/linux/files/linux_folder_reader.h"
 
 using namespace halvard;
+using namespace halvard::bench;
 
 namespace {
 
@@ -74,9 +78,8 @@ struct Contender {
   std::vector<Cost> costs;
 };
 
-double median(std::vector<double> values) {
-  std::sort(values.begin(), values.end());
-  return values[values.size() / 2];
+double median(const std::vector<double>& values) {
+  return quantile(values, 0.5);
 }
 
 void dropCaches() {
@@ -191,11 +194,40 @@ Estimate estimateDuplicates(const std::string& root, int threads) {
   return {results.front()->count(), totals, ::mallinfo2().uordblks - before};
 }
 
+/// The frames of a program that draws 60 times a second while something else runs again and again for some seconds.
+void watchFrames(const FrameProbe& probe, const char* name, const std::function<void()>& work) {
+  const std::size_t first = probe.now();
+  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(8);
+  while (std::chrono::steady_clock::now() < end)
+    work();
+  std::printf("  %-34s", name);
+  printFrames(probe.between(first, probe.now()));
+  std::fflush(stdout);
+}
+
+/// As the program searches: four threads of idle priority. Two copies of du are there to compare with.
+void compareFrames(const FrameProbe& probe, const std::string& root) {
+  std::printf("frames beside a scan: median, 99th percentile and longest, ms; number\n");
+  watchFrames(probe, "nothing else", [] { std::this_thread::sleep_for(std::chrono::milliseconds(100)); });
+  watchFrames(probe, "scan", [&root] {
+    const LinuxFolderReader reader;
+    const FakeSearchMounts mounts;
+    const FakeApplicationCatalog catalog;
+    const IdlePriority priority;
+    std::atomic<std::uint64_t> seen = 0;
+    MetadataPass(reader, mounts, catalog, &priority, 4).run({{{QByteArray::fromStdString(root)}, {}}}, seen, {});
+  });
+  watchFrames(probe, "du -s, twice", [&root] {
+    measured(program({"sh", "-c", "du -s '" + root + "' & du -s '" + root + "'; wait"}));
+  });
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   // Dropping the caches slows the whole machine down, so it is only done when asked for.
   const bool withCold = argc > 1 && std::strcmp(argv[argc - 1], "--cold") == 0;
+  const bool withFrames = argc > 1 && std::strcmp(argv[argc - 1], "--frames") == 0;
   const int entries = argc > 1 && std::atoi(argv[1]) > 0 ? std::atoi(argv[1]) : 300'000;
   std::string base = std::string(std::getenv("TMPDIR") ? std::getenv("TMPDIR") : "/var/tmp") + "/halvard-walk-XXXXXX";
   if (!::mkdtemp(base.data())) return 1;
@@ -203,6 +235,11 @@ int main(int argc, char** argv) {
   const std::string chain = base + "/chain";
   makeMixedTree(mixed, entries);
   makeDeepChain(chain, 2000, 12);
+  if (withFrames) {
+    compareFrames(FrameProbe(), mixed);
+    program({"rm", "-rf", base})();
+    return 0;
+  }
 
   compare("mixed tree, warm", {{"du -s", program({"du", "-s", mixed}), {}},
                                {"one thread", walk(mixed, 1), {}},

@@ -29,13 +29,6 @@ constexpr double kLeastRate = 0.8;
 constexpr double kMostP99 = 1.3;
 constexpr double kMostMilliseconds = 16;
 
-/// The value below which `part` of them are.
-double quantile(std::vector<double> values, double part) {
-  if (values.empty()) return 0;
-  std::sort(values.begin(), values.end());
-  return values[static_cast<std::size_t>(static_cast<double>(values.size() - 1) * part)];
-}
-
 struct Contender {
   const char* name;
   std::function<Turn(const test::IdleProcess&)> play;
@@ -54,11 +47,6 @@ struct Contender {
     return all;
   }
 };
-
-void printFrames(const std::vector<double>& frames) {
-  std::printf("%8.2f %8.2f %8.2f %7zu\n", quantile(frames, 0.5), quantile(frames, 0.99), quantile(frames, 1),
-              frames.size());
-}
 
 void printRow(const Contender& contender) {
   std::printf("%-6s %9.0f %9.0f %8.1f %8.1f %8.0f  ", contender.name,

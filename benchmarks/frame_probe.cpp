@@ -9,6 +9,7 @@
 #include <atomic>
 #include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <thread>
@@ -84,6 +85,17 @@ std::vector<double> FrameProbe::between(std::size_t first, std::size_t last) con
   for (std::size_t frame = first; frame < last; ++frame)
     frames.push_back(static_cast<double>(m_record->milliseconds[frame]));
   return frames;
+}
+
+double quantile(std::vector<double> values, double part) {
+  if (values.empty()) return 0;
+  std::sort(values.begin(), values.end());
+  return values[static_cast<std::size_t>(static_cast<double>(values.size() - 1) * part)];
+}
+
+void printFrames(const std::vector<double>& frames) {
+  std::printf("%8.2f %8.2f %8.2f %7zu\n", quantile(frames, 0.5), quantile(frames, 0.99), quantile(frames, 1),
+              frames.size());
 }
 
 }  // namespace halvard::bench

@@ -28,4 +28,10 @@ class FrameProbe {
   pid_t m_process;
 };
 
+/// The value below which `part` of them are.
+double quantile(std::vector<double> values, double part);
+
+/// Median, 99th percentile, longest and number of frames, to the end of the line.
+void printFrames(const std::vector<double>& frames);
+
 }  // namespace halvard::bench
