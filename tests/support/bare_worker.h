@@ -32,8 +32,6 @@ class BareWorker {
   ~BareWorker() {
     if (m_process > 0) finish();
   }
-  BareWorker(const BareWorker&) = delete;
-  BareWorker& operator=(const BareWorker&) = delete;
 
   int process() const { return m_process; }
   int channel() const { return m_channel.get(); }

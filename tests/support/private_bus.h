@@ -29,8 +29,6 @@ class PrivateBus {
     for (const QString& name : std::as_const(m_names))
       QDBusConnection::disconnectFromBus(name);
   }
-  PrivateBus(const PrivateBus&) = delete;
-  PrivateBus& operator=(const PrivateBus&) = delete;
 
   /// False when no dbus-daemon is installed or it did not start: a reason to skip or fail.
   bool isRunning() const { return m_daemon.state() == QProcess::Running; }
