@@ -59,6 +59,24 @@ class TestLinuxFiles : public QObject {
       QVERIFY(!access.resolveBookmark(broken));
   }
 
+  void bookmarkOfADiskThatWentOrWasChangedDoesNotResolve() {
+    DiskTree tree;
+    const LinuxFolderAccess access;
+    const QByteArray place = tree.addFolder("disk");
+    const auto plugIn = [&place] { return ::mount("none", place.constData(), "tmpfs", 0, "size=1m") == 0; };
+    if (!plugIn()) QSKIP("mounting needs root");
+    const QByteArray bookmark = access.createBookmark(place).value_or(QByteArray());
+    const bool resolved = access.resolveBookmark(bookmark) == place;
+    ::umount2(place.constData(), MNT_DETACH);
+    const bool resolvedWithout = access.resolveBookmark(bookmark).has_value();
+    const bool another = plugIn();
+    const bool resolvedInAnother = access.resolveBookmark(bookmark).has_value();
+    ::umount2(place.constData(), MNT_DETACH);
+    QVERIFY(resolved && another);
+    QVERIFY(!resolvedWithout);
+    QVERIFY(!resolvedInAnother);
+  }
+
   void searchEntersLocalDisksOnceEach() {
     const LinuxSearchMounts mounts(HALVARD_FIXTURES "/mountinfo");
     const auto rules = mounts.rules();
