@@ -158,13 +158,13 @@ void TreeWalk::run(const std::vector<Root>& roots, const std::vector<TreeVisitor
     if (m_options.onThreadStart) m_options.onThreadStart();
     Worker(course, *visitor).run();
   };
-  std::vector<std::jthread> others;
+  const std::function<void()> spread = m_reader.threadSpreader();
+  std::vector<std::jthread> others;  // last: they use the rest
   if (m_options.onThreadStart) {
     for (TreeVisitor* visitor : visitors)
       others.emplace_back(work, visitor);
     return;
   }
-  const std::function<void()> spread = m_reader.threadSpreader();
   for (std::size_t index = 1; index < visitors.size(); ++index) {
     others.emplace_back([&work, &spread, visitor = visitors[index]] {
       spread();

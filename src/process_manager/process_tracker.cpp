@@ -56,11 +56,13 @@ void ProcessTracker::keepLargeOnes(const ApplicationEntries& list) {
 void ProcessTracker::processTerminatedApps() {
   if (!m_lastFoundProcesses) return;
   ByteCount largest = 0;
-  for (const ApplicationEntry& entry : *m_lastFoundProcesses) {
-    if (!entry.app->isTerminated()) continue;
+  // Each quit is seen once, even where the next list is late.
+  std::erase_if(*m_lastFoundProcesses, [&largest](const ApplicationEntry& entry) {
+    if (!entry.app->isTerminated()) return false;
     largest = std::max(largest, entry.size.value_or(0));
-    if (largest >= sizeOfAnAppToTerminateImmediatelly()) return startPurgeImmediately();
-  }
+    return true;
+  });
+  if (largest >= sizeOfAnAppToTerminateImmediatelly()) return startPurgeImmediately();
   if (largest >= sizeOfAnAppToTerminateAfterDelay()) startPurgeWithDelay();
 }
 

@@ -1,4 +1,5 @@
 #include <QtTest>
+#include <cmath>
 
 #include "core/color.h"
 #include "core/jobs.h"
@@ -205,17 +206,19 @@ class TestCore : public QObject {
   }
 
   void aChangingSizeHasTheTextOfEveryCount() {
-    // Around every edge of the text: the last digit, the decimals and the unit.
-    for (const double edge : {999.0, 1023.0, 1.005e3 * 1.024, 9.995 * 1024, 99.95 * 1024, 999.5 * 1024, 1000.0 * 1024,
-                              1.045 * 1048576, 22.15 * 1073741824, 999.5 * 1073741824, 1234.5 * 1099511627776.0}) {
-      ChangingSize size;
-      for (std::int64_t bytes = std::int64_t(edge) - 300; bytes < std::int64_t(edge) + 300; bytes += 7) {
-        const QString before = size.text();
-        if (!size.set(bytes)) QCOMPARE(size.text(), before);
-        QCOMPARE(size.text(), stringFromSize(bytes));
+    // Up and down over every edge of the text: the last digit, the decimals and the unit.
+    ChangingSize size;
+    for (const double unit : {1024.0, 1048576.0, 1073741824.0, 1099511627776.0}) {
+      for (const double edge :
+           {0.9765625, 1.0, 1.045, 9.995, 10.0, 22.15, 99.95, 100.0, 540.5, 999.5, 1000.0, 1024.0}) {
+        for (int step = -400; step < 800; ++step) {
+          const double distance = (400 - std::abs(step)) * 0.00003;
+          const auto bytes = static_cast<std::int64_t>(unit * edge * (1 + distance));
+          size.set(bytes);
+          QCOMPARE(size.text(), stringFromSize(bytes));
+        }
       }
     }
-    ChangingSize size;
     size.set(540'000'000);
     QVERIFY(!size.set(540'100'000));
     QVERIFY(size.set(541'000'000));

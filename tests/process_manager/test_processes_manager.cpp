@@ -1,6 +1,7 @@
 #include <QThread>
 #include <QtTest>
 #include <cerrno>
+#include <latch>
 
 #include "core/notification_center.h"
 #include "platform/fake/fake_clock.h"
@@ -289,6 +290,18 @@ class TestProcessesManager : public QObject {
     // The delay begins with the first two and is over 60 s later; a large one comes in place of the delayed one.
     world.play({{{}, 5s, 0}, {{10, 14}, 5s, 0}, {{11}, 50s, 0}, {{}, 10s, 1}});
     world.play({{{}, 5s, 1}, {{13}, 5s, 1}, {{12}, 5s, 2}, {{}, 300s, 2}});
+  }
+
+  void aQuitIsSeenOnceThoughTheNextListIsLate() {
+    TrackedWorld world({{10, 300 * kMegabyte}});
+    world.play({{{}, 5s, 0}});
+    std::latch goesOn{1};
+    world.manager.queue().run(
+        &world.observer, [&goesOn](std::stop_token) { goesOn.wait(); }, [] {});
+    world.apps[10]->terminated = true;
+    world.clock.advance(15s);
+    goesOn.count_down();
+    QCOMPARE(world.posts, 1);
   }
 
   void stoppingKeepsThePendingAnnouncementAndTheLastList() {

@@ -61,6 +61,8 @@ void DesktopStatusBarItem::setToolTip(const QString& toolTip) {
 void DesktopStatusBarItem::passToolTip() {
   m_preferred.setToolTip(m_toolTip);
   if (m_substitute) m_substitute->setToolTip(m_toolTip);
+  // The first text is there before there are any figures: these are not to wait.
+  if (!std::exchange(m_hasToolTip, true)) return;
   m_toolTipPause.start(kToolTipPause, [this, passed = m_toolTip] {
     if (passed != m_toolTip) passToolTip();
   });

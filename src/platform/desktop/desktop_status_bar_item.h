@@ -45,6 +45,7 @@ class DesktopStatusBarItem : public StatusBarItem {
   MakeSubstitute m_makeSubstitute;
   Clock& m_clock;
   ScheduledCall m_toolTipPause;
+  bool m_hasToolTip = false;
   std::unique_ptr<StatusBarItem> m_substitute;
   /// Exists while the preferred item has its second; its end cancels the wait.
   std::unique_ptr<QObject> m_wait;

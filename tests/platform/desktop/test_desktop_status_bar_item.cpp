@@ -41,7 +41,7 @@ class TestDesktopStatusBarItem : public QObject {
  private Q_SLOTS:
   void aToolTipThatKeepsChangingIsPassedOnEveryTenSeconds() {
     Items items(true);
-    for (const QString& toolTip : texts({"1", "2", "3"}))
+    for (const QString& toolTip : texts({"first", "1", "2", "3"}))
       items.item->setToolTip(toolTip);
     items.clock.advance(9999ms);
     QCOMPARE(items.preferred.toolTip.value, text("1"));

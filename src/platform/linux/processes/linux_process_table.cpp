@@ -62,15 +62,17 @@ std::int32_t LinuxProcessTable::lastGivenPid() {
 }
 
 int LinuxProcessTable::list() {
-  // Before the listing: who is given a pid meanwhile is not to be missed the next time.
   const std::int32_t last = lastGivenPid();
   const bool nobodyIsNew = last != 0 && last == m_listedAt;
   if (nobodyIsNew && m_pass % kListingPasses != 0) return 0;
   const std::vector<ProcessEntry> before = std::exchange(m_entries, {});
   const int error = m_directory.list(m_entries);
-  m_listedAt = error ? 0 : last;
+  // A pid is given away a moment before its process can be seen: what was listed counts from the second time on.
+  const bool isSettled = std::exchange(m_lastPid, last) == last;
+  m_listedAt = error || !isSettled ? 0 : last;
   // Somebody new under an old count: this /proc counts for others than it lists.
-  if (nobodyIsNew && !std::ranges::includes(before, m_entries, {}, &ProcessEntry::pid, &ProcessEntry::pid))
+  if (nobodyIsNew && !std::ranges::includes(before, m_entries, {}, &ProcessEntry::pid, &ProcessEntry::pid) &&
+      lastGivenPid() == last)
     m_lastPidIsBelievable = false;
   return error;
 }
@@ -89,7 +91,7 @@ ProcessTable::Reading LinuxProcessTable::read() {
   }
   m_slots.swap(m_nextSlots);
   m_nextSlots.clear();
-  if (!error) error = followOrphans();
+  if (!error) followOrphans();
   if (error) return {error, nullptr};
   arrangeRecords();
   return {0, &m_records};
@@ -109,7 +111,7 @@ int LinuxProcessTable::readAll() {
     if (outcome == Outcome::OutOfDescriptors) error = EMFILE;
     if (outcome != Outcome::Gone) continue;
     m_nextSlots.pop_back();
-    m_listedAt = 0;
+    if (!forbidden()) m_listedAt = 0;
   }
   return error;
 }
@@ -130,7 +132,9 @@ LinuxProcessTable::Outcome LinuxProcessTable::readSlot(Slot& slot, std::uint64_t
   if (!isDue) return Outcome::Read;
   const Outcome outcome = readStat(slot);
   if (outcome != Outcome::Read || isSame) return outcome;
-  return readMemory(slot, isDue);
+  const Outcome memory = readMemory(slot, isDue);
+  slot.layout = {};  // perhaps that of the next program already: the next pass reads "stat" once more
+  return memory;
 }
 
 // Whoever loses the parent gets another one.
@@ -142,11 +146,11 @@ bool LinuxProcessTable::isOrphan(const ProcessRecord& record) const {
          parent->record.startTime > record.startTime;
 }
 
-int LinuxProcessTable::followOrphans() {
+// Who cannot be asked now is asked in the next pass.
+void LinuxProcessTable::followOrphans() {
   for (Slot& slot : m_slots) {
-    if (isOrphan(slot.record) && readStat(slot) == Outcome::OutOfDescriptors) return EMFILE;
+    if (isOrphan(slot.record)) readStat(slot);
   }
-  return 0;
 }
 
 void LinuxProcessTable::release(Slot& slot) {
@@ -157,7 +161,10 @@ void LinuxProcessTable::release(Slot& slot) {
 LinuxProcessTable::Outcome LinuxProcessTable::readStat(Slot& slot) {
   const FileDescriptor file = m_directory.open(slot.record.pid, "stat");
   const std::string_view text = file ? readFromStart(file.get(), m_buffer) : std::string_view();
-  if (text.empty() && ranOut()) return Outcome::OutOfDescriptors;
+  if (text.empty() && ranOut()) {
+    slot.isKnown = false;  // what called for this reading is not seen a second time
+    return Outcome::OutOfDescriptors;
+  }
   const auto line = parseStatLine(text);
   if (!line || line->pid != slot.record.pid) return Outcome::Gone;
   apply(*line, slot);
@@ -175,10 +182,10 @@ void LinuxProcessTable::apply(const StatLine& line, Slot& slot) {
   record.kernelThread = line.kernelThread;
   record.exited = line.exited;
   if (line.exited) record.residentBytes = 0;
+  slot.isKnown = true;
   if (sameProgram) return;
   std::ranges::copy(command, slot.command);
   slot.commandLength = command.size();
-  slot.isKnown = true;
   // From here on the line is gone: it lies in the buffer that finding the name fills anew.
   record.name = fullName(record.pid, {slot.command, slot.commandLength});
 }
@@ -219,8 +226,8 @@ LinuxProcessTable::Outcome LinuxProcessTable::readMemory(Slot& slot, bool& layou
   if (text.empty() && !forbidden()) return Outcome::Gone;
   const auto line = parseMemoryLine(text);
   slot.record.residentBytes = line ? std::optional(line->resident * pageSize()) : std::nullopt;
-  // What does not tell has to be asked each time.
-  if (!line || std::exchange(slot.layout, line->layout) != line->layout) layoutIsNew = true;
+  // What does not tell has to be asked each time; nor does a process on its way out, which has no memory any more.
+  if (!line || std::exchange(slot.layout, line->layout) != line->layout || line->layout.all == 0) layoutIsNew = true;
   return Outcome::Read;
 }
 

@@ -14,9 +14,9 @@ namespace halvard {
 /// - the listing of the folder, when a pid has been given away since the last one, which "loadavg" tells;
 /// - "stat", when the layout of the process's memory is another one, as after the start of another program or the end,
 ///   and when its parent has gone;
-/// - and in any case the listing every kListingPasses passes, "stat" every kQuietPasses. Threads of the kernel, half of
-/// a
-///   quiet machine's processes, are read no more often than that.
+/// - and in any case the listing every kListingPasses passes, "stat" every kQuietPasses.
+///
+/// Threads of the kernel, half of a quiet machine's processes, are read no more often than that.
 class LinuxProcessTable : public ProcessTable {
  public:
   /// Passes between two readings of what stands still.
@@ -51,7 +51,7 @@ class LinuxProcessTable : public ProcessTable {
   int list();
   std::int32_t lastGivenPid();
   int readAll();
-  int followOrphans();
+  void followOrphans();
   bool isOrphan(const ProcessRecord& record) const;
   void releaseDescriptors();
   bool isTurnOf(std::int32_t pid) const;
@@ -70,6 +70,7 @@ class LinuxProcessTable : public ProcessTable {
   std::uint32_t m_pass = 0;
   std::vector<ProcessEntry> m_entries;
   FileDescriptor m_loadAverage;
+  std::int32_t m_lastPid = 0;   // given away before the last listing; 0: not known
   std::int32_t m_listedAt = 0;  // the pid last given away before m_entries were listed; 0: not known
   bool m_lastPidIsBelievable = true;
   std::vector<Slot> m_slots;      // by pid

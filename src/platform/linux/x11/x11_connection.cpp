@@ -110,7 +110,9 @@ std::vector<ApplicationWindow> X11Windows::Connection::describeAll(std::vector<x
   m_known = std::move(known);
   m_listed = std::move(list);
   m_remembered = result;
-  m_timesRemembered = 0;
+  // A window that has passed to another process is described the next time, which is not to be skipped.
+  const bool isWhole = std::ranges::none_of(m_known, [](const Known& window) { return window.window.id == 0; });
+  m_timesRemembered = isWhole ? 0 : kRememberedTimes;
   return result;
 }
 

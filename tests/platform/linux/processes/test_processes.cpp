@@ -205,21 +205,25 @@ class TestProcesses : public QObject {
     fixture.addProcess(11, 1, "ends", 11, 5);
     fixture.setLastPid(11);
     LinuxProcessTable table(100, fixture.root());
+    // A pid counts before its process is to be seen, so a listing is believed when the count has stood still.
+    QCOMPARE(pids(table.read()), (std::vector<std::int32_t>{11, 10}));
     QCOMPARE(pids(table.read()), (std::vector<std::int32_t>{11, 10}));
     fixture.addProcess(12, 1, "not given away", 12, 5);
     QCOMPARE(pids(table.read()), (std::vector<std::int32_t>{11, 10}));
     fixture.setLastPid(13);
     QCOMPARE(pids(table.read()), (std::vector<std::int32_t>{12, 11, 10}));
+    fixture.addProcess(13, 1, "late", 13, 5);
+    QCOMPARE(pids(table.read()), (std::vector<std::int32_t>{13, 12, 11, 10}));
     fixture.write(11, "statm", "");  // what a kept descriptor reads once the process has gone
     fixture.remove(11);
     for (int pass = 0; pass < 2; ++pass)
-      QCOMPARE(pids(table.read()), (std::vector<std::int32_t>{12, 10}));
+      QCOMPARE(pids(table.read()), (std::vector<std::int32_t>{13, 12, 10}));
     // A count that stands still although there are new ones is of no use.
     fixture.addProcess(14, 1, "unseen", 14, 5);
     for (std::uint32_t pass = 0; pass < LinuxProcessTable::kListingPasses; ++pass)
       table.read();
     fixture.addProcess(15, 1, "next", 15, 5);
-    QCOMPARE(pids(table.read()), (std::vector<std::int32_t>{15, 14, 12, 10}));
+    QCOMPARE(pids(table.read()), (std::vector<std::int32_t>{15, 14, 13, 12, 10}));
   }
 
   void pidsOfThreadsOfTheKernelAreWatchedWithoutKeepingTheirFiles() {
@@ -277,9 +281,11 @@ class TestProcesses : public QObject {
       while (taken.emplace_back(::dup(0))) {
       }
     };
+    fixture.addProcess(100, 50, "exec", 100, 100, 'S', 0x400000, 1, 9999);
     takeTheRest();
     const auto reading = table.read();
     QCOMPARE(reading.error, 0);
+    QCOMPARE(find(reading, 100)->name, text("exec"));  // what was being asked when nothing could be opened
     QCOMPARE(reading.processes->size(), 5000u);
     QCOMPARE(table.keptDescriptors(), 0u);
     takeTheRest();
