@@ -1,4 +1,4 @@
-// The adapters against a real panel and a real tray. Runs inside tests/desktop/session.
+// The adapters against a real panel, a real tray and a real notification daemon. Runs inside tests/desktop/session.
 #include <QBitmap>
 #include <QDBusConnection>
 #include <QScreen>
@@ -8,6 +8,7 @@
 
 #include "platform/desktop/desktop_status_bar_item.h"
 #include "platform/desktop/xembed_status_bar_item.h"
+#include "platform/linux/dbus/dbus_user_notification_center.h"
 #include "platform/linux/dbus/status_notifier_item.h"
 #include "support/owned_process.h"
 #include "support/texts.h"
@@ -139,6 +140,23 @@ class TestDesktop : public QObject {
     const LateTray tray("trayer --edge top");
     QTRY_VERIFY_WITH_TIMEOUT(real.item.isShown(), kPatience);
     QVERIFY(waitForInk());
+  }
+
+  void aClickOnANotificationComesBackWithItsUserInformation() {
+    if (m_tray != QLatin1String("panel")) QSKIP("one kind of session is enough");
+    DBusUserNotificationCenter center(QDBusConnection::sessionBus(), {text("Halvard"), {}, {}});
+    QList<QVariantMap> clicked;
+    connect(&center, &UserNotificationCenter::activated, this,
+            [&clicked](const QVariantMap& userInfo, bool) { clicked.append(userInfo); });
+    const QVariantMap userInfo{{text("window"), text("panel")}};
+    center.deliver({text("Halvard"), text("1.20 GB of RAM <have> been cleaned"), {}, userInfo});
+    // The daemon's window is mapped small and in a corner, and then drawn where it is to be.
+    const QString script = text(
+        "HEIGHT=0; eval $(xdotool search --onlyvisible --class Dunst getwindowgeometry --shell); "
+        "[ $HEIGHT -gt 20 ] && xdotool mousemove $((X + 20)) $((Y + 20)) click 1");
+    const auto click = [&script] { return QProcess::execute(text("sh"), {text("-c"), script}) == 0; };
+    QVERIFY(QTest::qWaitFor(click, kPatience));
+    QTRY_COMPARE_WITH_TIMEOUT(clicked, QList<QVariantMap>{userInfo}, kPatience);
   }
 };
 

@@ -1,8 +1,14 @@
-// Real applications of the session, with the processes they start, as the command line lists them. Runs inside
+// Real applications of the session, with the processes they start, as the command line lists them and the program
+// watches them. Runs inside
 // tests/desktop/session. HALVARD_TEST_BROWSER names a browser to start as well.
 #include <QtTest>
 #include <set>
 
+#include "core/notification_center.h"
+#include "platform/linux/applications/linux_running_applications.h"
+#include "platform/linux/processes/linux_process_table.h"
+#include "process_manager/process_tracker.h"
+#include "process_manager/processes_manager.h"
 #include "support/owned_process.h"
 #include "support/texts.h"
 
@@ -75,8 +81,8 @@ class TestRealApplications : public QObject {
  private Q_SLOTS:
   void initTestCase() {
     if (!qEnvironmentVariableIsSet("HALVARD_SESSION_TRAY")) QSKIP("needs the session of tests/desktop/session");
-    for (const char* tool : {"xterm", "lxterminal", "geany"}) {
-      if (QStandardPaths::findExecutable(text(tool)).isEmpty()) QSKIP("needs xterm, lxterminal and geany");
+    for (const char* tool : {"xterm", "lxterminal", "geany", "python3"}) {
+      if (QStandardPaths::findExecutable(text(tool)).isEmpty()) QSKIP("needs xterm, lxterminal, geany and python3");
     }
   }
 
@@ -107,6 +113,46 @@ class TestRealApplications : public QObject {
       return family.root == program.processId() && family.members.size() > 3;
     };
     QTRY_VERIFY_WITH_TIMEOUT(isOne(), kPatience);
+  }
+
+  // With the real clock: coarse timers are up to a twentieth early or late.
+  void aLargeProgramThatQuitsIsToldInTime_data() {
+    QTest::addColumn<int>("mebibytes");
+    QTest::addColumn<int>("least");
+    QTest::addColumn<int>("most");
+    QTest::newRow("very large: within one step") << 300 << 0 << 5'500;
+    QTest::newRow("large: after a minute") << 100 << 57'000 << 75'000;
+  }
+  void aLargeProgramThatQuitsIsToldInTime() {
+    QFETCH(int, mebibytes);
+    QFETCH(int, least);
+    QFETCH(int, most);
+    SystemClock clock;
+    LinuxProcessTable table;
+    LinuxRunningApplications running;
+    ProcessesManager processes(table, running, clock);
+    NotificationCenter notifications;
+    ProcessTracker tracker(processes, notifications, clock);
+    int told = 0;
+    notifications.addObserver(ProcessTracker::HugeProcessTerminatedNotificationName(), this,
+                              [&told](const QVariant&) { ++told; });
+    // A terminal whose child holds the memory.
+    RunningProgram program(
+        text("xterm -e python3 -c \"import time; memory = b'x' * (%1 << 20); time.sleep(1000)\"").arg(mebibytes));
+    const auto largest = [&] {
+      const ApplicationList list = processes.getTopProcess().get();
+      return list->empty() ? 0 : list->front().size.value_or(0);
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(largest() > ByteCount(mebibytes) << 20, kPatience);
+    tracker.updateInfo();
+    largest();  // built after the tracker's
+    program.terminate();
+    program.waitForFinished();
+    QElapsedTimer elapsed;
+    elapsed.start();
+    tracker.startTrackingHugeProcesses();
+    QTRY_COMPARE_WITH_TIMEOUT(told, 1, most);
+    QVERIFY(elapsed.elapsed() >= least);
   }
 };
 
