@@ -9,9 +9,15 @@ using namespace halvard;
 
 namespace {
 
-struct NoProcesses : ProcessInformation {
-  std::optional<QByteArray> processStatus(const QStringList&) override { return std::nullopt; }
-  std::optional<TaskTimes> taskTimes(std::int32_t) override { return std::nullopt; }
+struct Processes : ProcessInformation {
+  std::optional<QByteArray> processStatus(const QStringList& arguments) override {
+    asked = arguments.join(u' ');
+    return printed;
+  }
+  std::optional<TaskTimes> taskTimes(std::int32_t pid) override { return pid == 286 ? times : std::nullopt; }
+  QString asked;
+  std::optional<QByteArray> printed;
+  std::optional<TaskTimes> times;
 };
 
 // In the order of the counters: user, system, idle, nice.
@@ -27,7 +33,7 @@ struct World {
     return manager->getCPUUsage();
   }
   FakeProcessorTicks ticks;
-  NoProcesses processes;
+  Processes processes;
   std::optional<CPUInfoManager> manager;
 };
 
@@ -59,6 +65,36 @@ class TestCPUInfoManager : public QObject {
     QCOMPARE(world.usage(Loads{{25, 0, 75, 0}, {100, 0, 0, 0}}), 0.25F);
     QVERIFY(std::isnan(world.usage(Loads{})));
     QCOMPARE(world.usage(Loads{{75, 0, 25, 0}}), 0.75F);
+  }
+
+  void processUsageIsTheSecondPieceAfterTheHeader() {
+    const std::string header = "    PID %CPU S TTY          TIME COMMAND\n";
+    const std::pair<std::string, const char*> cases[] = {{"", "unknown"},
+                                                         {header, "unknown"},
+                                                         {header + "      1  0.3 S ?    00:00:00 init\n", "0.3"},
+                                                         {"42\t3.0", "3.0"}};
+    World world(1);
+    QCOMPARE(world.manager->get_process_usage(42), QStringLiteral("unknown"));
+    QCOMPARE(world.processes.asked, QStringLiteral("-O %cpu -p 42"));
+    for (const auto& [printed, usage] : cases) {
+      world.processes.printed = QByteArray::fromStdString(printed);
+      QCOMPARE(world.manager->get_process_usage(42), QString::fromLatin1(usage));
+    }
+  }
+
+  void diagnosisPrintsBothTimes() {
+    World world(1);
+    QTemporaryFile file;
+    QVERIFY(file.open());
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> output(
+        std::fopen(QFile::encodeName(file.fileName()).constData(), "w"), std::fclose);
+    for (const auto& times : {std::optional(TaskTimes{12345678901234, 7}), std::optional<TaskTimes>()}) {
+      world.processes.times = times;
+      world.manager->showCPUInfo(output.get());
+    }
+    std::fflush(output.get());
+    QCOMPARE(file.readAll(), QByteArray("Total User CPU = 12345678901234\nTotal System CPU = 7\n"
+                                        "Total User CPU = 0\nTotal System CPU = 0\n"));
   }
 };
 

@@ -76,6 +76,23 @@ class TestPromoRules : public QObject {
                         "Halvard%20v4.2.1%0D%0AOS%20X%20Test%209%0D%0A"));
   }
 
+  void localItemsFallBackToResourcesAndReplaceWhatIsInTheWay() {
+    Fixture f;
+    const auto manager = f.manager();
+    const LocalItems& items = manager->localItems();
+    const QString item = QStringLiteral("pages/news/news.html");
+    const QString local = f.support.path() + QStringLiteral("/Halvard/") + item;
+    QCOMPARE(items.getLocalPathOfItem(item, true), QStringLiteral(":/halvard/") + item);
+    QCOMPARE(items.getLocalPathOfItem(item, false), local);
+    QVERIFY(LocalItems::saveLocalyData("in the way", f.support.path() + QStringLiteral("/Halvard/pages/news")));
+    QVERIFY(LocalItems::saveLocalyData("two", local));
+    const QUrl url(QStringLiteral("https://a.example/x"));
+    QCOMPARE(items.loadDataFromURL(url, item, f.fetcher).data, QByteArray("two"));
+    f.fetcher.answer(url, "three");
+    QCOMPARE(items.loadDataFromURL(url, item, f.fetcher).source, LoadSource::Address);
+    QCOMPARE(items.loadDataFromURL({}, QStringLiteral("absent"), f.fetcher).source, LoadSource::Nothing);
+  }
+
   void feedsAreReadAsFarAsTheyGo() {
     const QByteArray url = "<url>p.zip</url>";
     const QByteArray three = "<version>3</version>" + url;

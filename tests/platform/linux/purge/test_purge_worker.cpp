@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -15,6 +16,7 @@
 #include "platform/linux/purge/worker_purgeable_memory.h"
 #include "support/bare_worker.h"
 #include "support/garbage.h"
+#include "support/idle_process.h"
 #include "support/process_files.h"
 #include "support/scripted_readings.h"
 
@@ -62,6 +64,27 @@ int holdUntilKilled() {
   std::cout << worker.value()->processId() << std::endl;
   for (;;)
     ::pause();
+}
+
+/// Started with "--overfill", this test purges in a control group that is four fifths full, by a guard that sees no end
+/// of memory. The purges whose worker was lost; -1 when anybody else was.
+int overfill(const char* group, int purges) {
+  const FileDescriptor members(::open((std::string(group) + "/cgroup.procs").c_str(), O_WRONLY | O_CLOEXEC));
+  if (::write(members.get(), "0", 1) != 1) return -1;
+  const test::IdleProcess neighbour(200 * kMiB);
+  SystemClock clock;
+  ScriptedReadings blind;
+  int lost = 0;
+  for (int purge = 0; purge < purges; ++purge) {
+    auto session = WorkerPurgeableMemory(blind, clock, kWorker).openSession();
+    std::vector<std::unique_ptr<PurgeableData>> buffers;
+    for (int step = 0; step < 50 && session->isAlive(); ++step) {
+      buffers.push_back(session->makeData(10 * kMiB));
+      buffers.back()->beginContentAccess();
+    }
+    lost += session->isAlive() ? 0 : 1;
+  }
+  return neighbour.residentBytes() >= 200 * kMiB ? lost : -1;
 }
 
 }  // namespace
@@ -210,6 +233,23 @@ class TestPurgeWorker : public QObject {
     QCOMPARE(late.finish(), int(purge_worker::kChannelClosed));
   }
 
+  void whereMemoryRunsOutTheKernelTakesTheWorkerAlone() {
+    const QString group = QStringLiteral("/sys/fs/cgroup/memory/halvard-test-%1").arg(::getpid());
+    const auto removed = qScopeGuard([&group] { QDir().rmdir(group); });
+    const auto limit = [&group](const char* name) {
+      QFile file(group + QLatin1String(name));
+      return file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && file.write("256M") == 4;
+    };
+    // Without swap: the limit with it is the same.
+    if (!QDir().mkpath(group) || !limit("/memory.limit_in_bytes") || !limit("/memory.memsw.limit_in_bytes"))
+      QSKIP("needs root, and control groups of version 1 that count swap");
+    QProcess purging;
+    purging.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--overfill"), group, QStringLiteral("10")});
+    QVERIFY(purging.waitForFinished(90'000));
+    QVERIFY2(purging.exitStatus() == QProcess::NormalExit, "the program that purges was killed");
+    QCOMPARE(purging.exitCode(), 10);
+  }
+
   void commandsAreCheckedAlsoAfterGarbage() {
     constexpr quint32 kBuffers = purge_worker::kMaxBuffers;
     constexpr quint64 kLargest = purge_worker::kMaxBufferSize;
@@ -256,6 +296,7 @@ class TestPurgeWorker : public QObject {
 
 int main(int argc, char** argv) {
   if (argc == 2 && std::strcmp(argv[1], "--hold") == 0) return holdUntilKilled();
+  if (argc == 4 && std::strcmp(argv[1], "--overfill") == 0) return overfill(argv[2], std::atoi(argv[3]));
   QCoreApplication application(argc, argv);
   TestPurgeWorker test;
   return QTest::qExec(&test, argc, argv);
