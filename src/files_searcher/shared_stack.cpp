@@ -1,12 +1,19 @@
 #include "files_searcher/shared_stack.h"
 
-#include <chrono>
+#include <thread>
 
 namespace halvard {
 namespace {
 // Waking a thread takes longer than reading a folder, so one that runs out of work looks around for a moment first.
 constexpr std::chrono::microseconds kLookAround{60};
 }  // namespace
+
+// More threads than processors are there for a disk that keeps some of them waiting: looking around would take the
+// processor from the others.
+SharedStack::SharedStack(int threads)
+    : m_threads(threads),
+      m_patience(threads <= static_cast<int>(std::thread::hardware_concurrency()) ? kLookAround
+                                                                                  : std::chrono::microseconds(0)) {}
 
 void SharedStack::offer(std::unique_ptr<StackItem> item) {
   if (!item) return;
@@ -31,7 +38,7 @@ std::unique_ptr<StackItem> SharedStack::tryTake() {
 
 std::unique_ptr<StackItem> SharedStack::take() {
   m_waiting.fetch_add(1);
-  const auto until = std::chrono::steady_clock::now() + kLookAround;
+  const auto until = std::chrono::steady_clock::now() + m_patience;
   do {
     if (auto item = tryTake()) return item;
     if (m_waiting.load() == m_threads) break;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
@@ -13,7 +14,7 @@ namespace halvard {
 /// have work see that somebody waits and give some away.
 class SharedStack {
  public:
-  explicit SharedStack(int threads) : m_threads(threads) {}
+  explicit SharedStack(int threads);
 
   /// True when a thread waits for which nothing has been offered yet. Only a hint.
   bool isWanted() const {
@@ -33,6 +34,7 @@ class SharedStack {
   std::unique_ptr<StackItem> tryTake();
 
   const int m_threads;
+  const std::chrono::microseconds m_patience;  // before a thread without work goes to sleep
   std::atomic<int> m_waiting = 0;
   std::atomic<int> m_offered = 0;
   std::atomic<bool> m_closed = false;
