@@ -36,6 +36,8 @@ struct DirectoryRecord {
   std::uint8_t type;
 };
 constexpr std::size_t kNameOffset = offsetof(DirectoryRecord, type) + 1;
+/// With a name of 255 bytes and its zero, in units of eight.
+constexpr std::size_t kLongestRecord = (kNameOffset + 256 + 7) / 8 * 8;
 
 EntryType typeOfMode(std::uint16_t mode) {
   if (S_ISDIR(mode)) return EntryType::Folder;
@@ -70,11 +72,15 @@ FileDescriptor openInPieces(const QByteArray& path) {
   return folder;
 }
 
-/// The file systems on which looking at a folder never mounts another one.
-bool neverMountsByItself(int folder) {
+/// The type of the file system as statfs tells it; 0 when it does not.
+decltype(statfs::f_type) fileSystemOf(int folder) {
   struct statfs found;
-  if (::fstatfs(folder, &found) != 0) return false;
-  switch (found.f_type) {
+  return ::fstatfs(folder, &found) == 0 ? found.f_type : 0;
+}
+
+/// The file systems on which looking at a folder never mounts another one.
+bool neverMountsByItself(decltype(statfs::f_type) fileSystem) {
+  switch (fileSystem) {
     case EXT4_SUPER_MAGIC:
     case TMPFS_MAGIC:
     case XFS_SUPER_MAGIC:
@@ -87,16 +93,24 @@ bool neverMountsByItself(int folder) {
   }
 }
 
+/// Those whose listing goes on until the buffer is full or the folder is over, and never stops in between.
+bool fillsBatches(decltype(statfs::f_type) fileSystem) {
+  return fileSystem == EXT4_SUPER_MAGIC || fileSystem == TMPFS_MAGIC || fileSystem == BTRFS_SUPER_MAGIC;
+}
+
 /// What is the same for all folders of one mount.
 struct MountTraits {
   std::uint64_t id;
   /// A folder can be opened without asking first whether opening it would mount something: the kernel then refuses
   /// mount points by itself, which saves a call a folder.
   bool opensBlindly;
+  /// A batch with room for one more name was the last, which saves another call a folder.
+  bool fillsBatches;
 };
 
 MountTraits traitsOfMount(int folder, std::uint64_t id) {
-  return {id, neverMountsByItself(folder) && !mountHasAutomounts(id)};
+  const auto fileSystem = fileSystemOf(folder);
+  return {id, neverMountsByItself(fileSystem) && !mountHasAutomounts(id), fillsBatches(fileSystem)};
 }
 
 class LinuxOpenFolder : public OpenFolder {
@@ -116,13 +130,16 @@ class LinuxOpenFolder : public OpenFolder {
 
   FileDescriptor m_descriptor;
   const MountTraits m_mount;
+  bool m_isOver = false;
 };
 
 bool LinuxOpenFolder::nextBatch(FolderBatch& batch) {
   batch.entries.clear();
+  if (m_isOver) return false;
   if (!batch.buffer) batch.buffer = std::make_unique_for_overwrite<std::byte[]>(kBufferSize);
   const long length = ::syscall(SYS_getdents64, m_descriptor.get(), batch.buffer.get(), kBufferSize);
   if (length <= 0) return false;
+  m_isOver = m_mount.fillsBatches && kBufferSize - static_cast<std::size_t>(length) >= kLongestRecord;
   for (std::byte *at = batch.buffer.get(), *const end = at + length; at < end;) {
     DirectoryRecord record;
     std::memcpy(&record, at, sizeof record);
