@@ -14,7 +14,6 @@ ProcessTable::Reading FakeProcessTable::read() {
 }
 
 std::optional<std::int32_t> FakeProcessTable::parentPid(std::int32_t pid) {
-  ++m_questions[pid];
   const auto found = std::ranges::find(m_processes, pid, &ProcessRecord::pid);
   if (found == m_processes.end()) return std::nullopt;
   return found->parentPid;
@@ -39,11 +38,6 @@ ProcessRecord& FakeProcessTable::process(std::int32_t pid) {
   const auto found = std::ranges::find(m_processes, pid, &ProcessRecord::pid);
   Q_ASSERT(found != m_processes.end());
   return *found;
-}
-
-int FakeProcessTable::parentQuestions(std::int32_t pid) const {
-  const auto found = m_questions.find(pid);
-  return found == m_questions.end() ? 0 : found->second;
 }
 
 }  // namespace halvard

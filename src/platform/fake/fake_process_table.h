@@ -1,7 +1,6 @@
 #pragma once
 
 #include <deque>
-#include <map>
 
 #include "platform/ports/process_table.h"
 
@@ -25,13 +24,10 @@ class FakeProcessTable : public ProcessTable {
 
   /// Readings so far, failed ones included.
   int readings() const { return m_readings; }
-  /// How often the parent of `pid` was asked for.
-  int parentQuestions(std::int32_t pid) const;
 
  private:
   std::vector<ProcessRecord> m_processes;
   std::deque<int> m_errors;
-  std::map<std::int32_t, int> m_questions;
   std::uint64_t m_nextStart = 1;
   int m_readings = 0;
 };

@@ -65,7 +65,8 @@ int LinuxProcessTable::list() {
   const std::int32_t last = lastGivenPid();
   const bool nobodyIsNew = last != 0 && last == m_listedAt;
   if (nobodyIsNew && m_pass % kListingPasses != 0) return 0;
-  const std::vector<ProcessEntry> before = std::exchange(m_entries, {});
+  std::vector<ProcessEntry> before;
+  if (nobodyIsNew) before = m_entries;
   const int error = m_directory.list(m_entries);
   // A pid is given away a moment before its process can be seen: what was listed counts from the second time on.
   const bool isSettled = std::exchange(m_lastPid, last) == last;
