@@ -44,6 +44,21 @@ function(halvard_executable)
   add_dependencies(programs ${E_NAME})
 endfunction()
 
+# Runs moc on the test programs' own sources alone. CMake's way looks into every header of every test, and compiles one
+# more file for each: a third of what building the tests takes.
+function(halvard_test_moc target)
+  set_target_properties(${target} PROPERTIES AUTOMOC OFF)
+  foreach(source IN LISTS ARGN)
+    file(STRINGS ${source} includes_moc REGEX "^#include \"[a-z_0-9]+\\.moc\"" LIMIT_COUNT 1)
+    if(includes_moc)
+      cmake_path(GET source STEM name)
+      qt_generate_moc(${source} ${CMAKE_CURRENT_BINARY_DIR}/${name}.moc TARGET ${target})
+      target_sources(${target} PRIVATE ${CMAKE_CURRENT_BINARY_DIR}/${name}.moc)
+      target_include_directories(${target} PRIVATE ${CMAKE_CURRENT_BINARY_DIR})
+    endif()
+  endforeach()
+endfunction()
+
 # halvard_test(NAME <name> SOURCES ... [LINKS <modules>] [USES ...] [LABELS ...] [TIMEOUT <seconds>] [SERIAL])
 #
 # One QtTest program. It runs without a display unless its label is "desktop". SERIAL keeps other tests from
@@ -55,6 +70,7 @@ function(halvard_test)
   endif()
   add_executable(test_${T_NAME} ${T_SOURCES})
   set_target_properties(test_${T_NAME} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
+  halvard_test_moc(test_${T_NAME} ${T_SOURCES})
   target_include_directories(test_${T_NAME} PRIVATE ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR}/tests)
   target_compile_definitions(test_${T_NAME} PRIVATE
     HALVARD_BIN_DIR="${CMAKE_BINARY_DIR}/bin" HALVARD_FIXTURES="${CMAKE_CURRENT_SOURCE_DIR}/fixtures")
