@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include <xcb/res.h>
+#include <xcb/xcbext.h>
 
 namespace halvard {
 
@@ -67,7 +68,10 @@ xcb_get_property_cookie_t X11Windows::Connection::askProperty(xcb_window_t windo
 }
 
 std::vector<std::uint32_t> X11Windows::Connection::numbers(xcb_get_property_cookie_t cookie) {
-  const XcbReply<xcb_get_property_reply_t> reply(::xcb_get_property_reply(m_connection, cookie, nullptr));
+  return numbersIn(XcbReply<xcb_get_property_reply_t>(::xcb_get_property_reply(m_connection, cookie, nullptr)));
+}
+
+std::vector<std::uint32_t> X11Windows::Connection::numbersIn(const XcbReply<xcb_get_property_reply_t>& reply) {
   if (!reply || reply->format != 32) return {};
   const auto* first = static_cast<const std::uint32_t*>(::xcb_get_property_value(reply.get()));
   return {first, first + reply->value_len};
@@ -79,8 +83,12 @@ QByteArray X11Windows::Connection::text(xcb_get_property_cookie_t cookie) {
   return QByteArray(static_cast<const char*>(::xcb_get_property_value(reply.get())), reply->value_len);
 }
 
+xcb_get_property_cookie_t X11Windows::Connection::askClientList() {
+  return askProperty(m_root, m_ewmh._NET_CLIENT_LIST, XCB_ATOM_WINDOW);
+}
+
 std::vector<xcb_window_t> X11Windows::Connection::clientList() {
-  return numbers(askProperty(m_root, m_ewmh._NET_CLIENT_LIST, XCB_ATOM_WINDOW));
+  return numbers(askClientList());
 }
 
 std::vector<ApplicationWindow> X11Windows::Connection::windows() {
@@ -88,10 +96,20 @@ std::vector<ApplicationWindow> X11Windows::Connection::windows() {
 }
 
 std::vector<ApplicationWindow> X11Windows::Connection::rememberedWindows() {
-  std::vector<xcb_window_t> list = clientList();
-  if (list != m_listed || m_timesRemembered == kRememberedTimes) return describeAll(std::move(list));
-  ++m_timesRemembered;
-  return m_remembered;
+  const bool isSame = m_question && isAnswerAsBefore(*m_question);
+  const bool isRemembered = isSame && m_timesRemembered < kRememberedTimes;
+  if (isRemembered) ++m_timesRemembered;
+  std::vector<ApplicationWindow> result = isRemembered ? m_remembered : windows();
+  if (!m_question) m_question = askClientList();
+  return result;
+}
+
+// True also while there is no answer yet; one that has come is the last to this question.
+bool X11Windows::Connection::isAnswerAsBefore(xcb_get_property_cookie_t question) {
+  void* answer = nullptr;
+  if (::xcb_poll_for_reply(m_connection, question.sequence, &answer, nullptr) == 0) return true;
+  m_question.reset();
+  return numbersIn(XcbReply<xcb_get_property_reply_t>(static_cast<xcb_get_property_reply_t*>(answer))) == m_listed;
 }
 
 std::vector<ApplicationWindow> X11Windows::Connection::describeAll(std::vector<xcb_window_t> list) {

@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include <xcb/xcb_ewmh.h>
@@ -29,7 +30,8 @@ class X11Windows::Connection {
   bool isAlive() const;
 
   std::vector<ApplicationWindow> windows();
-  /// The windows of before while the list of them is the same, kRememberedTimes times at most.
+  /// The windows of before while the list of them was the same at the last call, kRememberedTimes times at most. Does
+  /// not wait for the server then: it answers between two calls.
   std::vector<ApplicationWindow> rememberedWindows();
   /// All windows of programs, from the bottom to the top.
   std::vector<xcb_window_t> stackingOrder();
@@ -64,10 +66,13 @@ class X11Windows::Connection {
   Connection(xcb_connection_t* connection, int screen);
   bool initialise();
   xcb_atom_t atom(const char* name);
+  xcb_get_property_cookie_t askClientList();
   std::vector<xcb_window_t> clientList();
+  bool isAnswerAsBefore(xcb_get_property_cookie_t question);
   std::vector<ApplicationWindow> describeAll(std::vector<xcb_window_t> list);
   xcb_get_property_cookie_t askProperty(xcb_window_t window, xcb_atom_t property, xcb_atom_t type);
   std::vector<std::uint32_t> numbers(xcb_get_property_cookie_t cookie);
+  static std::vector<std::uint32_t> numbersIn(const XcbReply<xcb_get_property_reply_t>& reply);
   QByteArray text(xcb_get_property_cookie_t cookie);
   xcb_window_t selectionOwner(xcb_atom_t selection);
   unsigned int askPid(xcb_window_t window);
@@ -88,6 +93,7 @@ class X11Windows::Connection {
   std::vector<xcb_window_t> m_listed;           // when all was asked last
   std::vector<ApplicationWindow> m_remembered;  // the answer
   int m_timesRemembered = 0;
+  std::optional<xcb_get_property_cookie_t> m_question;  // for the list of windows, whose answer nobody waits for
 };
 
 }  // namespace halvard

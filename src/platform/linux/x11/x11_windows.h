@@ -45,9 +45,9 @@ class X11Windows {
   /// The windows in the order in which they were opened. Asks the server.
   std::vector<ApplicationWindow> windows();
 
-  /// As windows(), but asks for the list of windows alone where that is the one of before: for who asks again and
-  /// again while no process came or went. Every fourth time all is asked, because windows may join or leave the task
-  /// bars.
+  /// As windows(), but of before while the list of windows, which the server tells between two calls, stays the same:
+  /// for who asks again and again while no process came or went. So a new window is seen one call late; every fourth
+  /// time all is asked, because windows may join or leave the task bars.
   std::vector<ApplicationWindow> rememberedWindows();
 
   /// Asks the server.
