@@ -4,19 +4,28 @@
 #include <QObject>
 #include <QTimer>
 #include <QTimerEvent>
+#include <algorithm>
 #include <condition_variable>
 #include <limits>
 #include <mutex>
 
 namespace halvard {
+
+using namespace std::chrono;
+
 namespace {
+
+constexpr milliseconds kShortestJoined = seconds(1);
+constexpr int kJoinedShare = 20;
 
 /// Goes with its context, or once it has called. A timer without the signal and the slot of QTimer's single shots.
 class DelayedCall : public QObject {
  public:
-  DelayedCall(std::chrono::milliseconds delay, QObject* context, Clock::Action action)
+  DelayedCall(milliseconds delay, QObject* context, Clock::Action action)
       : QObject(context), m_action(std::move(action)) {
-    m_timer.start(static_cast<int>(delay.count()), Qt::CoarseTimer, this);
+    const bool isJoined = delay >= kShortestJoined;  // and then not to be moved again
+    const milliseconds wait = isJoined ? joinedDelay(delay, steady_clock::now()) : delay;
+    m_timer.start(static_cast<int>(wait.count()), isJoined ? Qt::PreciseTimer : Qt::CoarseTimer, this);
   }
 
  protected:
@@ -33,11 +42,17 @@ class DelayedCall : public QObject {
 
 }  // namespace
 
+milliseconds joinedDelay(milliseconds delay, steady_clock::time_point now) {
+  const milliseconds end = round<milliseconds>(now.time_since_epoch()) + delay;
+  const milliseconds most = delay / kJoinedShare;
+  return delay + std::clamp<milliseconds>(round<seconds>(end) - end, -most, most);
+}
+
 ScheduledCall::ScheduledCall(Clock& clock) : m_clock(clock) {}
 
 ScheduledCall::~ScheduledCall() = default;
 
-void ScheduledCall::start(std::chrono::milliseconds delay, Clock::Action action) {
+void ScheduledCall::start(milliseconds delay, Clock::Action action) {
   m_context = std::make_unique<QObject>();
   m_clock.callAfter(delay, m_context.get(), [this, action = std::move(action)] {
     // The context is the sender of this very call: it goes later, and the call is no longer pending from here on.
@@ -55,14 +70,14 @@ bool ScheduledCall::isPending() const {
 }
 
 Clock::Instant SystemClock::now() const {
-  return std::chrono::system_clock::now();
+  return system_clock::now();
 }
 
-std::chrono::steady_clock::time_point SystemClock::monotonicNow() const {
-  return std::chrono::steady_clock::now();
+steady_clock::time_point SystemClock::monotonicNow() const {
+  return steady_clock::now();
 }
 
-void SystemClock::callAfter(std::chrono::milliseconds delay, QObject* context, Action action) {
+void SystemClock::callAfter(milliseconds delay, QObject* context, Action action) {
   if (delay.count() > 0 && delay.count() <= std::numeric_limits<int>::max()) {
     new DelayedCall(delay, context, std::move(action));
   } else {
@@ -70,7 +85,7 @@ void SystemClock::callAfter(std::chrono::milliseconds delay, QObject* context, A
   }
 }
 
-void SystemClock::sleepFor(std::chrono::milliseconds duration, std::stop_token stop) {
+void SystemClock::sleepFor(milliseconds duration, std::stop_token stop) {
   std::mutex mutex;
   std::condition_variable_any never;
   std::unique_lock lock(mutex);

@@ -50,7 +50,12 @@ class ScheduledCall {
   std::unique_ptr<QObject> m_context;
 };
 
-/// The machine's real clock. Delayed calls use coarse timers (up to 5 % late), which lets the kernel join wake-ups.
+/// `delay` so that it ends on a whole second of the monotonic clock, or a twentieth of it nearer to one. What waits
+/// again and again comes to end together with all else, and the processor wakes once for everything.
+std::chrono::milliseconds joinedDelay(std::chrono::milliseconds delay, std::chrono::steady_clock::time_point now);
+
+/// The machine's real clock. Delayed calls come up to 5 % early or late: those of a second or more as joinedDelay()
+/// says, shorter ones by coarse timers.
 class SystemClock : public Clock {
  public:
   Instant now() const override;

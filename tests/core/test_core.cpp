@@ -1,6 +1,7 @@
 #include <QtTest>
 #include <cmath>
 
+#include "core/clock.h"
 #include "core/color.h"
 #include "core/jobs.h"
 #include "core/macos_version.h"
@@ -41,6 +42,19 @@ class TestCore : public QObject {
     QVERIFY(!old.isMacOSHasVersion(text("10.8"), false, false));
     QVERIFY(yosemite.is_10_9_orHigher() && yosemite.is_10_10_orHigher() && !yosemite.is_10_11_orHigher());
     QVERIFY(yosemite.isMacOSHasVersion(text("10.10"), false, false));
+  }
+
+  void longDelaysEndOnWholeSecondsOrATwentiethNearer() {
+    const auto delay = [](std::chrono::milliseconds wanted, std::chrono::milliseconds now) {
+      return joinedDelay(wanted, std::chrono::steady_clock::time_point(now)).count();
+    };
+    QCOMPARE(delay(1s, 70'000ms), 1000);
+    QCOMPARE(delay(1s, 70'050ms), 950);
+    QCOMPARE(delay(1s, 70'051ms), 950);
+    QCOMPARE(delay(1s, 69'951ms), 1049);
+    QCOMPARE(delay(1s, 69'600ms), 1050);
+    QCOMPARE(delay(5s, 70'250ms), 4750);
+    QCOMPARE(delay(5s, 69'749ms), 5250);
   }
 
   void hexColoursTakeThreeFourSixOrEightDigits() {
