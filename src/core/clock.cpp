@@ -8,6 +8,7 @@
 #include <condition_variable>
 #include <limits>
 #include <mutex>
+#include <utility>
 
 namespace halvard {
 
@@ -18,27 +19,57 @@ namespace {
 constexpr milliseconds kShortestJoined = seconds(1);
 constexpr int kJoinedShare = 20;
 
-/// Goes with its context, or once it has called. A timer without the signal and the slot of QTimer's single shots.
+/// Goes with its context, or once it has called. A timer without the signal and the slot of QTimer's single shots,
+/// which serves again where the call asks for the next of the same context, as whatever repeats itself does.
 class DelayedCall : public QObject {
  public:
-  DelayedCall(milliseconds delay, QObject* context, Clock::Action action)
-      : QObject(context), m_action(std::move(action)) {
+  static void make(milliseconds delay, QObject* context, Clock::Action action) {
+    const bool isNext = t_running && t_running->call && t_running->call->isFreeFor(context);
+    DelayedCall* call = isNext ? t_running->call : new DelayedCall(context);
+    call->start(delay, std::move(action));
+  }
+
+  ~DelayedCall() override {
+    for (Running* running = t_running; running; running = running->outer) {
+      if (running->call == this) running->call = nullptr;
+    }
+  }
+
+ protected:
+  void timerEvent(QTimerEvent*) override {
+    m_timer.stop();
+    const Clock::Action action = std::move(m_action);
+    Running running{this, t_running};
+    t_running = &running;
+    action();  // may end the context, and this with it, or wait in an event loop of its own
+    t_running = running.outer;
+    if (running.call && !running.call->m_timer.isActive()) delete running.call;
+  }
+
+ private:
+  /// A call that has not returned yet.
+  struct Running {
+    DelayedCall* call;  // null once it has gone
+    Running* outer;
+  };
+  static thread_local Running* t_running;
+
+  explicit DelayedCall(QObject* context) : QObject(context) {}
+
+  bool isFreeFor(const QObject* context) const { return parent() == context && !m_timer.isActive(); }
+
+  void start(milliseconds delay, Clock::Action action) {
+    m_action = std::move(action);
     const bool isJoined = delay >= kShortestJoined;  // and then not to be moved again
     const milliseconds wait = isJoined ? joinedDelay(delay, steady_clock::now()) : delay;
     m_timer.start(static_cast<int>(wait.count()), isJoined ? Qt::PreciseTimer : Qt::CoarseTimer, this);
   }
 
- protected:
-  void timerEvent(QTimerEvent*) override {
-    const Clock::Action action = std::move(m_action);
-    delete this;  // first, because the action may end the context
-    action();
-  }
-
- private:
   Clock::Action m_action;
   QBasicTimer m_timer;
 };
+
+thread_local DelayedCall::Running* DelayedCall::t_running = nullptr;
 
 }  // namespace
 
@@ -53,20 +84,21 @@ ScheduledCall::ScheduledCall(Clock& clock) : m_clock(clock) {}
 ScheduledCall::~ScheduledCall() = default;
 
 void ScheduledCall::start(milliseconds delay, Clock::Action action) {
-  m_context = std::make_unique<QObject>();
+  // What still waits goes with its context.
+  if (m_isPending || !m_context) m_context = std::make_unique<QObject>();
+  m_isPending = true;
   m_clock.callAfter(delay, m_context.get(), [this, action = std::move(action)] {
-    // The context is the sender of this very call: it goes later, and the call is no longer pending from here on.
-    m_context.release()->deleteLater();
+    m_isPending = false;
     action();
   });
 }
 
 void ScheduledCall::cancel() {
-  m_context.reset();
+  if (std::exchange(m_isPending, false)) m_context.reset();
 }
 
 bool ScheduledCall::isPending() const {
-  return m_context != nullptr;
+  return m_isPending;
 }
 
 Clock::Instant SystemClock::now() const {
@@ -79,7 +111,7 @@ steady_clock::time_point SystemClock::monotonicNow() const {
 
 void SystemClock::callAfter(milliseconds delay, QObject* context, Action action) {
   if (delay.count() > 0 && delay.count() <= std::numeric_limits<int>::max()) {
-    new DelayedCall(delay, context, std::move(action));
+    DelayedCall::make(delay, context, std::move(action));
   } else {
     QTimer::singleShot(delay, Qt::CoarseTimer, context, std::move(action));
   }

@@ -48,6 +48,7 @@ class ScheduledCall {
  private:
   Clock& m_clock;
   std::unique_ptr<QObject> m_context;
+  bool m_isPending = false;
 };
 
 /// `delay` so that it ends on a whole second of the monotonic clock, or a twentieth of it nearer to one. What waits
