@@ -31,6 +31,7 @@ JobQueue::JobQueue(const QString& name, int threads) : m_registry(std::make_shar
 }
 
 JobQueue::~JobQueue() {
+  m_ending.request_stop();
   {
     const std::lock_guard lock(m_registry->mutex);
     for (const auto& entry : m_registry->running) {

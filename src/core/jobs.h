@@ -65,17 +65,11 @@ class JobQueue {
     return Job(state);
   }
 
-  /// Runs `work(std::stop_token)` on a thread of the queue and tells nobody: the thread of `owner` need not wake up.
-  /// Runs in any case; when `owner` has gone or the queue goes, with a token that says so. Call it on the thread of
-  /// `owner`.
+  /// Runs `work(std::stop_token)` on a thread of the queue and tells nobody, so that no thread needs to wake up for it.
+  /// Runs in any case; when the queue goes, with a token that says so. Any thread.
   template <class Work>
-  Job runSilently(QObject* owner, Work work) {
-    auto state = makeState(owner);
-    m_pool.start([state, work = std::move(work)]() mutable {
-      work(state->stop.get_token());
-      finish(*state);
-    });
-    return Job(state);
+  void runSilently(Work work) {
+    m_pool.start([token = m_ending.get_token(), work = std::move(work)]() mutable { work(token); });
   }
 
  private:
@@ -97,6 +91,7 @@ class JobQueue {
   /// True when the result is still wanted; afterwards it is not.
   static bool finish(Job::State& state);
 
+  std::stop_source m_ending;
   QThreadPool m_pool;
   struct Registry;
   std::shared_ptr<Registry> m_registry;

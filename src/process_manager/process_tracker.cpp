@@ -36,21 +36,13 @@ void ProcessTracker::scheduleStep() {
 void ProcessTracker::updateInfo() {
   takeList();
   processTerminatedApps();
-  if (!m_list.valid()) m_list = m_processes.getTopProcess();
+  if (!m_list.valid()) m_list = m_processes.getTopProcess(sizeOfAnAppToTerminateAfterDelay());
 }
 
 // Not when it arrives: that would wake this thread a second time for what is looked at in the next step only.
 void ProcessTracker::takeList() {
   if (!m_list.valid() || m_list.wait_for(std::chrono::seconds(0)) != std::future_status::ready) return;
-  if (const ApplicationList list = m_list.get()) keepLargeOnes(*list);
-}
-
-void ProcessTracker::keepLargeOnes(const ApplicationEntries& list) {
-  ApplicationEntries found;
-  std::ranges::copy_if(list, std::back_inserter(found), [](const ApplicationEntry& entry) {
-    return entry.size.value_or(0) > sizeOfAnAppToTerminateAfterDelay();
-  });
-  m_lastFoundProcesses = std::move(found);
+  m_lastFoundProcesses = m_list.get();
 }
 
 void ProcessTracker::processTerminatedApps() {

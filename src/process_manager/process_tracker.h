@@ -51,13 +51,12 @@ class ProcessTracker {
   void scheduleStep();
   void performDelayedPurge();
   void takeList();
-  void keepLargeOnes(const ApplicationEntries& list);
 
   ProcessesManager& m_processes;
   NotificationCenter& m_notifications;
   Clock& m_clock;
   QObject m_context;
-  std::future<ApplicationList> m_list;                     // asked for, not yet taken
+  std::future<ApplicationEntries> m_list;                  // asked for, not yet taken
   std::optional<ApplicationEntries> m_lastFoundProcesses;  // none before the first list
   ScheduledCall m_timerUpdateInfo;
   ScheduledCall m_timerPurge;

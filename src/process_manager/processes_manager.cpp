@@ -45,12 +45,18 @@ void ProcessesManager::getTopProcessCompletion(QObject* context, Completion comp
       context, [this](std::stop_token) { return buildList(); }, std::move(completion));
 }
 
-std::future<ApplicationList> ProcessesManager::getTopProcess() {
-  auto promise = std::make_shared<std::promise<ApplicationList>>();
-  std::future<ApplicationList> list = promise->get_future();
-  m_queue.runSilently(&m_context, [this, promise](std::stop_token stop) {
-    promise->set_value(stop.stop_requested() ? nullptr : buildList());
+std::future<ApplicationEntries> ProcessesManager::getTopProcess(ByteCount size) {
+  auto promise = std::make_shared<std::promise<ApplicationEntries>>();
+  std::future<ApplicationEntries> list = promise->get_future();
+  m_queue.runSilently([this, size, promise](std::stop_token stop) {
+    promise->set_value(stop.stop_requested() ? ApplicationEntries() : largerThan(size));
   });
+  return list;
+}
+
+ApplicationEntries ProcessesManager::largerThan(ByteCount size) {
+  ApplicationEntries list = buildEntries();
+  std::erase_if(list, [size](const ApplicationEntry& entry) { return entry.size.value_or(0) <= size; });
   return list;
 }
 
@@ -76,6 +82,10 @@ const std::vector<ProcessRecord>& ProcessesManager::getBSDProcessList() {
 }
 
 ApplicationList ProcessesManager::buildList() {
+  return std::make_shared<const ApplicationEntries>(buildEntries());
+}
+
+ApplicationEntries ProcessesManager::buildEntries() {
   const std::vector<ProcessRecord>& processes = getBSDProcessList();
   m_ancestry.update(processes);
   m_applications.update(processes);
@@ -87,7 +97,7 @@ ApplicationList ProcessesManager::buildList() {
     fold(helper, lists.apps);
   m_processesAppData.removeIf([](const auto& known) { return known.value().app->isTerminated(); });
   std::ranges::stable_sort(lists.apps, [](const auto& left, const auto& right) { return *left.size > *right.size; });
-  return std::make_shared<const ApplicationEntries>(std::move(lists.apps));
+  return std::move(lists.apps);
 }
 
 void ProcessesManager::place(const ProcessRecord& process, Lists& lists) {

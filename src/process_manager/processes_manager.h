@@ -27,8 +27,9 @@ class ProcessesManager {
   /// Builds the list and calls `completion` with it, never null, on the thread of `context`, which is the calling one.
   /// Dropped when `context` is destroyed before.
   void getTopProcessCompletion(QObject* context, Completion completion);
-  /// The same list for who comes for it later: nobody is woken when it is there. Null when this object has gone before.
-  std::future<ApplicationList> getTopProcess();
+  /// Those of more than `size` for who comes for them later: nobody is woken when they are there. None when this object
+  /// has gone before.
+  std::future<ApplicationEntries> getTopProcess(ByteCount size);
   /// The same, with the first five entries at most.
   void getTopFiveProcessCompletion(QObject* context, Completion completion);
 
@@ -62,6 +63,8 @@ class ProcessesManager {
   void initCacher();
   const std::vector<ProcessRecord>& getBSDProcessList();
   ApplicationList buildList();
+  ApplicationEntries buildEntries();
+  ApplicationEntries largerThan(ByteCount size);
   void place(const ProcessRecord& process, Lists& lists);
   ApplicationEntry entryFor(const ProcessRecord& process, std::shared_ptr<RunningApplication> app, ByteCount size);
   void fold(const Helper& helper, ApplicationEntries& apps);

@@ -140,8 +140,8 @@ class TestRealApplications : public QObject {
     RunningProgram program(
         text("xterm -e python3 -c \"import time; memory = b'x' * (%1 << 20); time.sleep(1000)\"").arg(mebibytes));
     const auto largest = [&] {
-      const ApplicationList list = processes.getTopProcess().get();
-      return list->empty() ? 0 : list->front().size.value_or(0);
+      const ApplicationEntries list = processes.getTopProcess(0).get();
+      return list.empty() ? 0 : list.front().size.value_or(0);
     };
     QTRY_VERIFY_WITH_TIMEOUT(largest() > ByteCount(mebibytes) << 20, kPatience);
     tracker.updateInfo();
