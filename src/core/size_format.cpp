@@ -75,27 +75,6 @@ QString stringFromSize(std::int64_t bytes, double nextUnitFrom) {
   return QString::asprintf("%1.*f %s", size.decimals, size.value, kUnits.at(size.unit));
 }
 
-bool ChangingSize::set(std::int64_t bytes) {
-  if (bytes >= m_least && bytes <= m_most) return false;
-  m_text = stringFromSize(bytes);
-  m_least = m_most = bytes;
-  if (bytes <= 999) return true;
-  // Whatever rounds to the same last digit; a little less, so that the rounding of a half does not matter, and within
-  // the counts that have the same decimals and the same unit.
-  const InUnit size = inUnit(bytes, kNextUnitFrom);
-  const double lastDigit = std::pow(10, -size.decimals);
-  const double shown = std::round(size.value / lastDigit) * lastDigit;
-  const double unit = std::pow(1024.0, static_cast<double>(size.unit + 1));
-  const double decade = std::pow(10, std::floor(std::log10(size.value)));
-  const double lowest = std::max({shown - 0.49 * lastDigit, decade, kNextUnitFrom / 1024});
-  const auto least = static_cast<std::int64_t>(std::ceil(lowest * unit));
-  const auto most = static_cast<std::int64_t>(std::floor(std::min(shown + 0.49 * lastDigit, 9.99 * decade) * unit));
-  if (bytes < least || bytes > most) return true;
-  m_least = least;
-  m_most = most;
-  return true;
-}
-
 QString stringFromDifference(std::int64_t bytes) {
   constexpr std::int64_t kLeast = -std::numeric_limits<std::int64_t>::max();
   return bytes < 0 ? u'-' + stringFromSize(-std::max(bytes, kLeast)) : stringFromSize(bytes);

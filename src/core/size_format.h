@@ -13,21 +13,6 @@ namespace halvard::size_format {
 /// TB is the last unit. A negative count is printed in bytes.
 QString stringFromSize(std::int64_t bytes);
 
-/// stringFromSize() of a count that is read again and again: the text is made when another one comes out, and not for
-/// every byte that moved.
-class ChangingSize {
- public:
-  /// True when the text may be another one than before.
-  bool set(std::int64_t bytes);
-  const QString& text() const { return m_text; }
-
- private:
-  QString m_text;
-  // The counts of the same text, as far as that is known for sure.
-  std::int64_t m_least = 1;
-  std::int64_t m_most = 0;
-};
-
 /// The same with the next unit from `nextUnitFrom` on.
 QString stringFromSize(std::int64_t bytes, double nextUnitFrom);
 

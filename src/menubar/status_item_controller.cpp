@@ -1,5 +1,8 @@
 #include "menubar/status_item_controller.h"
 
+#include <algorithm>
+#include <utility>
+
 #include "memory/memory_snapshot.h"
 #include "menubar/gauge_step.h"
 #include "menubar/status_item_text.h"
@@ -22,16 +25,27 @@ void StatusItemController::updateStatusItem(const MemorySnapshot& snapshot) {
   const QString icon = gaugeIconName(gaugeStep(static_cast<float>(snapshot.usedFraction())));
   m_item.setImage(icon);
   m_item.setAlternateImage(icon);
-  const bool usedMoved = m_usedSize.set(static_cast<std::int64_t>(snapshot.calculateUsedSize()));
-  const bool freeMoved = m_freeSize.set(static_cast<std::int64_t>(snapshot.calculateFreeSize()));
-  if (usedMoved || freeMoved) {
-    m_item.setToolTip(status_item_text::toolTip(m_displayName, m_usedSize.text(), m_freeSize.text()));
+  fillToolTip(snapshot);
+}
+
+void StatusItemController::fillToolTip(const MemorySnapshot& snapshot) {
+  const ByteCount used = snapshot.calculateUsedSize();
+  const ByteCount moved = std::max(used, m_toldSize) - std::min(used, m_toldSize);
+  if (m_roundsToToolTip > 0 && moved < snapshot.calculateTotalSize() / 1000) {
+    --m_roundsToToolTip;
+    return;
   }
+  m_roundsToToolTip = kRoundsPerToolTip - 1;
+  m_toldSize = used;
+  m_item.setToolTip(status_item_text::toolTip(m_displayName, used, snapshot.calculateFreeSize()));
 }
 
 void StatusItemController::fillTitle(const MemorySnapshot& snapshot) {
-  const QString text = status_item_text::title(snapshot, m_preferences.objcVisionIndex().value());
-  m_item.setTitle(status_item_text::attributedTitle(text, m_appearance.isDark()));
+  const std::int64_t visionIndex = m_preferences.objcVisionIndex().value();
+  const TitleSource source{visionIndex, status_item_text::titleFigure(snapshot, visionIndex), m_appearance.isDark()};
+  if (std::exchange(m_title, source) == source) return;
+  const QString text = status_item_text::title(visionIndex, source.figure);
+  m_item.setTitle(status_item_text::attributedTitle(text, source.isOnDarkBar));
   m_item.setAlternateTitle(status_item_text::attributedAlternateTitle(text));
 }
 

@@ -2,8 +2,10 @@
 
 #include <QObject>
 #include <QString>
+#include <cstdint>
+#include <optional>
 
-#include "core/size_format.h"
+#include "core/units.h"
 
 namespace halvard {
 
@@ -20,11 +22,15 @@ class StatusItemController : public QObject {
   /// All outlive the controller. The item shows "icon_start" and no text until the first reading.
   StatusItemController(StatusBarItem& item, Appearance& appearance, PreferencesModel& preferences, QString displayName);
 
-  /// Shows the gauge picture and the tool tip of a reading.
+  /// Shows the gauge picture of a reading, and its figures in the tool tip: at once when they moved by a thousandth of
+  /// the memory, else with every kRoundsPerToolTip-th reading, because each costs the host and this program more than
+  /// all else in a minute.
   void updateStatusItem(const MemorySnapshot& snapshot);
 
   /// Shows the text beside the icon, by the display mode and the appearance.
   void fillTitle(const MemorySnapshot& snapshot);
+
+  static constexpr int kRoundsPerToolTip = 60;
 
   /// The picture of a running purge, until the next updateStatusItem().
   void showCleaningIcon();
@@ -34,12 +40,22 @@ class StatusItemController : public QObject {
   void statusItemAction();
 
  private:
+  /// What the text beside the icon is made of.
+  struct TitleSource {
+    std::int64_t visionIndex;
+    std::int64_t figure;
+    bool isOnDarkBar;
+    bool operator==(const TitleSource&) const = default;
+  };
+  void fillToolTip(const MemorySnapshot& snapshot);
+
   StatusBarItem& m_item;
   Appearance& m_appearance;
   PreferencesModel& m_preferences;
   QString m_displayName;
-  size_format::ChangingSize m_usedSize;  // of the tool tip
-  size_format::ChangingSize m_freeSize;
+  std::optional<TitleSource> m_title;  // none before the first
+  ByteCount m_toldSize = 0;            // in the tool tip
+  int m_roundsToToolTip = 0;
 };
 
 }  // namespace halvard

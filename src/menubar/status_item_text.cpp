@@ -22,17 +22,26 @@ constexpr Color kSlate{70, 86, 103, 255};
 
 }  // namespace
 
-QString title(const MemorySnapshot& snapshot, std::int64_t visionIndex) {
+std::int64_t titleFigure(const MemorySnapshot& snapshot, std::int64_t visionIndex) {
   switch (visionIndex) {
-    case 1: {
-      const double fraction = snapshot.usedFraction();
-      if (fraction >= 0.995) return QStringLiteral("100%");
-      return QStringLiteral(" %1% ").arg(static_cast<int>(std::nearbyint(fraction * 100)), 2);
-    }
+    case 1:
+      return snapshot.usedFraction() >= 0.995 ? 100 : std::lrint(snapshot.usedFraction() * 100);
     case 2:
-      return sizeText(snapshot.calculateUsedSize());
+      return static_cast<std::int64_t>(snapshot.calculateUsedSize());
     case 3:
-      return sizeText(snapshot.calculateFreeSize());
+      return static_cast<std::int64_t>(snapshot.calculateFreeSize());
+    default:
+      return 0;
+  }
+}
+
+QString title(std::int64_t visionIndex, std::int64_t figure) {
+  switch (visionIndex) {
+    case 1:
+      return figure == 100 ? QStringLiteral("100%") : QStringLiteral(" %1% ").arg(figure, 2);
+    case 2:
+    case 3:
+      return size_format::stringFromSize(figure);
     default:
       return {};
   }
@@ -46,8 +55,8 @@ AttributedTitle attributedAlternateTitle(const QString& text) {
   return {text, kWhite};
 }
 
-QString toolTip(const QString& displayName, const QString& usedSize, const QString& freeSize) {
-  return tr("%1\nUsed Memory: %2\nFree Memory: %3").arg(displayName, usedSize, freeSize);
+QString toolTip(const QString& displayName, ByteCount usedSize, ByteCount freeSize) {
+  return tr("%1\nUsed Memory: %2\nFree Memory: %3").arg(displayName, sizeText(usedSize), sizeText(freeSize));
 }
 
 QString information(const MemorySnapshot& snapshot) {

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <QString>
+#include <cstdint>
 
+#include "core/units.h"
 #include "platform/ports/status_bar_item.h"
 
 namespace halvard {
@@ -11,9 +13,11 @@ class MemorySnapshot;
 /// The texts of the status item and its menu line, from one reading.
 namespace status_item_text {
 
-/// The text beside the icon. `visionIndex`: 1 the used percentage, 2 the used size, 3 the free size, anything else
-/// none.
-QString title(const MemorySnapshot& snapshot, std::int64_t visionIndex);
+/// What the text beside the icon tells. `visionIndex`: 1 the used percentage, 2 the used bytes, 3 the free bytes,
+/// anything else nothing.
+std::int64_t titleFigure(const MemorySnapshot& snapshot, std::int64_t visionIndex);
+/// The text of such a figure.
+QString title(std::int64_t visionIndex, std::int64_t figure);
 
 /// White on a dark bar, slate on a light one.
 AttributedTitle attributedTitle(const QString& text, bool onDarkBar);
@@ -21,7 +25,7 @@ AttributedTitle attributedTitle(const QString& text, bool onDarkBar);
 AttributedTitle attributedAlternateTitle(const QString& text);
 
 /// Three lines: the program's name, used and free memory.
-QString toolTip(const QString& displayName, const QString& usedSize, const QString& freeSize);
+QString toolTip(const QString& displayName, ByteCount usedSize, ByteCount freeSize);
 
 /// The information line of the menu: "57.43% of 15.6 GB used".
 QString information(const MemorySnapshot& snapshot);

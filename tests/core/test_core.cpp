@@ -57,6 +57,46 @@ class TestCore : public QObject {
     QCOMPARE(delay(5s, 69'749ms), 5250);
   }
 
+  void delayedCallsMayRepeatWaitAndEndTheirContext() {
+    SystemClock clock;
+    auto context = std::make_unique<QObject>();
+    QStringList told;
+    std::function<void()> again = [&] {
+      told << text("again");
+      if (told.size() < 3) clock.callAfter(1ms, context.get(), again);
+    };
+    clock.callAfter(1ms, context.get(), again);
+    QTRY_COMPARE(told, texts({"again", "again", "again"}));
+    QCOMPARE(context->children().size(), 0);
+
+    clock.callAfter(1ms, context.get(), [&] {
+      QEventLoop loop;
+      clock.callAfter(1ms, context.get(), [&] { told << text("within"); });
+      clock.callAfter(2ms, context.get(), [&] { loop.quit(); });
+      loop.exec();
+      context.reset();
+      told << text("ended");
+    });
+    clock.callAfter(1s, context.get(), [&] { told << text("never"); });
+    QTRY_COMPARE(told.mid(3), texts({"within", "ended"}));
+
+    ScheduledCall call(clock);
+    int times = 0;
+    call.start(1ms, [&] {
+      QVERIFY(!call.isPending());
+      call.start(1ms, [&] { times += 100; });
+      call.start(1ms, [&] {
+        ++times;
+        call.start(1ms, [&] { times += 10; });
+      });
+    });
+    QTRY_COMPARE(times, 11);
+    QVERIFY(!call.isPending());
+    call.start(1ms, [&] { ++times; });
+    call.cancel();
+    QVERIFY(!call.isPending());
+  }
+
   void hexColoursTakeThreeFourSixOrEightDigits() {
     QCOMPARE(Color::fromHex(text("#0a5")), (Color{0, 0xaa, 0x55, 255}));
     QCOMPARE(Color::fromHex(text("#0A58")), (Color{0, 0xaa, 0x55, 0x88}));
@@ -217,25 +257,6 @@ class TestCore : public QObject {
       QCOMPARE(convertToStringFromFileSizeSpecial(bytes), text(special));
       QCOMPARE(convertToStringFromFileSizeOnlyMB(bytes), text(onlyMB));
     }
-  }
-
-  void aChangingSizeHasTheTextOfEveryCount() {
-    // Up and down over every edge of the text: the last digit, the decimals and the unit.
-    ChangingSize size;
-    for (const double unit : {1024.0, 1048576.0, 1073741824.0, 1099511627776.0}) {
-      for (const double edge :
-           {0.9765625, 1.0, 1.045, 9.995, 10.0, 22.15, 99.95, 100.0, 540.5, 999.5, 1000.0, 1024.0}) {
-        for (int step = -400; step < 800; ++step) {
-          const double distance = (400 - std::abs(step)) * 0.00003;
-          const auto bytes = static_cast<std::int64_t>(unit * edge * (1 + distance));
-          size.set(bytes);
-          QCOMPARE(size.text(), stringFromSize(bytes));
-        }
-      }
-    }
-    size.set(540'000'000);
-    QVERIFY(!size.set(540'100'000));
-    QVERIFY(size.set(541'000'000));
   }
 };
 

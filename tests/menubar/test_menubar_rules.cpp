@@ -66,7 +66,8 @@ class TestMenubarRules : public QObject {
         {quarter, 4, ""},
     };
     for (const auto& [used, mode, title] : titles)
-      QCOMPARE(status_item_text::title(Reading(used).snapshot, mode), QString::fromLatin1(title));
+      QCOMPARE(status_item_text::title(mode, status_item_text::titleFigure(Reading(used).snapshot, mode)),
+               QString::fromLatin1(title));
     QCOMPARE(status_item_text::information(Reading(quarter).snapshot), QStringLiteral("25.00% of 4.00 GB used"));
   }
 
@@ -100,6 +101,28 @@ class TestMenubarRules : public QObject {
     item.press(StatusBarItem::MouseButton::Right);
     item.press(StatusBarItem::MouseButton::Left);
     QCOMPARE(actions.size(), 2);
+  }
+
+  void toolTipIsFilledAfterAThousandthOrAMinute() {
+    FakeStatusBarItem item;
+    FakeAppearance appearance;
+    FakeDefaultsStore store;
+    NoLogin login;
+    PreferencesModel preferences(store, login);
+    StatusItemController controller(item, appearance, preferences, QStringLiteral("Halvard"));
+    const auto isFilledBy = [&](PageCount used) {
+      const int changes = item.changes();
+      controller.updateStatusItem(Reading(used).snapshot);
+      return item.changes() != changes;
+    };
+    constexpr PageCount thousandth = kTotalPages / 1000 + 1;
+    constexpr PageCount fifth = kTotalPages / 5;  // of which the text shows single megabytes
+    isFilledBy(fifth);
+    QVERIFY(!isFilledBy(fifth + thousandth - 1) && isFilledBy(fifth + thousandth));
+    QVERIFY(!isFilledBy(fifth + 1) && isFilledBy(fifth));
+    for (int round = 1; round < StatusItemController::kRoundsPerToolTip; ++round)
+      QVERIFY(!isFilledBy(fifth + thousandth - 1));
+    QVERIFY(isFilledBy(fifth + thousandth - 1));
   }
 
   void panelOpensOnTheFreeSideOfTheItem() {
