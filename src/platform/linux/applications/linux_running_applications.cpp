@@ -10,6 +10,8 @@ namespace halvard {
 namespace {
 
 constexpr std::uint64_t kEarlySeconds = 10;
+/// Passes between two looks at the folders of desktop entries while no process comes or goes.
+constexpr std::uint32_t kPassesPerEntries = 4;
 
 // In the unit of ProcessRecord::startTime.
 std::uint64_t ticksSinceBoot() {
@@ -41,7 +43,8 @@ void LinuxRunningApplications::update(const std::vector<ProcessRecord>& processe
   std::vector<ApplicationWindow> windows = changed ? m_display->windows() : m_display->rememberedWindows();
   changed = changed || windows != m_windows;
   m_windows = std::move(windows);
-  std::shared_ptr<const ApplicationIndex> index = m_installed.current();
+  const bool isTurnOfEntries = changed || !m_index || m_pass % kPassesPerEntries == 0;
+  std::shared_ptr<const ApplicationIndex> index = isTurnOfEntries ? m_installed.current() : m_index;
   changed = changed || index != m_index;
   m_index = std::move(index);
   if (changed) nameAgain(processes);

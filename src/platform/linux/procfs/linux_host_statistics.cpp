@@ -20,9 +20,11 @@ constexpr std::size_t kVmstatBuffer = 32768;
 /// pieces, the lists that come with one read count.
 constexpr std::size_t kZoneinfoBuffer = std::size_t{64} << 10;
 
-/// How far the memory that no list shows may move before the processors' own lists are read anew: their file costs
-/// the kernel twice as much as all the others, and on a quiet machine nothing there changes.
+/// How far the memory that no list shows may move before the processors' own lists are read anew, the larger of both:
+/// bytes, and a share of all. Their file costs the kernel twice as much as all the others, and on a quiet machine
+/// nothing there changes.
 constexpr ByteCount kMovedBytes = ByteCount{1} << 20;
+constexpr ByteCount kMovedShare = 4096;
 /// The lists are read at least this often, in readings.
 constexpr int kReadingsPerListing = 30;
 
@@ -105,7 +107,7 @@ ByteCount LinuxHostStatistics::poolBytes(const MemoryInfo& info) {
 ByteCount LinuxHostStatistics::processorFreeBytes(const MemoryInfo& info) {
   const ByteCount unlisted = onNoList(info);
   const ByteCount moved = std::max(unlisted, m_listedAt) - std::min(unlisted, m_listedAt);
-  if (m_readingsToListing > 0 && moved <= kMovedBytes) {
+  if (m_readingsToListing > 0 && moved <= std::max(kMovedBytes, info.total / kMovedShare)) {
     --m_readingsToListing;
     return m_processorFree;
   }
