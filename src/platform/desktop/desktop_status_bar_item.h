@@ -27,7 +27,7 @@ class DesktopStatusBarItem : public StatusBarItem {
   void setAlternateImage(const QString& imageName) override;
   void setTitle(const AttributedTitle& title) override;
   void setAlternateTitle(const AttributedTitle& title) override;
-  /// At most one text in five seconds is passed on, the newest: a host reads the whole item anew for each, and on a
+  /// At most one text in ten seconds is passed on, the newest: a host reads the whole item anew for each, and on a
   /// busy machine the figures of the text change every second.
   void setToolTip(const QString& toolTip) override;
   std::optional<QRect> geometry() const override;
