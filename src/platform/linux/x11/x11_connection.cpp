@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include <sys/socket.h>
 #include <xcb/res.h>
 #include <xcb/xcbext.h>
 
@@ -13,7 +14,15 @@ namespace halvard {
 
 namespace {
 constexpr std::uint32_t kLongestProperty = 4096;  // in units of 32 bits
+
+// The kernel's word. There is none across a network, nor about a process of another pid namespace.
+bool knowsPeer(int descriptor) {
+  ucred peer{};
+  socklen_t size = sizeof peer;
+  return ::getsockopt(descriptor, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 && peer.pid > 0;
 }
+
+}  // namespace
 
 void XcbFree::operator()(void* memory) const {
   std::free(memory);
@@ -40,6 +49,8 @@ bool X11Windows::Connection::isAlive() const {
 
 bool X11Windows::Connection::initialise() {
   if (!isAlive()) return false;
+  m_isServerHere = knowsPeer(::xcb_get_file_descriptor(m_connection));
+  if (!m_isServerHere) return true;
   m_hasAtoms = ::xcb_ewmh_init_atoms_replies(&m_ewmh, ::xcb_ewmh_init_atoms(m_connection, &m_ewmh), nullptr);
   if (!m_hasAtoms || m_screen >= m_ewmh.nb_screens) return false;
   m_root = m_ewmh.screens[m_screen]->root;

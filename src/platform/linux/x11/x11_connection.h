@@ -22,12 +22,16 @@ using XcbReply = std::unique_ptr<Reply, XcbFree>;
 /// come, because the window or the server has gone, are empty.
 class X11Windows::Connection {
  public:
-  /// Null when there is no such display.
+  /// Null when there is no such display. One whose server runs elsewhere is kept, so as not to be tried again and
+  /// again.
   static std::unique_ptr<Connection> open(const QByteArray& display);
   ~Connection();
 
   /// False once the server has gone.
   bool isAlive() const;
+  /// True when the server runs on this machine, where this process sees its pid: then the pids that it tells are ours.
+  /// Nothing may be asked of another.
+  bool isServerHere() const { return m_isServerHere; }
 
   std::vector<ApplicationWindow> windows();
   /// The windows of before while the list of them was the same at the last call, kRememberedTimes times at most. Does
@@ -84,6 +88,7 @@ class X11Windows::Connection {
   xcb_connection_t* const m_connection;
   const int m_screen;
   xcb_ewmh_connection_t m_ewmh{};
+  bool m_isServerHere = false;
   bool m_hasAtoms = false;
   bool m_hasClientIds = false;  // the XRes extension knows true pids
   xcb_window_t m_root = 0;

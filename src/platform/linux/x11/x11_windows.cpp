@@ -23,7 +23,7 @@ X11Windows::Connection* X11Windows::connection() {
   if (m_connection && !m_connection->isAlive()) m_connection.reset();
   const bool hasDisplay = !m_display.isEmpty() || !qEnvironmentVariableIsEmpty("DISPLAY");
   if (!m_connection && hasDisplay) m_connection = Connection::open(m_display);
-  return m_connection.get();
+  return m_connection && m_connection->isServerHere() ? m_connection.get() : nullptr;
 }
 
 std::vector<ApplicationWindow> X11Windows::windows() {

@@ -26,7 +26,7 @@ struct ApplicationWindow {
 /// What somebody at an X11 display looks at, and which programs keep the desktop going. Pids as the X server knows
 /// them.
 struct DesktopAttention {
-  /// False when no X server answers: then nothing else is known.
+  /// False when no X server of this machine answers: then nothing else is known.
   bool hasDisplay = false;
   /// The process of the window that has the focus; nothing when no window of a program has it.
   std::optional<std::int32_t> focused;
@@ -35,7 +35,8 @@ struct DesktopAttention {
 };
 
 /// The windows of an X11 display. Without a display, or once it is gone, there are none; a display that comes back is
-/// used again. Any thread.
+/// used again. One on another machine (ssh -X) is as good as none: the pids that it knows are not those of this
+/// machine. Any thread.
 class X11Windows {
  public:
   /// Connects when first asked. Empty: the display of the environment, or none.

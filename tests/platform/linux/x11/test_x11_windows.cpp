@@ -1,5 +1,9 @@
+#include <QLocalSocket>
+#include <QTcpServer>
+#include <QTcpSocket>
 #include <QtTest>
 #include <array>
+#include <future>
 #include <memory>
 
 #include <unistd.h>
@@ -12,6 +16,7 @@
 
 using namespace halvard;
 using namespace halvard::test;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -19,6 +24,29 @@ constexpr std::array kNobody{99'999'999};
 
 struct Free {
   void operator()(void* memory) const { std::free(memory); }
+};
+
+// The display as ssh -X shows it: an address, behind which what passes is passed on to the server.
+class Relay : public QTcpServer {
+ public:
+  explicit Relay(const VirtualDisplay& display) : m_path(text("/tmp/.X11-unix/X" + display.name().mid(1))) {
+    while (m_number < 200 && !listen(QHostAddress::LocalHost, static_cast<quint16>(6000 + m_number)))
+      ++m_number;
+    connect(this, &QTcpServer::newConnection, this, &Relay::passOn);
+  }
+  QByteArray name() const { return "127.0.0.1:" + QByteArray::number(m_number); }
+
+ private:
+  void passOn() {
+    QTcpSocket* client = nextPendingConnection();
+    auto* server = new QLocalSocket(client);
+    server->connectToServer(m_path);
+    connect(client, &QIODevice::readyRead, server, [=] { server->write(client->readAll()); });
+    connect(server, &QIODevice::readyRead, client, [=] { client->write(server->readAll()); });
+    connect(client, &QTcpSocket::disconnected, client, &QObject::deleteLater);
+  }
+  const QString m_path;
+  int m_number = 50;
 };
 
 // A client of the display inside this test program.
@@ -194,6 +222,29 @@ class TestX11Windows : public QObject {
     m_display->stop();
     QTRY_VERIFY(!windows.attention().hasDisplay);
     QVERIFY(!windows.attention().focused && windows.attention().servants.empty());
+  }
+
+  void displayOfAnotherMachineHasNoWindowsHere() {
+    Client client(*m_display);
+    const xcb_window_t window = client.open();
+    client.setClientList({window});
+    client.focus(window);
+    const Relay relay(*m_display);
+    QVERIFY(relay.isListening());
+    auto isReached = std::async(std::launch::async, [name = relay.name()] {
+      xcb_connection_t* const connection = ::xcb_connect(name.constData(), nullptr);
+      const auto disconnect = qScopeGuard([connection] { ::xcb_disconnect(connection); });
+      return ::xcb_connection_has_error(connection) == 0;
+    });
+    X11Windows windows(relay.name());
+    auto seen = std::async(std::launch::async, [&windows, self = m_self] {
+      const DesktopAttention attention = windows.attention();
+      return !windows.windows().empty() || attention.hasDisplay || attention.focused || windows.close(self);
+    });
+    const auto isDone = [](const auto& future) { return future.wait_for(0s) == std::future_status::ready; };
+    QTRY_VERIFY(isDone(isReached) && isDone(seen));
+    QVERIFY(isReached.get() && !seen.get());
+    QTRY_COMPARE(X11Windows(m_display->name()).windows().size(), 1u);
   }
 
   void closingAsksTheWindowOrTheManager() {
