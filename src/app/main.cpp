@@ -38,7 +38,7 @@
 #include "platform/linux/reclaim/linux_purgeable_memory.h"
 #include "platform/linux/session/shell_script_runner.h"
 #include "platform/linux/session/termination_signals.h"
-#include "platform/linux/sqlite/sqlite_defaults_store.h"
+#include "platform/linux/sqlite/retrying_defaults_store.h"
 #include "platform/linux/sqlite/sqlite_object_store.h"
 #include "platform/linux/volumes/linux_mounted_volumes.h"
 #include "platform/linux/xdg/halvard_login_jobs.h"
@@ -136,8 +136,8 @@ struct LinuxDesktop {
   LinuxPurgeableMemory purgeMemory{clock, [this] { return CleaningExclusions(defaultsStore).names(); }};
   LinuxProcessTable processTable;
   LinuxRunningApplications runningApplications;
-  SqliteDefaultsStore defaultsStore{defaultsFilePath(application_identity::kBundleIdentifier),
-                                    application_identity::kBundleIdentifier};
+  RetryingDefaultsStore defaultsStore{clock, defaultsFilePath(application_identity::kBundleIdentifier),
+                                      application_identity::kBundleIdentifier};
   StatusNotifierItem notifierItem;
   DesktopStatusBarItem statusItem;
   X11WindowHints windowHints;

@@ -5,10 +5,13 @@
 #include <unistd.h>
 #include <csignal>
 
+#include "platform/fake/fake_clock.h"
+#include "platform/linux/sqlite/retrying_defaults_store.h"
 #include "platform/linux/sqlite/sqlite_connection.h"
 #include "platform/sqlite/settings_fixture.h"
 
 using namespace halvard;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -98,6 +101,7 @@ class TestSqliteDefaultsTrouble : public QObject {
     // Another's commit makes the first store read the file again.
     QVERIFY(save(*second, key, {true}));
     QCOMPARE(first->keys().size(), filled);
+    QCOMPARE(settings.open()->keys().size(), filled);
     QCOMPARE(settings.lines.size(), 1);
     QVERIFY(save(*first, text("a"), {true}) && save(*second, text("b"), {true}));
     QCOMPARE(settings.open()->keys().size(), filled + 2);
@@ -124,12 +128,16 @@ class TestSqliteDefaultsTrouble : public QObject {
       SettingsFolder settings;
       settings.fill(3);
       auto store = openBefore ? settings.open() : nullptr;
+      // While nobody has it open, it may be in another mode as well.
+      if (!openBefore) QCOMPARE(Database(settings).run("PRAGMA journal_mode = DELETE"), 0);
       QCOMPARE(Database(settings).run("PRAGMA user_version = 2"), 0);
+      const QByteArray content = settings.folder.read(file);
       if (!store) store = settings.open();
       QVERIFY(!save(*store, key, {true}));
       QCOMPARE(store->keys().size(), openBefore ? 4 : 1);
       QCOMPARE(settings.lines.size(), 1);
       QVERIFY(settings.lines.first().contains(text("newer version")));
+      QVERIFY(openBefore || settings.folder.read(file) == content);
       QCOMPARE(Database(settings).count("TRUE"), SqliteValue(std::int64_t{3}));
     }
   }
@@ -172,6 +180,28 @@ class TestSqliteDefaultsTrouble : public QObject {
       }
       QCOMPARE(settings.open()->objectForKey(key), StoredValue{false});
     }
+  }
+
+  void writerThatKeepsItsLockHoldsUpTheProgramLittleAndIsOutwaited() {
+    SettingsFolder settings;
+    settings.fill(1);
+    FakeClock clock;
+    RetryingDefaultsStore store(clock, settings.path, text("test"),
+                                [&](const QString& line) { settings.lines << line; });
+    Database other(settings);
+    QCOMPARE(other.run("BEGIN IMMEDIATE"), 0);
+    QElapsedTimer sinceAsked;
+    sinceAsked.start();
+    QVERIFY(!save(store, key, {true}) && store.objectForKey(key) == StoredValue{true});
+    clock.advance(2s);
+    QVERIFY2(sinceAsked.elapsed() < 4000, "two attempts");
+    QCOMPARE(settings.lines.size(), 1);
+    other.rollBack();
+    clock.advance(3s);
+    QVERIFY(!settings.open()->objectForKey(key));
+    clock.advance(1s);
+    QCOMPARE(settings.open()->objectForKey(key), StoredValue{true});
+    QCOMPARE(clock.pendingCalls(), 0u);
   }
 
   void fullDiskKeepsTheValuesUntilThereIsRoom() {

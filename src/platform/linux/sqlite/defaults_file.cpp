@@ -41,6 +41,11 @@ DefaultsFile::DefaultsFile(QString path, QString domain)
       m_folder(QFileInfo(m_path).absolutePath()),
       m_domain(std::move(domain)) {}
 
+void DefaultsFile::setPatience(std::chrono::milliseconds patience) {
+  m_patience = patience;
+  m_connection.setPatience(patience);
+}
+
 DefaultsFileOutcome DefaultsFile::open(bool create) {
   close();
   if (!create && !identityNow()) {
@@ -52,7 +57,7 @@ DefaultsFileOutcome DefaultsFile::open(bool create) {
       return {DefaultsFileFault::unavailable, made.error().message};
     }
   }
-  const FolderLock lock(m_folder);
+  const FolderLock lock(m_folder, m_patience);
   const auto mode = create ? SqliteConnection::Mode::create : SqliteConnection::Mode::existing;
   if (const int code = m_connection.open(m_path, mode); code != SQLITE_OK) return closeWith(outcome(code));
   m_identity = identityNow();
@@ -151,7 +156,7 @@ int DefaultsFile::writeRows(const DefaultsChanges& changes) {
 }
 
 Result<std::optional<QString>> DefaultsFile::setAside() {
-  const FolderLock lock(m_folder);
+  const FolderLock lock(m_folder, m_patience);
   const bool mine = isInPlace();
   // Renamed while open: closing a file in place would work its log into it, and remove the log.
   const Result<QString> moved = mine ? halvard::setAside(m_path, companionSuffixes()) : QString();
@@ -162,6 +167,9 @@ Result<std::optional<QString>> DefaultsFile::setAside() {
 }
 
 DefaultsFileOutcome DefaultsFile::prepareFile() {
+  // Before anything is changed: the file may be another program's business.
+  const DefaultsFileOutcome version = checkVersion();
+  if (!version && version.fault != DefaultsFileFault::absent) return version;
   int code = m_connection.run("PRAGMA journal_mode = WAL");
   if (code == SQLITE_OK) code = m_connection.run("PRAGMA synchronous = FULL");
   // A log of 64 pages is 256 KiB: settings are few, the log need not outgrow them.

@@ -34,6 +34,9 @@ class DefaultsFile {
  public:
   DefaultsFile(QString path, QString domain);
 
+  /// How long everything waits for the locks of others, 5 s unless told.
+  void setPatience(std::chrono::milliseconds patience);
+
   const QString& path() const { return m_path; }
   bool isOpen() const { return m_connection.isOpen(); }
 
@@ -75,6 +78,7 @@ class DefaultsFile {
   const QString m_domain;
   SqliteConnection m_connection;
   SqliteStatement m_versionStatement;
+  std::chrono::milliseconds m_patience = std::chrono::seconds(5);
   std::optional<FileIdentity> m_identity;  // of the file opened last
   std::int64_t m_readVersion = 0;
 };

@@ -15,10 +15,12 @@
 #include <cstdio>
 
 namespace halvard {
+
+using namespace std::chrono_literals;
+
 namespace {
 
-constexpr int lockAttempts = 500;
-constexpr std::chrono::milliseconds lockPause{10};
+constexpr std::chrono::milliseconds lockPause = 10ms;
 constexpr int namesTried = 10000;
 
 Error systemError() {
@@ -57,16 +59,14 @@ std::optional<FileIdentity> identityOf(const QByteArray& path) {
 
 Result<void> makePrivateFolder(const QString& folder) {
   const QByteArray path = QFile::encodeName(folder);
-  if (::mkdir(path.constData(), 0700) == 0) {
-    flushFolder(QFileInfo(folder).path());
-    return {};
+  const QString parent = QFileInfo(folder).path();
+  bool isMade = ::mkdir(path.constData(), 0700) == 0;
+  if (!isMade && errno == ENOENT && parent != folder) {
+    if (const Result<void> above = makePrivateFolder(parent); !above) return above;
+    isMade = ::mkdir(path.constData(), 0700) == 0;
   }
-  if (errno == EEXIST) return {};
-  if (errno == ENOENT && QFileInfo(folder).path() != folder) {
-    if (const Result<void> parent = makePrivateFolder(QFileInfo(folder).path()); !parent) return parent;
-    if (::mkdir(path.constData(), 0700) == 0 || errno == EEXIST) return {};
-  }
-  return systemError();
+  if (isMade) flushFolder(parent);
+  return isMade || errno == EEXIST ? Result<void>() : systemError();
 }
 
 Result<QString> setAside(const QString& path, const QStringList& companionSuffixes) {
@@ -83,9 +83,9 @@ Result<QString> setAside(const QString& path, const QStringList& companionSuffix
   return Error{QStringLiteral("too many damaged files beside it")};
 }
 
-FolderLock::FolderLock(const QString& folder)
+FolderLock::FolderLock(const QString& folder, std::chrono::milliseconds patience)
     : m_descriptor(::open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
-  for (int attempt = 0; m_descriptor >= 0 && attempt < lockAttempts; ++attempt) {
+  for (auto waited = 0ms; m_descriptor >= 0 && waited <= patience; waited += lockPause) {
     if (::flock(m_descriptor, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) return;
     std::this_thread::sleep_for(lockPause);
   }

@@ -8,8 +8,6 @@
 namespace halvard {
 namespace {
 
-constexpr int busyTimeoutMilliseconds = 5000;
-
 struct Binder {
   sqlite3_stmt* statement;
   int index;
@@ -107,8 +105,13 @@ int SqliteConnection::open(const QString& path, Mode mode) {
     m_database.reset();
     return code;
   }
-  sqlite3_busy_timeout(database, busyTimeoutMilliseconds);
+  setPatience(m_patience);
   return SQLITE_OK;
+}
+
+void SqliteConnection::setPatience(std::chrono::milliseconds patience) {
+  m_patience = patience;
+  if (m_database) sqlite3_busy_timeout(m_database.get(), static_cast<int>(patience.count()));
 }
 
 void SqliteConnection::close() {

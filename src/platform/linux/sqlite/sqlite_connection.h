@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <chrono>
 #include <memory>
 
 #include "platform/linux/sqlite/stored_value_encoding.h"
@@ -42,7 +43,10 @@ class SqliteConnection {
     readImmutable  ///< no writing, and no file beside it may be written either; changes of others are not seen
   };
 
-  /// An SQLite result code; a failed connection is closed. Waits up to 5 s for the locks of others.
+  /// How long everything waits for the locks of others, from now on.
+  void setPatience(std::chrono::milliseconds patience);
+
+  /// An SQLite result code; a failed connection is closed.
   int open(const QString& path, Mode mode);
   void close();
   bool isOpen() const { return m_database != nullptr; }
@@ -66,6 +70,7 @@ class SqliteConnection {
   };
   std::unique_ptr<sqlite3, Closer> m_database;
   QString m_openError;
+  std::chrono::milliseconds m_patience = std::chrono::seconds(5);
 };
 
 }  // namespace halvard

@@ -9,6 +9,7 @@ namespace {
 
 // A file is replaced at most once by each of a few processes; more than that is not a race but a fault.
 constexpr int writeAttempts = 4;
+constexpr std::chrono::seconds lastPatience{5};
 
 void printToStandardError(const QString& line) {
   std::fprintf(stderr, "halvard: %s\n", line.toLocal8Bit().constData());
@@ -21,12 +22,15 @@ QString defaultsFilePath(const QString& domain) {
   return configuration + QLatin1Char('/') + domain + QStringLiteral("/defaults.db");
 }
 
-SqliteDefaultsStore::SqliteDefaultsStore(const QString& path, const QString& domain, Report report)
+SqliteDefaultsStore::SqliteDefaultsStore(const QString& path, const QString& domain, Report report,
+                                         std::chrono::milliseconds patience)
     : m_file(path, domain), m_report(report ? std::move(report) : printToStandardError) {
+  m_file.setPatience(patience);
   openForReading();
 }
 
 SqliteDefaultsStore::~SqliteDefaultsStore() {
+  m_file.setPatience(lastPatience);
   synchronize();
 }
 
@@ -87,23 +91,27 @@ bool SqliteDefaultsStore::synchronize() {
     } else if (!outcome) {
       reportUnusable(outcome);
       return false;
-    } else if (m_file.isInPlace()) {
-      const std::lock_guard values(m_valuesMutex);
-      std::exchange(m_writing, {}).applyTo(m_committed);
-      m_reported.clear();
+    } else if (m_writing.isEmpty()) {
       return true;
-    } else {
-      m_file.close();  // another process set the file aside: what went into it counts for nothing
     }
   }
   return false;
 }
 
-DefaultsFileOutcome SqliteDefaultsStore::writeOut() {
+// What was written is no longer in m_writing.
+DefaultsFileOutcome SqliteDefaultsStore::writeOut() const {
   if (!m_file.isOpen() || !m_file.isInPlace()) {
     if (DefaultsFileOutcome opened = m_file.open(true); !opened) return opened;
   }
-  return m_file.write(m_writing);
+  DefaultsFileOutcome outcome = m_file.write(m_writing);
+  if (outcome && m_file.isInPlace()) {
+    const std::lock_guard values(m_valuesMutex);
+    std::exchange(m_writing, {}).applyTo(m_committed);
+    m_reported.clear();
+  } else if (outcome) {
+    m_file.close();  // another process set the file aside: what went into it counts for nothing
+  }
+  return outcome;
 }
 
 void SqliteDefaultsStore::refresh() const {
@@ -119,7 +127,7 @@ void SqliteDefaultsStore::openForReading() const {
   const DefaultsFileOutcome outcome = m_file.open(false);
   m_failedIdentity = outcome ? std::nullopt : identity;
   if (outcome) return reload();
-  if (outcome.fault == DefaultsFileFault::damaged) return setAsideDamaged(outcome.message);
+  if (outcome.fault == DefaultsFileFault::damaged) return replaceDamaged(outcome.message);
   DefaultsValues values;
   const bool replaced = outcome.fault == DefaultsFileFault::absent ||
                         (outcome.fault == DefaultsFileFault::unavailable && m_file.readWithoutWriting(values));
@@ -133,13 +141,20 @@ void SqliteDefaultsStore::reload() const {
   DefaultsValues values;
   int unreadableRows = 0;
   const DefaultsFileOutcome outcome = m_file.read(values, unreadableRows);
-  if (outcome.fault == DefaultsFileFault::damaged) return setAsideDamaged(outcome.message);
+  if (outcome.fault == DefaultsFileFault::damaged) return replaceDamaged(outcome.message);
   if (!outcome) return reportUnusable(outcome);
   if (unreadableRows > 0) {
     report(QStringLiteral("settings file %1: %2 values are not understood").arg(m_file.path()).arg(unreadableRows));
   }
   const std::lock_guard lock(m_valuesMutex);
   m_committed.swap(values);
+}
+
+// Found by reading: nobody may write for long.
+void SqliteDefaultsStore::replaceDamaged(const QString& reason) const {
+  setAsideDamaged(reason);
+  if (m_writing.isEmpty()) return;
+  if (const DefaultsFileOutcome outcome = writeOut(); !outcome) reportUnusable(outcome);
 }
 
 void SqliteDefaultsStore::setAsideDamaged(const QString& reason) const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <mutex>
 
@@ -19,23 +20,26 @@ QString defaultsFilePath(const QString& domain);
 /// failure loses them. What was set and never synchronised is written when the store is destroyed.
 ///
 /// Trouble is reported in one line and again only after the file has worked in between:
-///  - damaged file: renamed to "<file>.damaged-<n>"; a new file takes its place, with what this process had read;
-///  - file or folder that cannot be read or written, full disk, file of a newer program: work goes on from memory (with
-///    the values of the file where it can at least be read), synchronize() is false and tries again each time.
+///  - damaged file: renamed to "<file>.damaged-<n>"; a new file takes its place, at once with what this process had
+///  read;
+///  - file or folder that cannot be read or written, full disk: work goes on from memory (with the values of the file
+///    where it can at least be read), synchronize() is false and tries again each time;
+///  - file of a newer program: as before, but the file is not read either.
 class SqliteDefaultsStore : public DefaultsStore {
  public:
   using Report = std::function<void(const QString& line)>;
 
   /// Reads the file when there is one; a missing file or folder (mode 0700) is made by the first synchronize() that has
-  /// something to write. `report` gets the lines about trouble, on any thread; without it they go to stderr.
-  SqliteDefaultsStore(const QString& path, const QString& domain, Report report = {});
+  /// something to write. `report` gets the lines about trouble, on any thread; without it they go to stderr. `patience`
+  /// is how long every call waits for the locks of another process; the destructor waits 5 s in any case.
+  SqliteDefaultsStore(const QString& path, const QString& domain, Report report = {},
+                      std::chrono::milliseconds patience = std::chrono::seconds(5));
   ~SqliteDefaultsStore() override;
 
   std::optional<StoredValue> objectForKey(const QString& key) const override;
   void setObject(const QString& key, StoredValue value) override;
   void removeObject(const QString& key) override;
   QStringList keys() const override;
-  /// Waits up to 5 s while another process writes.
   bool synchronize() override;
   void removePersistentDomain() override;
 
@@ -44,7 +48,8 @@ class SqliteDefaultsStore : public DefaultsStore {
   void refresh() const;
   void openForReading() const;
   void reload() const;
-  DefaultsFileOutcome writeOut();
+  DefaultsFileOutcome writeOut() const;
+  void replaceDamaged(const QString& reason) const;
   void setAsideDamaged(const QString& reason) const;
   void reportUnusable(const DefaultsFileOutcome& outcome) const;
   void report(const QString& trouble) const;
