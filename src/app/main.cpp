@@ -221,6 +221,7 @@ int run(const QStringList& arguments) {
   QObject::connect(&terminationSignals, &TerminationSignals::terminationRequested, &program, &Application::quit);
   if (!openShotState(desktop.clock, program)) return 2;
   if (!program.start(arguments)) return 0;
+  if (!demo) desktop.loginItems.adoptEntries();
   followTray(desktop.clock, desktop.statusItem, program);
   crashWhenAsked(desktop.clock, program);
   return QApplication::exec();

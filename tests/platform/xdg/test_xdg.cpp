@@ -198,6 +198,33 @@ class TestXdg : public QObject {
     QVERIFY(service.isJobRunning(jobs.front().identifier));
   }
 
+  void entryFollowsTheProgramThatWasMoved() {
+    Session session;
+    const QString image = session.write("Old.AppImage", {});
+    const QString later = session.write("New.AppImage", {});
+    const auto serviceOf = [&](const QStringList& command) {
+      return XdgLoginItemService(session.directories, {}, {{identifier, text("Main"), command}}, session.path("proc"));
+    };
+    const auto adopted = [&](const QStringList& command) {
+      serviceOf(command).adoptEntries();
+      const auto entry = parseDesktopEntry(session.read(userEntry));
+      return entry && entry->arguments == command && entry->tryExec == command.first();
+    };
+    const QStringList fromImage{image, kBeLauncher}, fromLater{later, kBeLauncher}, installed{session.program};
+    QVERIFY(!adopted(fromImage) && !QFile::exists(session.path(userEntry)));
+    QVERIFY(serviceOf(fromImage).setEnabled(identifier, true));
+    session.write(userEntry, session.read(userEntry) + "X-GNOME-Autostart-enabled=false\n");
+    QVERIFY(adopted(fromLater));
+    QVERIFY(!parseDesktopEntry(session.read(userEntry))->autostartEnabled);
+    // An installed program leaves alone what works.
+    QVERIFY(!adopted(installed));
+    QFile::remove(later);
+    QVERIFY(adopted(installed) && !adopted(fromImage));
+    QFile::remove(session.program);
+    session.write(userEntry, maskedEntry(session.read(userEntry)));
+    QVERIFY(!adopted(fromImage));
+  }
+
   void runningProgramsAreFoundByTheirFile() {
     Session session;
     QVERIFY(session.service.setEnabled(identifier, true));

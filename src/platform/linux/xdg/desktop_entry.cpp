@@ -59,6 +59,11 @@ QByteArray contentOf(GKeyFile* file) {
   return QByteArray(data.get(), static_cast<qsizetype>(size));
 }
 
+void setCommand(GKeyFile* file, const QStringList& arguments) {
+  setText(file, "Exec", execValue(arguments));
+  setText(file, "TryExec", arguments.value(0));
+}
+
 bool needsQuotes(const QString& argument) {
   static const QString reserved = QStringLiteral(" \t\n\"'\\><~|&;$*?#()`");
   const auto isReserved = [](QChar character) { return reserved.contains(character); };
@@ -121,8 +126,7 @@ QByteArray autostartEntry(const QString& name, const QStringList& arguments) {
   const KeyFile file = emptyFile();
   setText(file.get(), "Type", QStringLiteral("Application"));
   setText(file.get(), "Name", name);
-  setText(file.get(), "Exec", execValue(arguments));
-  setText(file.get(), "TryExec", arguments.value(0));
+  setCommand(file.get(), arguments);
   setText(file.get(), "NoDisplay", QStringLiteral("true"));
   setText(file.get(), "Terminal", QStringLiteral("false"));
   return contentOf(file.get());
@@ -132,6 +136,13 @@ QByteArray maskedEntry(const QByteArray& bytes) {
   KeyFile file = parsedFile(bytes);
   if (!file) file = emptyFile();
   g_key_file_set_boolean(file.get(), group, "Hidden", TRUE);
+  return contentOf(file.get());
+}
+
+QByteArray entryWithCommand(const QByteArray& bytes, const QStringList& arguments) {
+  KeyFile file = parsedFile(bytes);
+  if (!file) file = emptyFile();
+  setCommand(file.get(), arguments);
   return contentOf(file.get());
 }
 

@@ -36,6 +36,9 @@ QByteArray autostartEntry(const QString& name, const QStringList& arguments);
 /// The content with "Hidden=true" added, everything else as it was. What is no desktop entry is replaced.
 QByteArray maskedEntry(const QByteArray& bytes);
 
+/// The content with another command, everything else as it was. What is no desktop entry is replaced.
+QByteArray entryWithCommand(const QByteArray& bytes, const QStringList& arguments);
+
 /// The Exec value of `arguments`, before the escapes every string of the file gets: arguments with reserved characters
 /// in double quotes, percent signs doubled.
 QString execValue(const QStringList& arguments);

@@ -54,6 +54,18 @@ XdgLoginItemService::XdgLoginItemService(AutostartDirectories directories, QStri
       m_jobs(std::move(jobs)),
       m_procRoot(std::move(procRoot)) {}
 
+void XdgLoginItemService::adoptEntries() {
+  for (const LoginJob& job : m_jobs) {
+    const QByteArray content = contentOf(userEntry(job.identifier));
+    const std::optional<DesktopEntry> entry = parseDesktopEntry(content);
+    if (!entry || entry->hidden || entry->arguments == job.command) continue;
+    const bool isGone = resolvedProgram(entry->arguments.value(0)).isEmpty();
+    const bool isOtherImage = job.command.size() > 1 && entry->arguments.mid(1) == job.command.mid(1);
+    const bool isStartable = !resolvedProgram(job.command.value(0)).isEmpty();
+    if (isStartable && (isGone || isOtherImage)) write(job.identifier, entryWithCommand(content, job.command));
+  }
+}
+
 bool XdgLoginItemService::setEnabled(const QString& jobIdentifier, bool enabled) {
   const LoginJob* const job = jobWith(jobIdentifier);
   if (!job || !isFileName(jobIdentifier)) return false;

@@ -30,6 +30,10 @@ class XdgLoginItemService : public LoginItemService {
   XdgLoginItemService(AutostartDirectories directories, QStringList currentDesktops, std::vector<LoginJob> jobs,
                       QString procRoot = QStringLiteral("/proc"));
 
+  /// Has the user's own entries start the jobs of these programs where what they would start is no longer there, or is
+  /// another image of the same program: images are moved, and replaced under other names. For the program's start.
+  void adoptEntries();
+
   /// Disabling removes the user's entry, and masks that of the system where there is one.
   bool setEnabled(const QString& jobIdentifier, bool enabled) override;
   /// In order of the labels.
