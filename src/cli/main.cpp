@@ -104,6 +104,7 @@ int cleanAlone(MemoryCommands& commands, const QStringList& words, const Command
   if (!lock.tryLock() && lock.error() == QLockFile::LockFailedError) {
     return output.fail(QStringLiteral("a cleaning is running already"), kExitFailure);
   }
+  QObject::connect(&commands, &MemoryCommands::cleaned, &commands, [&lock] { lock.unlock(); });
   return commands.runClean(words);
 }
 

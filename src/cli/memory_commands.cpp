@@ -163,6 +163,7 @@ void MemoryCommands::showProgress(double progress) {
 void MemoryCommands::showFinished(const QJsonObject& record, const CleanOptions& options) {
   // The program may clean again while this one waits for the second look.
   if (std::exchange(m_hasFinished, true)) return;
+  Q_EMIT cleaned();
   if (!m_shownBar.isEmpty()) std::fputs("\r\033[K", m_output.err);
   if (!options.json || !options.waits) m_output.print(options.json ? jsonText(record) : cleaning_text::purge(record));
   if (!options.waits) {

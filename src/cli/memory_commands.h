@@ -31,6 +31,8 @@ class MemoryCommands : public QObject {
   void interrupt();
 
  Q_SIGNALS:
+  /// The memory is freed; a second look may follow.
+  void cleaned();
   void ended(int exitCode);
 
  private:

@@ -31,6 +31,11 @@ QJsonArray PurgeHistory::records() const {
   return records;
 }
 
+bool PurgeHistory::isLatest(const QJsonObject& record) const {
+  const QJsonArray known = records();
+  return known.isEmpty() || isSamePurge(known.last().toObject(), record);
+}
+
 void PurgeHistory::put(const QJsonObject& record) {
   QJsonArray known = records();
   const auto same = std::find_if(known.begin(), known.end(),

@@ -21,6 +21,9 @@ class PurgeHistory {
   /// Oldest first. What is stored in another form counts as nothing.
   QJsonArray records() const;
 
+  /// False when one of another `time` has come after it.
+  bool isLatest(const QJsonObject& record) const;
+
   /// Replaces the record of the same `time`, else adds one. Where the latest one and this one tell of purges that found
   /// no way to free anything, this one takes its place: a rule that tries in vain every second leaves one line.
   void put(const QJsonObject& record);

@@ -24,6 +24,7 @@ void PurgeJournal::onPurgeFinished(const PurgeReport& report) {
 }
 
 void PurgeJournal::recheck() {
+  if (!m_history.isLatest(purgeRecord(m_report))) return;
   if (m_snapshot.updateMemoryStatictics() != HostStatistics::kSuccess) return;
   m_report.recheck = recheckOf(m_report, m_after, readLedger(m_snapshot, m_host, m_clock));
   m_history.put(purgeRecord(m_report));

@@ -13,7 +13,8 @@ namespace halvard {
 class ZPPurgeController;
 
 /// Writes the history: each purge of the controller when it has ended, and again a minute later with what is left of
-/// its gain. The second look is dropped when the next purge starts before it, and when the program ends. Main thread.
+/// its gain. The second look is dropped when the next purge starts before it, when another process has purged since,
+/// and when the program ends. Main thread.
 class PurgeJournal : public QObject {
   Q_OBJECT
 
