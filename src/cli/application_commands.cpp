@@ -18,8 +18,8 @@ QString nameOf(const ApplicationEntry& entry) {
   return entry.name.value_or(QStringLiteral("Unknown"));
 }
 
-/// The tray program lists others, not itself.
-bool isThisProgram(const ApplicationEntry& entry) {
+/// One that does not answer.
+bool isTrayProgram(const ApplicationEntry& entry) {
   return entry.url && entry.url->fileName() == application_identity::kBundleIdentifier + QStringLiteral(".desktop");
 }
 
@@ -44,14 +44,16 @@ QString lineOf(const ApplicationEntry& entry) {
 
 }  // namespace
 
-ApplicationCommands::ApplicationCommands(ProcessesManager& processes, const CommandOutput& output)
-    : m_processes(processes), m_output(output) {}
+ApplicationCommands::ApplicationCommands(ProcessesManager& processes, const CommandOutput& output, std::int32_t program)
+    : m_processes(processes), m_output(output), m_program(program) {}
 
 ApplicationList ApplicationCommands::readList() {
   ApplicationEntries others;
   QEventLoop loop;
   m_processes.getTopProcessCompletion(this, [&](const ApplicationList& list) {
-    std::remove_copy_if(list->begin(), list->end(), std::back_inserter(others), isThisProgram);
+    std::remove_copy_if(list->begin(), list->end(), std::back_inserter(others), [this](const ApplicationEntry& entry) {
+      return entry.pid == m_program || isTrayProgram(entry);
+    });
     loop.quit();
   });
   loop.exec();
@@ -104,9 +106,10 @@ int ApplicationCommands::runVerb(Verb verb, const QStringList& arguments) {
                     : verb == Verb::Quit   ? application.terminate()
                                            : application.forceTerminate();
   if (done) return kExitSuccess;
-  return m_output.fail(verb == Verb::Activate ? QStringLiteral("'%1' has no window to bring forward").arg(arguments[0])
-                                              : QStringLiteral("'%1' has ended already").arg(arguments[0]),
-                       kExitFailure);
+  const QString reason = verb == Verb::Activate       ? QStringLiteral("'%1' has no window to bring forward")
+                         : application.isTerminated() ? QStringLiteral("'%1' has ended already")
+                                                      : QStringLiteral("'%1' may not be ended by this user");
+  return m_output.fail(reason.arg(arguments[0]), kExitFailure);
 }
 
 }  // namespace halvard

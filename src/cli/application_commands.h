@@ -2,6 +2,7 @@
 
 #include <QObject>
 #include <QStringList>
+#include <cstdint>
 
 #include "cli/command.h"
 #include "core/result.h"
@@ -19,8 +20,8 @@ class ApplicationCommands : public QObject {
  public:
   enum class Verb { Activate, Quit, Kill };
 
-  /// Both outlive this object.
-  ApplicationCommands(ProcessesManager& processes, const CommandOutput& output);
+  /// Both outlive this object. `program`: the pid of the tray program, which is left out; 0 when it does not run.
+  ApplicationCommands(ProcessesManager& processes, const CommandOutput& output, std::int32_t program = 0);
 
   /// `top [-n N] [--json]`: the N largest applications, all without -n.
   int runTop(const QStringList& arguments);
@@ -33,6 +34,7 @@ class ApplicationCommands : public QObject {
 
   ProcessesManager& m_processes;
   const CommandOutput& m_output;
+  const std::int32_t m_program;
 };
 
 }  // namespace halvard

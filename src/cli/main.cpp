@@ -125,7 +125,8 @@ int runApplicationCommand(const QString& command, const QStringList& words, cons
   LinuxProcessTable table;
   LinuxRunningApplications applications;
   ProcessesManager processes(table, applications, clock);
-  ApplicationCommands commands(processes, output);
+  const DBusControlClient control(QDBusConnection::sessionBus());
+  ApplicationCommands commands(processes, output, control.programPid());
   if (command == QStringLiteral("activate")) return commands.runVerb(ApplicationCommands::Verb::Activate, words);
   if (command == QStringLiteral("quit")) return commands.runVerb(ApplicationCommands::Verb::Quit, words);
   if (command == QStringLiteral("kill")) return commands.runVerb(ApplicationCommands::Verb::Kill, words);

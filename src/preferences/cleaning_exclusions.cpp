@@ -7,9 +7,10 @@
 namespace halvard {
 namespace {
 
+// A comma parts the names where several are shown in one line.
 bool isName(const QString& trimmed) {
-  const auto isControl = [](QChar one) { return one.category() == QChar::Other_Control; };
-  return !trimmed.isEmpty() && std::none_of(trimmed.begin(), trimmed.end(), isControl);
+  const auto isOut = [](QChar one) { return one.category() == QChar::Other_Control || one == QLatin1Char(','); };
+  return !trimmed.isEmpty() && std::none_of(trimmed.begin(), trimmed.end(), isOut);
 }
 
 }  // namespace
@@ -30,7 +31,7 @@ QStringList CleaningExclusions::names() const {
 Result<void> CleaningExclusions::add(const QString& name) {
   const QString wanted = name.trimmed();
   QStringList known = names();
-  if (!isName(wanted)) return Error{QStringLiteral("a name is one line with something in it")};
+  if (!isName(wanted)) return Error{QStringLiteral("a name is one line with something in it and no comma")};
   if (known.contains(wanted, Qt::CaseInsensitive)) return Error{QStringLiteral("'%1' is excluded already").arg(wanted)};
   return save(known << wanted);
 }

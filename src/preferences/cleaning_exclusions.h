@@ -17,7 +17,8 @@ class CleaningExclusions {
 
   /// Sorted. What is stored in another form counts as nothing.
   QStringList names() const;
-  /// An error, and nothing changed, when it is there already or cannot be a name (blank, more than one line).
+  /// An error, and nothing changed, when it is there already or cannot be a name (blank, more than one line,
+  /// with a comma).
   Result<void> add(const QString& name);
   /// An error, and nothing changed, when it is not there.
   Result<void> remove(const QString& name);

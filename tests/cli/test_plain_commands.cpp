@@ -30,11 +30,12 @@ struct Machine {
     table.add(30, 1, text("mail"), 1024);
   }
   QString top(const char* line) {
-    return ran([&](auto& output) { return ApplicationCommands(processes, output).runTop(words(line)); });
+    return ran([&](auto& output) { return ApplicationCommands(processes, output, program).runTop(words(line)); });
   }
   QString run(Verb verb, const char* line) {
     return ran([&](auto& output) { return ApplicationCommands(processes, output).runVerb(verb, words(line)); });
   }
+  std::int32_t program = 0;
   FakeProcessTable table;
   FakeRunningApplications applications;
   FakeClock clock;
@@ -66,6 +67,7 @@ class TestPlainCommands : public QObject {
         {"remove GIMP", "0"},
         {"add Gimp", "halvardctl: 'Gimp' is excluded already\n1"},
         {"remove mail", "halvardctl: 'mail' is not excluded\n1"},
+        {"add a,b", "halvardctl: a name is one line with something in it and no comma\n1"},
     };
     for (const auto& [line, answer] : lines) {
       Store store;
@@ -192,6 +194,8 @@ class TestPlainCommands : public QObject {
     Machine own;
     own.web->url = QUrl::fromLocalFile(text("/usr/share/applications/com.tessmar.Halvard.desktop"));
     QCOMPARE(own.top(""), text("      10    2.00 KB  Mail\n0"));
+    own.program = 10;
+    QCOMPARE(own.top(""), text("0"));
   }
 
   void verbsReachTheApplicationByPidOrName() {
@@ -202,6 +206,10 @@ class TestPlainCommands : public QObject {
     QCOMPARE(machine.mail->terminateRequests, 1);
     QCOMPARE(machine.run(Verb::Kill, "mail"), text("0"));
     QCOMPARE(machine.mail->forceTerminateRequests, 1);
+
+    QCOMPARE(machine.run(Verb::Quit, "10"), text("halvardctl: '10' has ended already\n1"));
+    machine.web->takesSignals = false;
+    QCOMPARE(machine.run(Verb::Quit, "Web"), text("halvardctl: 'Web' may not be ended by this user\n1"));
 
     // Mistakes touch nobody; a helper is no application.
     const auto twin = machine.applications.add(30, text("Mail"));

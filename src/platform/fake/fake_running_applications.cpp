@@ -14,12 +14,12 @@ bool FakeRunningApplication::activate() {
 
 bool FakeRunningApplication::terminate() {
   ++terminateRequests;
-  return !terminated;
+  return takesSignals && !terminated;
 }
 
 bool FakeRunningApplication::forceTerminate() {
   ++forceTerminateRequests;
-  return !terminated.exchange(true);
+  return takesSignals && !terminated.exchange(true);
 }
 
 void FakeRunningApplications::update(const std::vector<ProcessRecord>&) {

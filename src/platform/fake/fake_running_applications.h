@@ -27,6 +27,8 @@ class FakeRunningApplication : public RunningApplication {
   std::optional<QString> iconName;
   std::optional<QUrl> url;
   std::atomic<bool> terminated = false;
+  /// False: another user's.
+  bool takesSignals = true;
 
   /// Requests so far. terminate() changes nothing else; forceTerminate() sets `terminated`.
   int activations = 0;

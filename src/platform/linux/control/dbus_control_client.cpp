@@ -3,6 +3,7 @@
 #include <QDBusArgument>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
+#include <QDBusReply>
 #include <QDBusServiceWatcher>
 
 #include "platform/linux/control/control_names.h"
@@ -37,6 +38,12 @@ DBusControlClient::DBusControlClient(QDBusConnection bus) : m_bus(std::move(bus)
 
 bool DBusControlClient::isProgramRunning() const {
   return m_bus.isConnected() && m_bus.interface()->isServiceRegistered(control_names::kService);
+}
+
+std::int32_t DBusControlClient::programPid() const {
+  if (!m_bus.isConnected()) return 0;
+  const QDBusReply<uint> pid = m_bus.interface()->servicePid(control_names::kService);
+  return pid.isValid() ? static_cast<std::int32_t>(pid.value()) : 0;
 }
 
 QDBusMessage DBusControlClient::call(const QString& method, const QVariantList& arguments) {

@@ -2,6 +2,7 @@
 
 #include <QDBusConnection>
 #include <QVariantMap>
+#include <cstdint>
 
 #include "platform/ports/control_channel.h"
 
@@ -17,6 +18,8 @@ class DBusControlClient : public ControlClient {
   explicit DBusControlClient(QDBusConnection bus);
 
   bool isProgramRunning() const override;
+  /// 0 when no program answers.
+  std::int32_t programPid() const;
   Result<QJsonObject> status() override;
   Result<bool> startCleaning() override;
   Result<void> showPanel() override;
