@@ -41,13 +41,22 @@ int showOne(const std::vector<NamedPreference>& preferences, const Values& value
 /// A program that cannot write its settings goes on with them in memory, and says so where nobody may look.
 int changeInProgram(const QStringList& words, DefaultsStore& store, ControlClient& control,
                     const CommandOutput& output) {
+  const auto valueIn = [&](const Result<Values>& values) { return values ? values.value()[words[0]] : QString(); };
+  const QString before = valueIn(control.preferences());
   const Result<void> changed = control.setPreference(words[0], words[1]);
   if (!changed) return output.fail(changed.error().message, kExitUsage);
-  const Result<Values> there = control.preferences();
+  const QString there = valueIn(control.preferences());
   NoSwitch startAtLogin;
-  PreferencesModel stored(store, startAtLogin);
-  if (there && preferenceValues(preferenceList(stored))[words[0]] == there.value()[words[0]]) return kExitSuccess;
-  return output.fail(QStringLiteral("changed until the program ends; the settings could not be written"), kExitFailure);
+  PreferencesModel model(store, startAtLogin);
+  const QString stored = valueIn(preferenceValues(preferenceList(model)));
+  if (stored == there) return kExitSuccess;
+  if (there == before) {
+    return output.fail(QStringLiteral("the program has this value already, but '%1' is stored: another program changed "
+                                      "it, or the settings could not be written")
+                           .arg(stored),
+                       kExitFailure);
+  }
+  return output.fail(QStringLiteral("changed in the program, which could not write its settings yet"), kExitFailure);
 }
 
 int changeOne(const std::vector<NamedPreference>& preferences, const QStringList& words, DefaultsStore& store,
