@@ -39,7 +39,8 @@ class RunningApplication {
   /// True from the moment the process ends, also while its parent has not asked for its status.
   virtual bool isTerminated() const = 0;
 
-  /// Brings its windows to the front, or starts the application again when it has none. False when neither worked.
+  /// Brings its windows to the front, or starts the application again when it has none or has ended. False when neither
+  /// worked.
   virtual bool activate() = 0;
   /// Asks the application to quit; it may ask about unsaved work, or refuse. False when it has already ended.
   virtual bool terminate() = 0;

@@ -102,7 +102,9 @@ std::shared_ptr<RunningApplication> ProcessTableviewController::getClickedRunnin
 }
 
 void ProcessTableviewController::doubleClickAction(int row) {
-  menuActivatePressed(getClickedRunningApplication(row));
+  // One that has ended meanwhile as well: it starts again.
+  const ApplicationEntry* entry = m_model.entryAt(row);
+  if (entry && entry->app) entry->app->activate();
 }
 
 void ProcessTableviewController::menuActivatePressed(const std::shared_ptr<RunningApplication>& application) {

@@ -53,9 +53,8 @@ std::optional<QUrl> LinuxApplication::bundleURL() const {
 }
 
 bool LinuxApplication::activate() {
-  if (isTerminated()) return false;
   const NamedApplication current = description();
-  if (m_windows->activate(current.windowOwners)) return true;
+  if (!isTerminated() && m_windows->activate(current.windowOwners)) return true;
   return current.entry && InstalledApplications::launch(current.entry->file);
 }
 
