@@ -19,6 +19,7 @@ struct GlibFree {
   void operator()(void* memory) const { ::g_free(memory); }
   void operator()(char** strings) const { ::g_strfreev(strings); }
   void operator()(GDesktopAppInfo* object) const { ::g_object_unref(object); }
+  void operator()(GKeyFile* file) const { ::g_key_file_free(file); }
 };
 template <class T>
 using Owned = std::unique_ptr<T, GlibFree>;
@@ -67,13 +68,21 @@ InstalledApplication readEntry(GDesktopAppInfo* info) {
   return entry;
 }
 
+// Asked of the file: GIO takes no entry that has no more than this line.
+bool isMarkedAsDeleted(const QByteArray& path) {
+  const Owned<GKeyFile> file(::g_key_file_new());
+  return ::g_key_file_load_from_file(file.get(), path.constData(), G_KEY_FILE_NONE, nullptr) &&
+         ::g_key_file_get_boolean(file.get(), G_KEY_FILE_DESKTOP_GROUP, G_KEY_FILE_DESKTOP_KEY_HIDDEN, nullptr);
+}
+
 // Nothing when the file describes no application, or one whose program is not installed. An entry marked as deleted
 // keeps its place, because it hides those of the same id in later folders.
 std::optional<InstalledApplication> readFile(const QString& path) {
-  const Owned<GDesktopAppInfo> info(::g_desktop_app_info_new_from_filename(QFile::encodeName(path).constData()));
-  if (!info) return std::nullopt;
-  const bool isDeleted = ::g_desktop_app_info_get_is_hidden(info.get());
-  return isDeleted ? InstalledApplication() : readEntry(info.get());
+  const QByteArray file = QFile::encodeName(path);
+  const Owned<GDesktopAppInfo> info(::g_desktop_app_info_new_from_filename(file.constData()));
+  const bool isDeleted = info ? ::g_desktop_app_info_get_is_hidden(info.get()) : isMarkedAsDeleted(file);
+  if (isDeleted) return InstalledApplication();
+  return info ? std::optional(readEntry(info.get())) : std::nullopt;
 }
 
 // Variables may name a folder with a slash at its end; the paths of entries are compared.

@@ -80,6 +80,8 @@ class TestGio : public QObject {
                       "Name=B\nExec=env X=1 sh --flag %f @@u %U @@ word\nNoDisplay=true\nTerminal=true\n");
     folder.writeEntry("system/masked.desktop", "Name=Masked\nExec=/bin/sh\n");
     folder.writeEntry("user/masked.desktop", "Name=Masked\nExec=/bin/sh\nHidden=true\n");
+    folder.writeEntry("system/bare.desktop", "Name=Masked\nExec=/bin/sh\n");
+    folder.write("user/bare.desktop", "[Desktop Entry]\nHidden=true\n");
     folder.writeEntry("system/gone.desktop", "Name=Gone\nExec=/nonexistent/program\n");
     folder.writeEntry("system/broken.desktop", "Exec");
     folder.writeEntry("autostart/a.desktop", "Name=Started\nExec=/bin/sh\n");
@@ -96,7 +98,7 @@ class TestGio : public QObject {
     const auto b = index->byIds(texts({"kde-b"}));
     QVERIFY(b && b->hidden && b->inTerminal && b->program.endsWith("/sh") && b->program.startsWith('/'));
     QCOMPARE(b->arguments, (QByteArrayList{"--flag", "word"}));
-    for (const char* missing : {"masked", "gone", "broken", "b"})
+    for (const char* missing : {"masked", "bare", "gone", "broken", "b"})
       QVERIFY2(!index->byIds(texts({missing})), missing);
     const auto c = index->byIds(texts({"C"}));
     QVERIFY(c && c->autostartOnly && !c->isVisible());
