@@ -50,7 +50,8 @@ std::optional<double> parseFraction(QString text) {
 }
 
 QString intervalText(double seconds) {
-  const auto whole = static_cast<qint64>(seconds);
+  const bool isCountable = seconds > 0 && seconds < 1e15;
+  const auto whole = static_cast<qint64>(isCountable ? seconds : 0);
   if (whole <= 0 || static_cast<double>(whole) != seconds || whole % 60 != 0)
     return QString::number(seconds) + QLatin1Char('s');
   const QString hours = whole >= 3600 ? QStringLiteral("%1h").arg(whole / 3600) : QString();

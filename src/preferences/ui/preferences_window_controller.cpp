@@ -1,6 +1,8 @@
 #include "preferences/ui/preferences_window_controller.h"
 
 #include <QLabel>
+#include <algorithm>
+#include <cmath>
 #include <utility>
 
 #include "login/run_at_login_manager.h"
@@ -26,8 +28,10 @@ void show(CheckBox& box, bool checked) {
   if (box.isChecked() != checked) box.setChecked(checked);
 }
 
+/// Of whatever number is stored.
 int percent(double fraction) {
-  return static_cast<int>(fraction * 100);
+  constexpr double kMost = 1e6;
+  return std::isnan(fraction) ? 0 : static_cast<int>(std::clamp(fraction, -kMost, kMost) * 100);
 }
 
 QString percentText(double fraction) {

@@ -133,6 +133,8 @@ class TestPreferencesWindow : public QObject {
     QCOMPARE(namelessControls(window).join(u' '), QString());
     desk.model.cpuUsageLimitToAutofree().setValue(0.3);
     QCOMPARE(window.cpuUsageSlider->accessibleDescription(), text("30%"));
+    desk.model.cpuUsageLimitToAutofree().setValue(qQNaN());
+    QCOMPARE(window.cpuUsageSlider->accessibleDescription(), text("0%"));
   }
 
   void formerStartAtLoginIsCarriedOver() {
