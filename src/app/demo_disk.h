@@ -15,6 +15,7 @@ class DemoFolderReader : public FolderReader {
  public:
   std::unique_ptr<OpenFolder> open(const QByteArray& path) const override;
   std::optional<EntryAttributes> attributes(const QByteArray&) const override { return {}; }
+  std::optional<std::uint64_t> mountOf(const QByteArray&) const override { return {}; }
   std::optional<QByteArray> canonicalPath(const QByteArray& path) const override { return path; }
 
   std::map<QByteArray, ByteCount> sizes;

@@ -87,44 +87,53 @@ void QuestionVisitor::visitEntry(const WalkedFolder& folder, const FolderEntry& 
   });
 }
 
-}  // namespace
+/// Where the walk meets what `path` names.
+QByteArray placeOf(const QByteArray& path, const std::vector<MountAlias>& aliases) {
+  for (const MountAlias& alias : aliases) {
+    if (path == alias.mounted || path_utilities::isParentPathForPath(alias.mounted, path))
+      return (alias.entered == "/" ? QByteArray() : alias.entered) + path.mid(alias.mounted.size());
+  }
+  return path;
+}
 
-/// Where to read what `scope` names: itself, or where the walk meets it, and what is mounted below it from elsewhere.
-std::vector<QByteArray> MetadataPass::placesOf(const QByteArray& scope, const std::vector<MountAlias>& aliases) const {
-  std::optional<QByteArray> path = m_reader.canonicalPath(scope);
-  if (!path) return {};
+/// Where it meets what is mounted below `path` from elsewhere.
+std::vector<QByteArray> placesBelow(const QByteArray& path, const std::vector<MountAlias>& aliases) {
   std::vector<QByteArray> places;
   for (const MountAlias& alias : aliases) {
-    if (path_utilities::isParentPathForPath(*path == "/" ? QByteArrayView("") : *path, alias.mounted))
+    if (path_utilities::isParentPathForPath(path == "/" ? QByteArrayView("") : path, alias.mounted))
       places.push_back(alias.entered);
   }
-  for (const MountAlias& alias : aliases) {
-    if (*path == alias.mounted || path_utilities::isParentPathForPath(alias.mounted, *path)) {
-      path = (alias.entered == "/" ? QByteArray() : alias.entered) + path->mid(alias.mounted.size());
-      break;
-    }
-  }
-  places.push_back(*path);
   return places;
 }
 
-ScopeTree MetadataPass::scopesOf(const std::vector<MetadataQuestion>& questions,
+}  // namespace
+
+ScopeTree MetadataPass::scopesOf(const std::vector<MetadataQuestion>& questions, const MountRules& rules,
                                  std::vector<std::vector<PackedFiles>>& found) const {
   ScopeTree scopes;
   for (const QByteArray& layer : m_mounts.hiddenLayers()) {
     if (const auto path = m_reader.canonicalPath(layer)) scopes.addHidden(*path);
   }
   const std::vector<MountAlias> aliases = m_mounts.aliases();
+  const auto isEntered = [&](const QByteArray& place) {
+    const auto mount = m_reader.mountOf(place);
+    return mount && rules.entersMount(*mount);
+  };
   for (std::size_t index = 0; index < questions.size(); ++index) {
+    const FileMetadataPredicate& predicate = questions[index].predicate;
     PackedFiles single;
     for (const QByteArray& scope : questions[index].scopes) {
-      const auto attributes = m_reader.attributes(scope);
-      const FileMetadataPredicate& predicate = questions[index].predicate;
-      if (attributes && attributes->type == EntryType::File) {
-        if (!predicate.applications && matches(predicate, attributes->size)) single.add(scope, attributes->size);
-      } else {
-        for (const QByteArray& place : placesOf(scope, aliases))
-          scopes.addScope(place, bit(index));
+      const auto path = m_reader.canonicalPath(scope);
+      if (!path) continue;
+      for (const QByteArray& place : placesBelow(*path, aliases))
+        scopes.addScope(place, bit(index));
+      const QByteArray place = placeOf(*path, aliases);
+      if (!isEntered(place)) continue;
+      const auto attributes = m_reader.attributes(place);
+      if (!attributes || attributes->type != EntryType::File) {
+        scopes.addScope(place, bit(index));
+      } else if (!predicate.applications && matches(predicate, attributes->size)) {
+        single.add(place, attributes->size);
       }
     }
     found[index].push_back(std::move(single));
@@ -157,8 +166,8 @@ std::vector<std::shared_ptr<FileMetadataResults>> MetadataPass::run(const std::v
                                                                     std::atomic<std::uint64_t>& seen,
                                                                     std::stop_token stop) const {
   std::vector<std::vector<PackedFiles>> found(questions.size());
-  const ScopeTree scopes = scopesOf(questions, found);
   const auto rules = m_mounts.rules();
+  const ScopeTree scopes = scopesOf(questions, *rules, found);
   std::vector<std::unique_ptr<QuestionVisitor>> visitors;
   std::vector<TreeVisitor*> asTreeVisitors;
   for (int thread = 0; thread < std::max(m_threads, 1); ++thread) {

@@ -35,8 +35,7 @@ class MetadataPass {
                                                         std::atomic<std::uint64_t>& seen, std::stop_token stop) const;
 
  private:
-  std::vector<QByteArray> placesOf(const QByteArray& scope, const std::vector<MountAlias>& aliases) const;
-  ScopeTree scopesOf(const std::vector<MetadataQuestion>& questions,
+  ScopeTree scopesOf(const std::vector<MetadataQuestion>& questions, const MountRules& rules,
                      std::vector<std::vector<PackedFiles>>& found) const;
   void addApplications(std::vector<PackedFiles>& found, std::stop_token stop) const;
 

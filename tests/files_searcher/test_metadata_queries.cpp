@@ -106,6 +106,21 @@ class TestMetadataQueries : public QObject {
     QCOMPARE(other.paths, (QList<QByteArray>{tree.at("disk/data/file"), tree.at("home/other/file")}));
   }
 
+  void scopesOnAMountThatIsNotEnteredAreLeftOut() {
+    Search search;
+    const QByteArray scope = "/proc/sys/vm", file = "/proc/meminfo";
+    const auto mount = search.reader.mountOf(scope);
+    QVERIFY(mount && mount == search.reader.mountOf(file) && mount != search.reader.mountOf(search.tree.path()));
+    for (const bool enters : {true, false}) {
+      if (!enters) search.mounts.refused = {*mount};
+      Answer below, single;
+      const auto first = search.start({scope}, {}, below);
+      const auto second = search.start({file}, {}, single);
+      QTRY_VERIFY(below.finished && single.finished);
+      QVERIFY(below.paths.isEmpty() == !enters && single.paths.isEmpty() == !enters);
+    }
+  }
+
   void queriesThatAPassCannotTakeWaitForTheNext() {
     Search search;
     search.tree.addFile("file", 10);

@@ -27,9 +27,13 @@ class FakeQuery : public FileMetadataQuery {
   std::shared_ptr<int> alive = std::make_shared<int>();
 };
 
-class EveryMount : public MountRules {
+class OtherMounts : public MountRules {
  public:
-  bool entersMount(std::uint64_t) const override { return true; }
+  explicit OtherMounts(std::set<std::uint64_t> refused) : m_refused(std::move(refused)) {}
+  bool entersMount(std::uint64_t id) const override { return !m_refused.contains(id); }
+
+ private:
+  const std::set<std::uint64_t> m_refused;
 };
 
 }  // namespace
@@ -57,7 +61,7 @@ std::optional<QByteArray> FakeFolderAccess::resolveBookmark(const QByteArray& bo
 }
 
 std::unique_ptr<MountRules> FakeSearchMounts::rules() const {
-  return std::make_unique<EveryMount>();
+  return std::make_unique<OtherMounts>(refused);
 }
 
 std::unique_ptr<FileMetadataQuery> FakeFileMetadataQueries::startQuery(std::vector<QByteArray> scopes,

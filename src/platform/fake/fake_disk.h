@@ -65,7 +65,7 @@ class FakeFolderAccess : public FolderAccess {
   bool refusesBookmarks = false;
 };
 
-/// Enters everything.
+/// Enters everything but what is refused.
 class FakeSearchMounts : public SearchMounts {
  public:
   std::unique_ptr<MountRules> rules() const override;
@@ -74,6 +74,7 @@ class FakeSearchMounts : public SearchMounts {
   std::optional<std::uint64_t> entriesAtPath(const QByteArray&) const override { return entries; }
   std::vector<MountAlias> elsewhere;
   std::vector<QByteArray> hidden;
+  std::set<std::uint64_t> refused;
   std::optional<std::uint64_t> entries;
 };
 

@@ -82,6 +82,10 @@ class FolderReader {
     return [] {};
   }
 
+  /// The mount that `path` itself stands on, by the number that MountRules know, without waiting for what is mounted
+  /// there; nothing when there is no such path.
+  virtual std::optional<std::uint64_t> mountOf(const QByteArray& path) const = 0;
+
   /// The path without links, "." and ".."; nothing when it does not exist.
   virtual std::optional<QByteArray> canonicalPath(const QByteArray& path) const = 0;
 };

@@ -26,6 +26,8 @@ namespace {
 constexpr std::size_t kBufferSize = 32 * 1024;
 constexpr int kOpenFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK;
 constexpr int kLookFlags = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT;
+/// With these a file system answers from what it has at hand, where the server of it may be dead.
+constexpr int kGlanceFlags = kLookFlags | AT_STATX_DONT_SYNC;
 constexpr unsigned int kAttributeMask = STATX_TYPE | STATX_BLOCKS | STATX_SIZE | STATX_NLINK;
 
 /// The record of the kernel's getdents64; the name follows in place.
@@ -182,7 +184,7 @@ std::unique_ptr<OpenFolder> LinuxOpenFolder::openFolder(const char* name, const 
 
 std::unique_ptr<OpenFolder> LinuxOpenFolder::openAfterAsking(const char* name, const MountRules* rules) const {
   struct statx found;
-  if (::statx(m_descriptor.get(), name, kLookFlags, STATX_TYPE | STATX_MNT_ID, &found) != 0) return nullptr;
+  if (::statx(m_descriptor.get(), name, kGlanceFlags, STATX_TYPE | STATX_MNT_ID, &found) != 0) return nullptr;
   if (!S_ISDIR(found.stx_mode) || (found.stx_attributes & STATX_ATTR_AUTOMOUNT) != 0) return nullptr;
   const bool otherMount = found.stx_mnt_id != m_mount.id;
   if (otherMount && (!rules || !rules->entersMount(found.stx_mnt_id))) return nullptr;
@@ -205,6 +207,12 @@ std::unique_ptr<OpenFolder> LinuxFolderReader::open(const QByteArray& path) cons
 
 std::optional<EntryAttributes> LinuxFolderReader::attributes(const QByteArray& path) const {
   return attributesAt(AT_FDCWD, path.constData());
+}
+
+std::optional<std::uint64_t> LinuxFolderReader::mountOf(const QByteArray& path) const {
+  struct statx found;
+  if (::statx(AT_FDCWD, path.constData(), kGlanceFlags, STATX_MNT_ID, &found) != 0) return {};
+  return found.stx_mnt_id;
 }
 
 std::optional<QByteArray> LinuxFolderReader::canonicalPath(const QByteArray& path) const {

@@ -9,6 +9,7 @@ class LinuxFolderReader : public FolderReader {
  public:
   std::unique_ptr<OpenFolder> open(const QByteArray& path) const override;
   std::optional<EntryAttributes> attributes(const QByteArray& path) const override;
+  std::optional<std::uint64_t> mountOf(const QByteArray& path) const override;
   std::optional<QByteArray> canonicalPath(const QByteArray& path) const override;
   /// Moves the thread away from the processor of the first one: where there are few processors, the scheduler often
   /// begins a thread where its maker runs, and takes milliseconds to separate the two.
