@@ -12,11 +12,10 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstddef>
 #include <cstdlib>
-#include <cstring>
 #include <utility>
 
+#include "platform/linux/files/folder_records.h"
 #include "platform/linux/files/mount_table.h"
 #include "platform/linux/procfs/file_descriptor.h"
 
@@ -29,17 +28,6 @@ constexpr int kLookFlags = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT;
 /// With these a file system answers from what it has at hand, where the server of it may be dead.
 constexpr int kGlanceFlags = kLookFlags | AT_STATX_DONT_SYNC;
 constexpr unsigned int kAttributeMask = STATX_TYPE | STATX_BLOCKS | STATX_SIZE | STATX_NLINK;
-
-/// The record of the kernel's getdents64; the name follows in place.
-struct DirectoryRecord {
-  std::uint64_t inode;
-  std::int64_t offset;
-  std::uint16_t length;
-  std::uint8_t type;
-};
-constexpr std::size_t kNameOffset = offsetof(DirectoryRecord, type) + 1;
-/// With a name of 255 bytes and its zero, in units of eight.
-constexpr std::size_t kLongestRecord = (kNameOffset + 256 + 7) / 8 * 8;
 
 EntryType typeOfMode(std::uint16_t mode) {
   if (S_ISDIR(mode)) return EntryType::Folder;
@@ -95,24 +83,18 @@ bool neverMountsByItself(decltype(statfs::f_type) fileSystem) {
   }
 }
 
-/// Those whose listing goes on until the buffer is full or the folder is over, and never stops in between.
-bool fillsBatches(decltype(statfs::f_type) fileSystem) {
-  return fileSystem == EXT4_SUPER_MAGIC || fileSystem == TMPFS_MAGIC || fileSystem == BTRFS_SUPER_MAGIC;
-}
-
 /// What is the same for all folders of one mount.
 struct MountTraits {
   std::uint64_t id;
   /// A folder can be opened without asking first whether opening it would mount something: the kernel then refuses
   /// mount points by itself, which saves a call a folder.
   bool opensBlindly;
-  /// A batch with room for one more name was the last, which saves another call a folder.
-  bool fillsBatches;
+  decltype(statfs::f_type) fileSystem;
 };
 
 MountTraits traitsOfMount(int folder, std::uint64_t id) {
   const auto fileSystem = fileSystemOf(folder);
-  return {id, neverMountsByItself(fileSystem) && !mountHasAutomounts(id), fillsBatches(fileSystem)};
+  return {id, neverMountsByItself(fileSystem) && !mountHasAutomounts(id), fileSystem};
 }
 
 class LinuxOpenFolder : public OpenFolder {
@@ -141,15 +123,12 @@ bool LinuxOpenFolder::nextBatch(FolderBatch& batch) {
   if (!batch.buffer) batch.buffer = std::make_unique_for_overwrite<std::byte[]>(kBufferSize);
   const long length = ::syscall(SYS_getdents64, m_descriptor.get(), batch.buffer.get(), kBufferSize);
   if (length <= 0) return false;
-  m_isOver = m_mount.fillsBatches && kBufferSize - static_cast<std::size_t>(length) >= kLongestRecord;
-  for (std::byte *at = batch.buffer.get(), *const end = at + length; at < end;) {
-    DirectoryRecord record;
-    std::memcpy(&record, at, sizeof record);
-    const char* const name = reinterpret_cast<const char*>(at) + kNameOffset;
-    at += record.length;
-    if (name[0] == '.' && (name[1] == '\0' || (name[1] == '.' && name[2] == '\0'))) continue;
-    batch.entries.push_back({std::string_view(name), typeOf(record.type, name)});
-  }
+  const std::span records(batch.buffer.get(), static_cast<std::size_t>(length));
+  const std::int64_t goesOnAt = folder_records::forEach(records, [&](const char* name, std::uint8_t type) {
+    batch.entries.push_back({std::string_view(name), typeOf(type, name)});
+  });
+  // Saves the call that would find nothing more.
+  m_isOver = folder_records::endsFolder(goesOnAt, m_mount.fileSystem);
   return true;
 }
 

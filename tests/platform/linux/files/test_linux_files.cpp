@@ -1,17 +1,25 @@
 #include <fcntl.h>
 #include <glib.h>
+#include <linux/magic.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
 #include <QtTest>
+#include <array>
+#include <limits>
 
 #include "files_searcher/disk_tree.h"
+#include "platform/linux/files/folder_records.h"
 #include "platform/linux/files/linux_application_catalog.h"
 #include "platform/linux/files/linux_folder_access.h"
 #include "platform/linux/files/linux_last_used_dates.h"
 #include "platform/linux/files/linux_search_mounts.h"
 #include "platform/linux/files/package_sizes.h"
+#include "platform/linux/files/xdg_standard_folders.h"
+#include "platform/linux/procfs/file_descriptor.h"
 #include "support/test_folder.h"
 
 using namespace halvard;
@@ -77,6 +85,40 @@ class TestLinuxFiles : public QObject {
     QVERIFY(!resolvedInAnother);
   }
 
+  void listingThatEndedEarlyIsNotTakenForTheLast() {
+    using folder_records::endsFolder;
+    constexpr std::int64_t last = std::numeric_limits<std::int64_t>::max(), last32 = 0x7fffffff;
+    for (const std::int64_t other : {std::int64_t{0}, last - 1, last32 - 1, std::int64_t{0x568deae4640e05f6}})
+      QVERIFY(!endsFolder(other, EXT4_SUPER_MAGIC) && !endsFolder(other, BTRFS_SUPER_MAGIC));
+    QVERIFY(endsFolder(last, BTRFS_SUPER_MAGIC) && endsFolder(last32, BTRFS_SUPER_MAGIC));
+    QVERIFY(endsFolder(last, EXT4_SUPER_MAGIC) && !endsFolder(last32, EXT4_SUPER_MAGIC));
+    QVERIFY(!endsFolder(last, XFS_SUPER_MAGIC) && !endsFolder(last, TMPFS_MAGIC));
+  }
+
+  void lastListingOfAFolderIsKnownByItsLastRecord() {
+    DiskTree tree("/var/tmp");
+    struct statfs system {};
+    QCOMPARE(::statfs(tree.path().constData(), &system), 0);
+    if (system.f_type != EXT4_SUPER_MAGIC && system.f_type != BTRFS_SUPER_MAGIC) QSKIP("neither ext4 nor btrfs here");
+    for (const int names : {0, 1, 500}) {
+      for (int name = 0; name < names; ++name)
+        tree.addFile("file" + QByteArray::number(name), 0);
+      const FileDescriptor folder(::open(tree.path().constData(), O_RDONLY | O_DIRECTORY));
+      // Small, so that the folder takes many calls.
+      alignas(8) std::array<std::byte, 1024> buffer;
+      bool ended = false;
+      int seen = 0;
+      while (!ended) {
+        const long length = ::syscall(SYS_getdents64, folder.get(), buffer.data(), buffer.size());
+        QVERIFY2(length > 0, "the end went unseen");
+        const std::int64_t goesOnAt = folder_records::forEach(std::span(buffer).first(static_cast<std::size_t>(length)),
+                                                              [&](const char*, std::uint8_t) { ++seen; });
+        ended = folder_records::endsFolder(goesOnAt, system.f_type);
+      }
+      QCOMPARE(seen, names);
+    }
+  }
+
   void searchEntersLocalDisksOnceEach() {
     const LinuxSearchMounts mounts(HALVARD_FIXTURES "/mountinfo");
     const auto rules = mounts.rules();
@@ -106,6 +148,20 @@ class TestLinuxFiles : public QObject {
     QVERIFY(rules->entersMount(21) && rules->entersMount(40) && !rules->entersMount(41));
     QCOMPARE(mounts.aliases().at(0).entered, QByteArray("/sysroot/deploy/var"));
     QCOMPARE(mounts.hiddenLayers(), std::vector<QByteArray>{"/sysroot/deploy/1"});
+  }
+
+  void downloadsAreNeverTheWholeHome() {
+    const TestFolder folder;
+    const QByteArray before = qgetenv("XDG_CONFIG_HOME");
+    qputenv("XDG_CONFIG_HOME", folder.path().toUtf8());
+    const XdgStandardFolders folders;
+    const QByteArray usual = folders.findHomeDirectory() + "/Downloads";
+    for (const auto& [line, expected] :
+         {std::pair("XDG_DOWNLOAD_DIR=\"$HOME/\"\n", usual), {"", usual}, {"XDG_DOWNLOAD_DIR=\"/data\"\n", "/data"}}) {
+      folder.write("user-dirs.dirs", line);
+      QCOMPARE(folders.downloads(), expected);
+    }
+    before.isNull() ? qunsetenv("XDG_CONFIG_HOME") : qputenv("XDG_CONFIG_HOME", before);
   }
 
   void lastUseIsTheRecordedOneThenTheFileSystems() {
