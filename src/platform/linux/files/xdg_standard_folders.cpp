@@ -1,5 +1,6 @@
 #include "platform/linux/files/xdg_standard_folders.h"
 
+#include <QDir>
 #include <QFile>
 #include <QStandardPaths>
 
@@ -28,7 +29,10 @@ QByteArray XdgStandardFolders::cache() const {
 }
 
 QByteArray XdgStandardFolders::downloads() const {
-  return standardPath(QStandardPaths::DownloadLocation);
+  const QByteArray path = standardPath(QStandardPaths::DownloadLocation);
+  // The desktop names the home folder itself when the user deleted the one for downloads.
+  const bool isHome = path.isEmpty() || QDir(QFile::decodeName(path)) == QDir::home();
+  return isHome ? findHomeDirectory() + "/Downloads" : path;
 }
 
 QByteArray XdgStandardFolders::trash() const {
