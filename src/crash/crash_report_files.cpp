@@ -3,6 +3,8 @@
 #include <QDir>
 #include <QSaveFile>
 
+#include <algorithm>
+
 #include "crash/handler/crash_handler.h"
 
 namespace halvard {
@@ -32,13 +34,15 @@ Result<void> CrashReportFiles::save(const QString& name, const QString& report) 
   const bool saved = makeFolder() && file.open(QIODevice::WriteOnly) && file.setPermissions(kOwnerOnly) &&
                      file.write(bytes) == bytes.size() && file.commit();
   if (!saved) return Error{file.errorString()};
-  prune(kKeptReports);
+  prune(kKeptReports, name);
   return {};
 }
 
-void CrashReportFiles::prune(int kept) const {
+void CrashReportFiles::prune(int kept, const QString& present) const {
   QDir folder(m_folder);
-  const QStringList reports = folder.entryList({pattern(crash_handler::kReportExtension)}, QDir::Files, QDir::Name);
+  QStringList reports = folder.entryList({pattern(crash_handler::kReportExtension)}, QDir::Files, QDir::Name);
+  // The clock was set back since these were written: they are older than they say.
+  std::stable_partition(reports.begin(), reports.end(), [&](const QString& report) { return report > present; });
   for (qsizetype index = 0; index + kept < reports.size(); ++index)
     folder.remove(reports[index]);
 }

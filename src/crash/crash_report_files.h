@@ -24,8 +24,9 @@ class CrashReportFiles {
   /// Writes a report of that name, whole or not at all, and removes the oldest above kKeptReports.
   Result<void> save(const QString& name, const QString& report) const;
 
-  /// Removes the oldest reports above `kept`.
-  void prune(int kept) const;
+  /// Removes the oldest reports above `kept`, first those whose name is later than `present`, the name of a report of
+  /// this time.
+  void prune(int kept, const QString& present) const;
 
   /// How many crashes were reported without being counted since the last call. Each counts once, whoever asks.
   int takeUncounted() const;

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <utility>
 
+#include "core/clock.h"
 #include "crash/crash_report_files.h"
 #include "crash/handler/crash_handler.h"
 
@@ -29,7 +30,10 @@ void TessmarFallManager::start() {
 void TessmarFallManager::setFallHandlers() {
   const CrashReportFiles reports(m_settings.reportFolder);
   reports.makeFolder();
-  reports.prune(CrashReportFiles::kKeptReports - 1);  // the handler may add one and removes none
+  const auto now = std::chrono::duration_cast<std::chrono::seconds>(SystemClock().now().time_since_epoch());
+  const std::string present = crash_handler::reportFileName(now.count() + 1, 0);
+  // The handler may add one and removes none.
+  reports.prune(CrashReportFiles::kKeptReports - 1, QString::fromStdString(present));
   crash_handler::Settings settings;
   settings.reporterPath = QFile::encodeName(m_settings.reporterPath).toStdString();
   settings.programPath = QFile::encodeName(m_settings.programPath).toStdString();
