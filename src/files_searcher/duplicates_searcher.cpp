@@ -97,9 +97,13 @@ void DuplicatesSearcher::endSearching(std::shared_ptr<const FileMetadataResults>
 void DuplicatesSearcher::found(Separator::Totals totals) {
   if (!m_arrFiftyKB && totals.size < kEnough) {
     startSearchWithSizeLimil(kFiftyKilobytes);
-  } else if (m_delegate) {
-    m_delegate->onDuplicatesSearcherDoneWithDict({totals.size, totals.count});
+    return;
   }
+  // The lists are large, and this searcher lives until the next search.
+  m_metadataQuery.reset();
+  m_arrOneMB.emplace();
+  if (m_arrFiftyKB) m_arrFiftyKB.emplace();
+  if (m_delegate) m_delegate->onDuplicatesSearcherDoneWithDict({totals.size, totals.count});
 }
 
 }  // namespace halvard

@@ -58,7 +58,7 @@ class DuplicatesSearcher : public QObject {
   const DiskSearchServices m_services;
   WeakRef<DuplicatesSearcherDelegate> m_delegate;
   std::unique_ptr<FileMetadataQuery> m_metadataQuery;
-  /// What the first pass found; and with it what the second found.
+  /// What the first pass found; and with it what the second found. Empty, but there, once the figure is told.
   std::optional<ResultSets> m_arrOneMB;
   std::optional<ResultSets> m_arrFiftyKB;
   JobQueue& m_jobs;

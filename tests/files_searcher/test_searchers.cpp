@@ -133,11 +133,12 @@ class TestSearchers : public QObject {
     };
     const std::optional<ByteCount> small = 50000, mebibyte = kMebibyte;
     QVERIFY(sizes(Disk::Duplicates) == std::pair(mebibyte, std::optional<ByteCount>()));
-    disk.queries.answer(Disk::Duplicates, {{"/a.x", 2 * kMebibyte}, {"/b.x", 2 * kMebibyte}});
+    const auto large = disk.queries.answer(Disk::Duplicates, {{"/a.x", 2 * kMebibyte}, {"/b.x", 2 * kMebibyte}});
     QTRY_COMPARE(disk.queries.asked.size(), 4u);
     QVERIFY(sizes(Disk::SecondPass) == std::pair(small, mebibyte));
-    disk.queries.answer(Disk::SecondPass, {{"/c.x", 60000}, {"/d.x", 60000}, {"/e.y", 60000}});
+    const auto few = disk.queries.answer(Disk::SecondPass, {{"/c.x", 60000}, {"/d.x", 60000}, {"/e.y", 60000}});
     QTRY_COMPARE(disk.figures->duplicates, (DuplicateFilesViewInfo{4 * kMebibyte + 120000, 4}));
+    QTRY_VERIFY(large.expired() && few.expired());
     QCOMPARE(disk.queries.asked.size(), 4u);
   }
 

@@ -73,11 +73,14 @@ std::unique_ptr<FileMetadataQuery> FakeFileMetadataQueries::startQuery(std::vect
   return query;
 }
 
-void FakeFileMetadataQueries::answer(std::size_t query, std::vector<Found> files) {
-  if (!isRunning(query)) return;
+std::weak_ptr<const FileMetadataResults> FakeFileMetadataQueries::answer(std::size_t query, std::vector<Found> files) {
+  if (!isRunning(query)) return {};
   // The call may start another query.
   const Finished finished = asked[query].finished;
-  finished(std::make_shared<FakeResults>(std::move(files)));
+  auto results = std::make_shared<FakeResults>(std::move(files));
+  std::weak_ptr<const FileMetadataResults> kept = results;
+  finished(std::move(results));
+  return kept;
 }
 
 }  // namespace halvard

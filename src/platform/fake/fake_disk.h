@@ -96,8 +96,9 @@ class FakeFileMetadataQueries : public FileMetadataQueryService {
                                                 Finished finished) override;
   double progress() const override { return progressNow; }
 
-  /// Ends the query of this number, counted from the first; does nothing when it was dropped.
-  void answer(std::size_t query, std::vector<Found> files);
+  /// Ends the query of this number, counted from the first, with results that the caller can watch go; does nothing
+  /// when it was dropped.
+  std::weak_ptr<const FileMetadataResults> answer(std::size_t query, std::vector<Found> files);
   bool isRunning(std::size_t query) const { return !asked[query].alive.expired(); }
 
   std::vector<Asked> asked;
