@@ -3,6 +3,7 @@
 #include <QDir>
 #include <QFile>
 #include <array>
+#include <cerrno>
 #include <memory>
 
 #include <fcntl.h>
@@ -11,6 +12,7 @@
 #include <unzip.h>
 
 #include "platform/linux/minizip/entry_names.h"
+#include "platform/linux/procfs/file_descriptor.h"
 
 namespace halvard {
 namespace {
@@ -106,13 +108,24 @@ class Unpacking {
   ByteCount m_written = 0;
 };
 
-/// One request instead of one a file. A file system that cannot is no reason to refuse the archive.
-void bringToStorage(const QString& folder) {
-  const int descriptor = ::open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (descriptor < 0) return;
-  ::syncfs(descriptor);
-  ::close(descriptor);
-}
+/// Brings a folder to stable storage by one request instead of one a file. Made before the files are: it hears of what
+/// failed since.
+class Storage {
+ public:
+  explicit Storage(const QString& folder)
+      : m_folder(::open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {}
+
+  /// A file system that cannot is no error; content that was lost is one.
+  Result<void> sync() const {
+    if (!m_folder || ::syncfs(m_folder.get()) == 0) return {};
+    const int error = errno;
+    const bool lost = error == EIO || error == ENOSPC || error == EDQUOT;
+    return lost ? Error{qt_error_string(error)} : Result<void>();
+  }
+
+ private:
+  const FileDescriptor m_folder;
+};
 
 }  // namespace
 
@@ -120,9 +133,9 @@ Result<void> MinizipUnpacker::unzipFileAtPath(const QString& archive, const QStr
                                               const UnpackLimits& limits, std::stop_token stop) {
   const std::unique_ptr<void, CloseArchive> file(unzOpen64(QFile::encodeName(archive).constData()));
   if (!file) return Error{QStringLiteral("not a zip archive")};
+  const Storage storage(destination);
   const Result<void> unpacked = Unpacking(file.get(), destination, limits, std::move(stop)).run();
-  if (unpacked) bringToStorage(destination);
-  return unpacked;
+  return unpacked ? storage.sync() : unpacked;
 }
 
 }  // namespace halvard
