@@ -16,7 +16,7 @@
 #include <utility>
 
 #include "platform/linux/files/folder_records.h"
-#include "platform/linux/files/mount_table.h"
+#include "platform/linux/mounts/mount_table.h"
 #include "platform/linux/procfs/file_descriptor.h"
 
 namespace halvard {

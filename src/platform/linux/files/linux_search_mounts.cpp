@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <set>
 
-#include "platform/linux/files/mount_table.h"
+#include "platform/linux/mounts/mount_table.h"
 
 namespace halvard {
 namespace {
@@ -41,11 +41,9 @@ bool isBelow(const QByteArray& path, const QByteArray& folder) {
 /// What stands on a disk of this machine. What is in memory only (tmpfs) does not fill the disk, an overlay shows what
 /// stands elsewhere, and "/run" is the machine's scratch space whatever it is made of.
 bool isSearched(libmnt_fs* entry) {
-  if (mnt_fs_is_pseudofs(entry) || mnt_fs_is_netfs(entry) || mnt_fs_is_swaparea(entry)) return false;
+  if (!isLocalFileSystem(entry)) return false;
   const QByteArray type = mnt_fs_get_fstype(entry);
   if (type == "overlay" || type == "tmpfs" || type == "squashfs" || type == "iso9660") return false;
-  // Of what a program serves only that which it keeps on a disk.
-  if (type.startsWith("fuse") && type != "fuseblk") return false;
   const QByteArray place = mnt_fs_get_target(entry);
   return !isBelow(place, "/proc") && !isBelow(place, "/sys") && !isBelow(place, "/dev") && !isBelow(place, "/run");
 }

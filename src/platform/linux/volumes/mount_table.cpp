@@ -5,7 +5,7 @@
 #include <QSet>
 #include <memory>
 
-#include <libmount.h>
+#include "platform/linux/mounts/mount_table.h"
 
 namespace halvard {
 namespace {
@@ -24,7 +24,7 @@ bool isBelow(const QString& path, const QString& folder) {
 bool isVolumeOfTheUser(libmnt_fs* entry, const QString& path) {
   if (path == QLatin1String("/")) return true;
   if (isBelow(path, QStringLiteral("/boot")) || isBelow(path, QStringLiteral("/efi"))) return false;
-  return !mnt_fs_is_pseudofs(entry) && !mnt_fs_is_netfs(entry) && !mnt_fs_is_swaparea(entry);
+  return isLocalFileSystem(entry);
 }
 
 /// Two mounts with the same answer are one file system.

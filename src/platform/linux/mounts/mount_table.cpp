@@ -1,4 +1,4 @@
-#include "platform/linux/files/mount_table.h"
+#include "platform/linux/mounts/mount_table.h"
 
 #include <cstring>
 
@@ -14,6 +14,13 @@ void MountTable::forEach(const std::function<void(libmnt_fs*)>& visit) const {
   libmnt_fs* entry = nullptr;
   while (mnt_table_next_fs(m_table.get(), position.get(), &entry) == 0)
     visit(entry);
+}
+
+bool isLocalFileSystem(libmnt_fs* entry) {
+  if (mnt_fs_is_pseudofs(entry) || mnt_fs_is_netfs(entry) || mnt_fs_is_swaparea(entry)) return false;
+  // libmount knows few of the clouds and servers behind "fuse.".
+  const QByteArrayView type = mnt_fs_get_fstype(entry);
+  return !type.startsWith("fuse") || type == QByteArrayView("fuseblk");
 }
 
 bool mountHasAutomounts(std::uint64_t mountId) {

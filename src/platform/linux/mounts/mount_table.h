@@ -22,6 +22,10 @@ class MountTable {
   std::unique_ptr<libmnt_table, void (*)(libmnt_table*)> m_table;
 };
 
+/// True for what this machine keeps itself, on a disk or in memory: no network, pseudo or swap entry, and of what a
+/// program serves only that which stands on a disk.
+bool isLocalFileSystem(libmnt_fs* entry);
+
 /// True when something is mounted on demand right inside the mount with this id.
 bool mountHasAutomounts(std::uint64_t mountId);
 
