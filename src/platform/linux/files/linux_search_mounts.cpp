@@ -2,7 +2,10 @@
 
 #include <QByteArrayList>
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/statvfs.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <set>
@@ -65,20 +68,6 @@ bool isPartOf(const Mount& mount, const Mount& other) {
   return mount.device == other.device && isBelow(mount.root, other.root);
 }
 
-/// The mount of the same file system to enter instead: one that shows more of it, or the same and came first. Null when
-/// `mount` is to be entered itself.
-const Mount* shownBy(const Mounts& mounts, const Mount& mount) {
-  const auto shows = [&](const Mount& other) {
-    return &other != &mount && isPartOf(mount, other) && (mount.root != other.root || &other < &mount);
-  };
-  if (mount.place == "/") return nullptr;
-  const Mount* best = nullptr;
-  for (const Mount& other : mounts) {
-    if (shows(other) && (!best || other.root.size() < best->root.size())) best = &other;
-  }
-  return best;
-}
-
 /// The place of the folder of `mount` below that of `other`, which shows it.
 QByteArray placeWithin(const Mount& mount, const Mount& other) {
   const QByteArray below = other.root == "/" ? mount.root : mount.root.mid(other.root.size());
@@ -86,13 +75,35 @@ QByteArray placeWithin(const Mount& mount, const Mount& other) {
   return path.isEmpty() ? QByteArray("/") : path;
 }
 
+/// The mount of the same file system to enter instead: one that shows more of it, or the same and came first, where
+/// the folder can be entered. Null when `mount` is to be entered itself.
+const Mount* shownBy(const Mounts& mounts, const Mount& mount, LinuxSearchMounts::IsReachable isReachable) {
+  const auto shows = [&](const Mount& other) {
+    return &other != &mount && isPartOf(mount, other) && (mount.root != other.root || &other < &mount) &&
+           isReachable(placeWithin(mount, other), other.id);
+  };
+  if (mount.place == "/") return nullptr;
+  const Mount* best = nullptr;
+  for (const Mount& other : mounts) {
+    if ((!best || other.root.size() < best->root.size()) && shows(other)) best = &other;
+  }
+  return best;
+}
+
 }  // namespace
+
+bool LinuxSearchMounts::reachable(const QByteArray& place, std::uint64_t mountId) {
+  struct statx found;
+  constexpr int flags = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC;
+  return ::statx(AT_FDCWD, place.constData(), flags, STATX_MNT_ID, &found) == 0 && found.stx_mnt_id == mountId &&
+         ::access(place.constData(), R_OK | X_OK) == 0;
+}
 
 std::unique_ptr<MountRules> LinuxSearchMounts::rules() const {
   const Mounts mounts = searchedMounts(m_table);
   std::set<std::uint64_t> allowed;
   for (const Mount& mount : mounts) {
-    if (!shownBy(mounts, mount)) allowed.insert(mount.id);
+    if (!shownBy(mounts, mount, m_isReachable)) allowed.insert(mount.id);
   }
   return std::make_unique<AllowedMounts>(std::move(allowed));
 }
@@ -101,7 +112,8 @@ std::vector<MountAlias> LinuxSearchMounts::aliases() const {
   const Mounts mounts = searchedMounts(m_table);
   std::vector<MountAlias> aliases;
   for (const Mount& mount : mounts) {
-    if (const Mount* const other = shownBy(mounts, mount)) aliases.push_back({mount.place, placeWithin(mount, *other)});
+    if (const Mount* const other = shownBy(mounts, mount, m_isReachable))
+      aliases.push_back({mount.place, placeWithin(mount, *other)});
   }
   return aliases;
 }

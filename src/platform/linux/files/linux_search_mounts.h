@@ -7,8 +7,12 @@ namespace halvard {
 /// The mounts of this process, through libmount.
 class LinuxSearchMounts : public SearchMounts {
  public:
-  /// `table` has the form of "/proc/self/mountinfo".
-  explicit LinuxSearchMounts(QByteArray table = "/proc/self/mountinfo") : m_table(std::move(table)) {}
+  using IsReachable = bool (*)(const QByteArray& place, std::uint64_t mountId);
+
+  /// `table` has the form of "/proc/self/mountinfo". `isReachable` tells whether the folder `place` can be entered, and
+  /// belongs to the mount of this id.
+  explicit LinuxSearchMounts(QByteArray table = "/proc/self/mountinfo", IsReachable isReachable = &reachable)
+      : m_table(std::move(table)), m_isReachable(isReachable) {}
 
   std::unique_ptr<MountRules> rules() const override;
   std::vector<MountAlias> aliases() const override;
@@ -16,7 +20,10 @@ class LinuxSearchMounts : public SearchMounts {
   std::optional<std::uint64_t> entriesAtPath(const QByteArray& path) const override;
 
  private:
+  static bool reachable(const QByteArray& place, std::uint64_t mountId);
+
   QByteArray m_table;
+  IsReachable m_isReachable;
 };
 
 }  // namespace halvard

@@ -120,7 +120,8 @@ class TestLinuxFiles : public QObject {
   }
 
   void searchEntersLocalDisksOnceEach() {
-    const LinuxSearchMounts mounts(HALVARD_FIXTURES "/mountinfo");
+    const auto everywhere = [](const QByteArray&, std::uint64_t) { return true; };
+    const LinuxSearchMounts mounts(HALVARD_FIXTURES "/mountinfo", everywhere);
     const auto rules = mounts.rules();
     QList<int> entered;
     for (int id = 1; id < 60; ++id)
@@ -134,6 +135,12 @@ class TestLinuxFiles : public QObject {
     QCOMPARE(mounts.hiddenLayers(),
              (std::vector<QByteArray>{"/var/lib/docker/overlay2/l/A", "/var/lib/docker/overlay2/l/B"}));
     QVERIFY(!LinuxSearchMounts("/no/such/table").rules()->entersMount(21));
+    // Its other place is a closed folder, or another file system is mounted over it.
+    const auto notThere = [](const QByteArray& place, std::uint64_t) { return place != "/var/lib/data"; };
+    const LinuxSearchMounts closed(HALVARD_FIXTURES "/mountinfo", notThere);
+    QVERIFY(closed.rules()->entersMount(27) && !closed.rules()->entersMount(34) && closed.aliases().size() == 2);
+    // This machine has no such folders.
+    QVERIFY(LinuxSearchMounts(HALVARD_FIXTURES "/mountinfo").aliases().empty());
     QVERIFY(!mounts.entriesAtPath("/no/such/path"));
   }
 
@@ -143,7 +150,7 @@ class TestLinuxFiles : public QObject {
                                        "40 21 8:4 / /sysroot rw - ext4 /dev/sda4 rw\n"
                                        "21 1 8:4 /deploy/1 / rw - ext4 /dev/sda4 rw\n"
                                        "41 21 8:4 /deploy/var /var rw - ext4 /dev/sda4 rw\n");
-    const LinuxSearchMounts mounts(table.toUtf8());
+    const LinuxSearchMounts mounts(table.toUtf8(), [](const QByteArray&, std::uint64_t) { return true; });
     const auto rules = mounts.rules();
     QVERIFY(rules->entersMount(21) && rules->entersMount(40) && !rules->entersMount(41));
     QCOMPARE(mounts.aliases().at(0).entered, QByteArray("/sysroot/deploy/var"));
