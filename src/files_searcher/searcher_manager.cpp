@@ -1,7 +1,10 @@
 #include "files_searcher/searcher_manager.h"
 
+#include <algorithm>
 #include <array>
+#include <cmath>
 #include <numeric>
+#include <utility>
 
 #include "preferences/stored_keys.h"
 
@@ -10,6 +13,9 @@ namespace {
 
 /// The three junk folders and the other three figures.
 constexpr int kThreads = 6;
+/// Seconds: neither without a pause nor longer than a timer can wait.
+constexpr double kShortestRescanTime = 1;
+constexpr double kLongestRescanTime = 2e6;
 constexpr std::array kTypes{DiskInfoType::Junk, DiskInfoType::Applications, DiskInfoType::LargeAndOld,
                             DiskInfoType::Duplicates};
 
@@ -23,7 +29,9 @@ ByteCount totalSize(const std::vector<FoundFile>& files) {
 SearcherManager::SearcherManager(const DiskSearchServices& services, const DefaultsStore& store)
     : m_services(services), m_jobs(QStringLiteral("disk figures"), kThreads), m_restart(services.clock) {
   const auto stored = store.objectForKey(stored_keys::testRescanDiskJunkTime);
-  if (stored && stored->isNumber()) m_nRescanTime = static_cast<float>(stored->toReal().value_or(m_nRescanTime));
+  const double time = stored && stored->isNumber() ? stored->toReal().value_or(0) : 0;
+  if (std::isfinite(time) && time > 0)
+    m_nRescanTime = static_cast<float>(std::clamp(time, kShortestRescanTime, kLongestRescanTime));
 }
 
 SearcherManager::~SearcherManager() = default;
@@ -54,6 +62,8 @@ void SearcherManager::startSearchForced(bool forced) {
 }
 
 void SearcherManager::startSearchForType(DiskInfoType type) {
+  if (std::find(kTypes.begin(), kTypes.end(), type) == kTypes.end()) return;
+  isAwaited(type) = true;
   switch (type) {
     case DiskInfoType::Junk:
       lastScanDate(type) = m_services.clock.now();
@@ -85,7 +95,7 @@ void SearcherManager::cancelSearches() {
   m_largeOldSearcher.reset();
   m_duplicatesSearcher.reset();
   for (const DiskInfoType type : kTypes) {
-    if (!hasResult(type)) lastScanDate(type).reset();
+    if (std::exchange(isAwaited(type), false)) lastScanDate(type).reset();
   }
 }
 
@@ -126,11 +136,13 @@ void SearcherManager::notifyDelegatAboutInfoForType(DiskInfoType type) {
 
 void SearcherManager::onCacheAndDownloadsSearcherDoneWithDict(const JunkFilesViewInfo& sizes) {
   m_clearDiskDict = sizes;
+  isAwaited(DiskInfoType::Junk) = false;
   notifyDelegatAboutInfoForType(DiskInfoType::Junk);
 }
 
 void SearcherManager::onSpotlightAppsSearcherDoneWithApps(const std::vector<FoundFile>& applications) {
   m_unusedAppsDict = {totalSize(applications), applications.size()};
+  isAwaited(DiskInfoType::Applications) = false;
   notifyDelegatAboutInfoForType(DiskInfoType::Applications);
 }
 
@@ -138,11 +150,13 @@ void SearcherManager::onSpotlightLargeOldSearcherDoneWithFiles(const std::vector
   // Unlike the applications, these are not even kept when nobody wants to hear of them.
   if (!m_delegate) return;
   m_largeOldDict = {totalSize(files), files.size()};
+  isAwaited(DiskInfoType::LargeAndOld) = false;
   notifyDelegatAboutInfoForType(DiskInfoType::LargeAndOld);
 }
 
 void SearcherManager::onDuplicatesSearcherDoneWithDict(const DuplicateFilesViewInfo& totals) {
   m_duplicatesDict = totals;
+  isAwaited(DiskInfoType::Duplicates) = false;
   notifyDelegatAboutInfoForType(DiskInfoType::Duplicates);
 }
 

@@ -37,7 +37,8 @@ class SearcherManager : public QObject,
                         private LargeAndOldSearcherDelegate,
                         private DuplicatesSearcherDelegate {
  public:
-  /// `store` is read now: the time after which a search is repeated, in seconds, 86400 when it holds no number.
+  /// `store` is read now: the time after which a search is repeated, in seconds, 86400 when it holds no positive
+  /// number.
   SearcherManager(const DiskSearchServices& services, const DefaultsStore& store);
   ~SearcherManager() override;
 
@@ -69,6 +70,8 @@ class SearcherManager : public QObject,
   std::optional<Clock::Instant>& lastScanDate(DiskInfoType type) {
     return m_lastScanDates[static_cast<std::size_t>(type)];
   }
+  /// From the start of a search until its result is kept: what is kept meanwhile is of an earlier one.
+  bool& isAwaited(DiskInfoType type) { return m_awaited[static_cast<std::size_t>(type)]; }
   void notifyDelegatAboutInfoForType(DiskInfoType type);
 
   const DiskSearchServices m_services;
@@ -88,6 +91,7 @@ class SearcherManager : public QObject,
   std::optional<DuplicateFilesViewInfo> m_duplicatesDict;
   /// When each search was last started, by type.
   std::array<std::optional<Clock::Instant>, 4> m_lastScanDates;
+  std::array<bool, 4> m_awaited{};
   ScheduledCall m_restart;
 };
 

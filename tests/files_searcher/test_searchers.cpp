@@ -107,8 +107,11 @@ class TestSearchers : public QObject {
   }
 
   void rescanTimeCanBeStored() {
-    for (const auto& [time, asked] :
-         {std::pair(StoredValue{std::int64_t{60}}, 6u), {StoredValue{QStringLiteral("60")}, 3u}}) {
+    for (const auto& [time, asked] : {std::pair(StoredValue{std::int64_t{60}}, 6u),
+                                      {StoredValue{QStringLiteral("60")}, 3u},
+                                      {StoredValue{std::int64_t{0}}, 3u},
+                                      {StoredValue{std::numeric_limits<double>::quiet_NaN()}, 3u},
+                                      {StoredValue{1e300}, 3u}}) {
       Disk disk;
       disk.store.setObject(stored_keys::testRescanDiskJunkTime, time);
       disk.start();
@@ -212,6 +215,14 @@ class TestSearchers : public QObject {
     disk.clock.advance(1s);
     manager.startSearchForced(false);
     QCOMPARE(disk.queries.asked.size(), 7u);
+
+    disk.queries.answer(5, {});
+    QTRY_VERIFY(disk.figures->order.contains(2));
+    manager.startSearchForType(DiskInfoType::LargeAndOld);
+    manager.cancelSearches();
+    disk.figures->order.clear();
+    manager.startSearchForced(false);
+    QVERIFY2(disk.queries.isRunning(9) && !disk.figures->order.contains(2), "the earlier figure is not fresh again");
   }
 };
 
