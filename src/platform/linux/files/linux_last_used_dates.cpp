@@ -8,6 +8,8 @@
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 
+#include <algorithm>
+
 namespace halvard {
 namespace {
 
@@ -56,12 +58,13 @@ std::optional<Clock::Instant> LinuxLastUsedDates::visited(const QByteArray& path
 }
 
 std::optional<Clock::Instant> LinuxLastUsedDates::lastUsedDate(const QByteArray& path) const {
-  if (const auto date = visited(path)) return date;
+  const auto date = visited(path);
   struct statx found;
-  if (::statx(AT_FDCWD, path.constData(), AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT, STATX_ATIME | STATX_CTIME, &found) !=
-      0)
-    return {};
-  return instantOf(keepsAccessTimes(path) ? found.stx_atime : found.stx_ctime);
+  constexpr unsigned int times = STATX_ATIME | STATX_CTIME | STATX_MTIME;
+  if (::statx(AT_FDCWD, path.constData(), AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT, times, &found) != 0) return date;
+  const auto read = date ? *date : instantOf(keepsAccessTimes(path) ? found.stx_atime : found.stx_ctime);
+  // Writing to a file leaves the time it was read as it is.
+  return std::max(read, instantOf(found.stx_mtime));
 }
 
 }  // namespace halvard

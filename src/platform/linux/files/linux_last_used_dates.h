@@ -7,7 +7,8 @@
 
 namespace halvard {
 
-/// The desktop's list of recently used files, then the times the file system keeps.
+/// The desktop's list of recently used files, else the time the file was read; or when it was written, if that is
+/// later.
 class LinuxLastUsedDates : public LastUsedDates {
  public:
   /// `recentlyUsed` has the form of "recently-used.xbel"; it is read again when it has changed.

@@ -175,7 +175,7 @@ class TestLinuxFiles : public QObject {
     const TestFolder folder;
     const QByteArray file = folder.write("a file", {}).toUtf8();
     const QByteArray list = folder.path("recently-used.xbel").toUtf8();
-    setTimes(file, 1'000'000'000, 1'100'000'000);
+    setTimes(file, 1'000'000'000, 900'000'000);
     const LinuxLastUsedDates dates(list);
     const auto seconds = [&] {
       return std::chrono::duration_cast<std::chrono::seconds>(dates.lastUsedDate(file)->time_since_epoch()).count();
@@ -190,6 +190,8 @@ class TestLinuxFiles : public QObject {
     folder.write("recently-used.xbel", "not a list");
     setTimes(list, 5, 5);
     QCOMPARE(seconds(), 1'000'000'000);
+    setTimes(file, 1'000'000'000, 1'100'000'000);
+    QVERIFY2(seconds() == 1'100'000'000, "who writes to a file uses it");
   }
 
   void changeTimeStandsInWhereReadingsAreNotKept() {
