@@ -15,7 +15,9 @@ std::optional<QByteArray> ApplicationBundles::applicationFolderPath() const {
 }
 
 std::vector<QByteArray> ApplicationBundles::applicationsPathsArrayFromApplicationFolder(std::stop_token stop) const {
-  const auto folder = applicationFolderPath();
+  auto folder = applicationFolderPath();
+  // Without links, as a search names what it finds.
+  if (folder) folder = m_reader.canonicalPath(*folder);
   if (!folder) return {};
   return applicationsPathsArrayFromFolder(*folder, 1, std::move(stop));
 }

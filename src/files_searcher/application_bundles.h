@@ -21,7 +21,7 @@ class ApplicationBundles {
   /// The first of the machine's folders for applications.
   std::optional<QByteArray> applicationFolderPath() const;
 
-  /// Below applicationFolderPath().
+  /// Below applicationFolderPath(), as paths without links.
   std::vector<QByteArray> applicationsPathsArrayFromApplicationFolder(std::stop_token stop = {}) const;
 
   /// Below `folder`, not inside of bundles, no hidden names, no links, nothing from the 21st level on; a start `depth`

@@ -92,6 +92,11 @@ class TestScanParts : public QObject {
                                              tree.at("opt/maker/Write")}));
     QVERIFY(bundles.applicationsPathsArrayFromFolder(tree.at("missing"), 1).empty());
 
+    QCOMPARE(::rename(tree.at("opt").constData(), tree.at("store").constData()), 0);
+    QCOMPARE(::symlink("store", tree.at("opt").constData()), 0);
+    for (const QByteArray& path : bundles.applicationsPathsArrayFromApplicationFolder())
+      QVERIFY2(path.startsWith(tree.at("store/")), "found twice, under two names");
+
     // The folder's own entries are the first level.
     QByteArray path = "opt";
     for (int level = 1; level <= 21; ++level) {
