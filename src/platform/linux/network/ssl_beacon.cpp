@@ -45,7 +45,8 @@ Result<void> SslBeacon::get(const QUrl& endpoint, const QByteArray& query, std::
   const std::stop_callback onStop(stop,
                                   [&] { QMetaObject::invokeMethod(&loop, &QEventLoop::quit, Qt::QueuedConnection); });
   socket.connectToHostEncrypted(endpoint.host(), static_cast<quint16>(endpoint.port(kHttpsPort)));
-  loop.exec();
+  // An error that is told inside the call finds no loop to quit.
+  if (socket.state() != QAbstractSocket::UnconnectedState) loop.exec();
   if (socket.bytesAvailable() > 0) return {};
   return Error{stop.stop_requested() ? QStringLiteral("cancelled") : socket.errorString()};
 }
