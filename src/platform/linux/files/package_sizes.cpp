@@ -61,7 +61,14 @@ std::map<QByteArray, OwningPackage> dpkgOwners(const QByteArrayList& files, std:
 std::map<QByteArray, OwningPackage> rpmOwners(const QByteArrayList& files, std::stop_token stop) {
   const QStringList ask{QStringLiteral("-qf"), QStringLiteral("--qf"), QStringLiteral("%{NAME}\\t%{SIZE}\\n"),
                         QStringLiteral("--")};
-  return package_output::rpmOwners(files, run(QStringLiteral("rpm"), ask, files, stop));
+  const QByteArray output = run(QStringLiteral("rpm"), ask, files, stop);
+  if (output.count('\n') == files.size() || files.size() < 2 || output.isEmpty())
+    return package_output::rpmOwners(files, output);
+  // A file of several packages has several lines, and one that is gone none: which line is whose cannot be told.
+  std::map<QByteArray, OwningPackage> owners;
+  for (const QByteArray& file : files)
+    owners.merge(rpmOwners({file}, stop));
+  return owners;
 }
 
 }  // namespace

@@ -220,6 +220,19 @@ class TestLinuxFiles : public QObject {
     QVERIFY(!flatpakInstalledSize("nonsense"));
   }
 
+  void fileOfTwoRpmPackagesDoesNotShiftTheOthers() {
+    const TestFolder folder;
+    folder.write("rpm",
+                 "#!/bin/sh\nshift 4\nfor file; do case $file in *both) printf 'one\\t1\\ntwo\\t2\\n';; "
+                 "*) printf 'own\\t5\\n';; esac; done\n");
+    const QByteArray before = qgetenv("PATH");
+    qputenv("PATH", folder.path().toUtf8());
+    const auto owners = PackageSizes().ownersOfFiles({"/a", "/both", "/c"}, {});
+    qputenv("PATH", before);
+    const OwningPackage own{"rpm:own", 5};
+    QCOMPARE(owners, (std::map<QByteArray, OwningPackage>{{"/a", own}, {"/both", {"rpm:one", 1}}, {"/c", own}}));
+  }
+
   void flatpakAndSnapAreFoundByTheirFolders() {
     const TestFolder folder;
     const auto write = [&](const char* name, const QByteArray& content) {
