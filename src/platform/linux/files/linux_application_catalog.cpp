@@ -22,6 +22,8 @@ const QString kEntrySuffix = QStringLiteral(".desktop");
 struct Entry {
   QString identifier;
   QByteArray file;
+  /// The last one of the same name in the search path: what a package brought and the user's own replaces.
+  QByteArray replaced;
   QByteArray executable;
 };
 
@@ -37,7 +39,10 @@ std::vector<Entry> visibleEntries() {
     const char* const file = g_desktop_app_info_get_filename(info);
     const char* const id = g_app_info_get_id(G_APP_INFO(info));
     if (!file || !id || g_desktop_app_info_get_nodisplay(info)) continue;
-    entries.push_back({withoutSuffix(QString::fromUtf8(id)), file, g_app_info_get_executable(G_APP_INFO(info))});
+    const QString name = QString::fromUtf8(id);
+    const QStringList places = QStandardPaths::locateAll(QStandardPaths::ApplicationsLocation, name);
+    entries.push_back({withoutSuffix(name), file, places.isEmpty() ? QByteArray() : QFile::encodeName(places.last()),
+                       g_app_info_get_executable(G_APP_INFO(info))});
   }
   g_list_free_full(all, g_object_unref);
   return entries;
@@ -57,15 +62,20 @@ std::optional<CatalogApplication> programOf(const Entry& entry) {
 std::vector<CatalogApplication> LinuxApplicationCatalog::applications(std::stop_token stop) const {
   const std::vector<Entry> entries = visibleEntries();
   QByteArrayList files;
-  for (const Entry& entry : entries)
+  for (const Entry& entry : entries) {
     files << entry.file;
+    if (entry.replaced != entry.file && !entry.replaced.isEmpty()) files << entry.replaced;
+  }
   const auto owners = m_packages.ownersOfFiles(files, stop);
   std::vector<CatalogApplication> result;
   std::set<QByteArray> counted;
   for (const Entry& entry : entries) {
     auto owner = owners.find(entry.file);
+    if (owner == owners.end()) owner = owners.find(entry.replaced);
     if (owner == owners.end()) {
-      if (const auto program = programOf(entry)) result.push_back(*program);
+      const auto program = programOf(entry);
+      // Launchers of one runtime, and those that start with "env", have their program in common.
+      if (program && counted.insert(program->path).second) result.push_back(*program);
     } else if (counted.insert(owner->second.key).second) {
       result.push_back({entry.identifier, entry.file, owner->second.installedSize});
     }

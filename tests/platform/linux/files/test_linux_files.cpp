@@ -48,6 +48,12 @@ class TestLinuxFiles : public QObject {
   Q_OBJECT
 
  private Q_SLOTS:
+  /// Before GLib reads them, which it does once.
+  void initTestCase() {
+    qputenv("XDG_DATA_HOME", m_data.path("home").toUtf8());
+    qputenv("XDG_DATA_DIRS", m_data.path("exports/share").toUtf8());
+  }
+
   void bookmarkResolvesToTheSameFolderOnly() {
     DiskTree tree;
     const LinuxFolderAccess access;
@@ -252,6 +258,24 @@ class TestLinuxFiles : public QObject {
              (std::map<QByteArray, OwningPackage>{{draw, flatpak}, {second, flatpak}, {notes, {"snap:notes", 777}}}));
   }
 
+  void ownEntriesCountUnderTheirPackageOrEachProgramOnce() {
+    const auto entry = [](const QByteArray& command) {
+      return "[Desktop Entry]\nType=Application\nName=x\nExec=" + command + "\n";
+    };
+    const QByteArray tool = m_data.write("tool", QByteArray(700, '#')).toUtf8();
+    m_data.write("app/org.x.Draw/current/active/deploy", deployFile(5000));
+    m_data.write("exports/share/applications/org.x.Draw.desktop", entry(tool));
+    const QByteArray own = m_data.write("home/applications/org.x.Draw.desktop", entry(tool + " --mine")).toUtf8();
+    for (const char* name : {"home/applications/one.desktop", "home/applications/two.desktop"})
+      m_data.write(name, entry(tool + ' ' + name));
+    std::map<QByteArray, ByteCount> found;
+    const auto applications = LinuxApplicationCatalog().applications({});
+    for (const CatalogApplication& application : applications)
+      found[application.path] += application.size;
+    QCOMPARE(found, (std::map<QByteArray, ByteCount>{{own, 5000}, {tool, 700}}));
+    QCOMPARE(applications.size(), 2u);
+  }
+
   void applicationFilesAreKnownByTheirContent() {
     const TestFolder folder;
     const LinuxApplicationCatalog catalog;
@@ -266,6 +290,9 @@ class TestLinuxFiles : public QObject {
     folder.write("Draw.app/org.x.Draw.desktop", {});
     QCOMPARE(catalog.bundleIdentifier(bundle), QStringLiteral("org.x.Draw"));
   }
+
+ private:
+  const TestFolder m_data;
 };
 
 QTEST_GUILESS_MAIN(TestLinuxFiles)
