@@ -22,6 +22,7 @@ enum class ReclaimMethod {
 
 /// What the steps of one purge did.
 struct ReclaimOutcome {
+  /// None when nothing left RAM.
   ReclaimMethod method = ReclaimMethod::None;
   /// Contents that left RAM, as far as the method can count them; 0 for a fill, which cannot.
   ByteCount pagedOutBytes = 0;

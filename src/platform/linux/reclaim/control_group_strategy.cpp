@@ -61,7 +61,8 @@ class ControlGroupSteps : public ReclaimSteps {
   }
 
   ReclaimOutcome outcome() const override {
-    ReclaimOutcome outcome{ReclaimMethod::ControlGroups, m_gone, kWhatItDoes};
+    const ReclaimMethod method = m_gone > 0 ? ReclaimMethod::ControlGroups : ReclaimMethod::None;
+    ReclaimOutcome outcome{method, m_gone, kWhatItDoes};
     if (!m_pace.refusal().isEmpty()) outcome.explanation = QStringLiteral("stopped early: ") + m_pace.refusal();
     return outcome;
   }

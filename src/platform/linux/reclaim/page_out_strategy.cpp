@@ -40,7 +40,8 @@ class PageOutSteps : public ReclaimSteps {
   }
 
   ReclaimOutcome outcome() const override {
-    ReclaimOutcome outcome{ReclaimMethod::PageOut, m_gone, m_hasWork ? kWhatItDoes : kNobody};
+    const ReclaimMethod method = m_gone > 0 ? ReclaimMethod::PageOut : ReclaimMethod::None;
+    ReclaimOutcome outcome{method, m_gone, m_hasWork ? kWhatItDoes : kNobody};
     if (!m_pace.refusal().isEmpty()) outcome.explanation = QStringLiteral("stopped early: ") + m_pace.refusal();
     return outcome;
   }

@@ -169,7 +169,8 @@ class TestReclaim : public QObject {
     QVERIFY(asked().startsWith("5242880 "));
     // Two more steps and the question that ends them; what is left to do is nothing, and costs nothing.
     QVERIFY(m_readings.calls - calls <= 3);
-    QVERIFY(session->outcome().method == ReclaimMethod::ControlGroups);
+    // Nothing has gone to swap for it.
+    QVERIFY(session->outcome().method == ReclaimMethod::None && !session->outcome().explanation.isEmpty());
     const auto last = session->makeData(kMiB);
     session.reset();
     last->beginContentAccess();
@@ -178,6 +179,14 @@ class TestReclaim : public QObject {
     large.anonymousBytes = 500 * kMiB;
     openOn(large)->makeData(40 * kMiB)->beginContentAccess();
     QVERIFY(asked().startsWith("8388608 "));
+    // As if all that is asked for went to swap.
+    const QString inSwap = m_root->path("app.slice/one.scope/memory.swap.current");
+    QVERIFY(QFile::remove(inSwap) && QFile::link(text("memory.reclaim"), inSwap));
+    m_root->write("app.slice/one.scope/memory.reclaim", "");
+    const auto fruitful = openOn(m_one);
+    takeSteps(*fruitful, 1);
+    QVERIFY(fruitful->outcome().method == ReclaimMethod::ControlGroups);
+    QCOMPARE(fruitful->outcome().pagedOutBytes, 10 * kMiB);
   }
 
   void whoComesToTheFrontMeanwhileIsSpared() {
