@@ -26,7 +26,18 @@ void PurgeManager::purgeWithCompletion(Completion completion) {
   m_pPurgeCompletion = std::move(completion);
   updateSystemInfo();
   // Assigning joins the thread of the purge before, which has nothing left to do.
-  m_freeMemoryThread = std::jthread([this](std::stop_token stop) { freeMemory(std::move(stop)); });
+  try {
+    m_freeMemoryThread = std::jthread([this](std::stop_token stop) { freeMemory(std::move(stop)); });
+  } catch (const std::system_error& error) {
+    giveUp(error.code());
+  }
+}
+
+/// Where memory or the limit of tasks is short, there may be no thread left to work on.
+void PurgeManager::giveUp(const std::error_code& reason) {
+  const QString words = QString::fromLocal8Bit(reason.message().c_str());
+  m_lastOutcome = {ReclaimMethod::None, 0, QStringLiteral("no thread can be started for it: ") + words};
+  QMetaObject::invokeMethod(this, &PurgeManager::finishPurge, Qt::QueuedConnection);
 }
 
 void PurgeManager::updateSystemInfo() {
@@ -41,7 +52,13 @@ ByteCount PurgeManager::getFreeMemory() const {
 
 void PurgeManager::freeMemory(std::stop_token stop) {
   m_bAllocationInProgress = true;
-  std::jthread allocation([this, stop] { allocatePurgeableData(stop); });
+  std::jthread allocation;
+  try {
+    allocation = std::jthread([this, stop] { allocatePurgeableData(stop); });
+  } catch (const std::system_error& error) {
+    giveUp(error.code());
+    return;
+  }
   while (m_bAllocationInProgress && !stop.stop_requested())
     m_clock.sleepFor(500ms, stop);
   allocation.join();

@@ -5,6 +5,7 @@
 #include <functional>
 #include <mutex>
 #include <stop_token>
+#include <system_error>
 #include <thread>
 
 #include "core/units.h"
@@ -51,7 +52,8 @@ class PurgeManager : public QObject {
   /// What the latest purge's steps did. Main thread, from the completion on.
   const ReclaimOutcome& lastOutcome() const { return m_lastOutcome; }
 
-  /// Starts a purge; `completion` is called on the main thread when it has ended. Ignored while one runs.
+  /// Starts a purge; `completion` is called on the main thread when it has ended, which is at once where no thread can
+  /// be started. Ignored while one runs.
   /// Any thread.
   void purgeWithCompletion(Completion completion);
 
@@ -60,6 +62,7 @@ class PurgeManager : public QObject {
   ByteCount getFreeMemory() const;
   void freeMemory(std::stop_token stop);
   void finishPurge();
+  void giveUp(const std::error_code& reason);
   void allocatePurgeableData(std::stop_token stop);
   ByteCount getCountOfNeededAllocatedMemoryWithBlockSize(ByteCount blockSize) const;
   void allocatePurgeableDataBlocksCount(std::uint32_t count, ByteCount size, std::stop_token stop);
@@ -78,7 +81,7 @@ class PurgeManager : public QObject {
   std::uint32_t m_nMemoryPageSize;
   std::atomic<bool> m_bAllocationInProgress = false;
   float m_lastReportedProgress = 0;  // the allocation thread
-  ReclaimOutcome m_lastOutcome;      // the allocation thread while a purge runs, then the main thread
+  ReclaimOutcome m_lastOutcome;      // the background threads while a purge runs, then the main thread
   std::mutex m_completionMutex;
   Completion m_pPurgeCompletion;  // guarded by m_completionMutex; empty when idle
   // Last, so that it is stopped and joined before anything it uses goes.

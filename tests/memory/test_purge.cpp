@@ -1,6 +1,8 @@
 #include <QtTest>
 #include <limits>
 
+#include <pthread.h>
+
 #include "memory/controller_parts.h"
 #include "support/texts.h"
 
@@ -314,6 +316,22 @@ class TestPurge : public QObject {
       QCOMPARE(purge.course.progress.back(), 1.0F);
       QCOMPARE(purge.course.events.last(), text("end"));
     }
+  }
+
+  void aPurgeThatGetsNoThreadEndsAtOnce() {
+    pthread_attr_t usual, huge;
+    ::pthread_getattr_default_np(&usual);
+    ::pthread_getattr_default_np(&huge);
+    ::pthread_attr_setstacksize(&huge, std::size_t{1} << 60);  // no address space has room for it
+    Purge purge;
+    ::pthread_setattr_default_np(&huge);
+    purge.run();
+    ::pthread_setattr_default_np(&usual);
+    QVERIFY(purge.manager.lastOutcome().method == ReclaimMethod::None);
+    QVERIFY(purge.manager.lastOutcome().explanation.startsWith(text("no thread can be started")));
+    QCOMPARE(purge.memory.sessionsOpened(), 0);
+    purge.run();
+    QCOMPARE(purge.memory.sessionsOpened(), 1);
   }
 
   void secondPurgeCannotStartWhileOneRuns() {
