@@ -76,9 +76,11 @@ std::optional<QString> copyEntry(const fs::path& from, const fs::path& to) {
 }
 
 std::optional<QString> copyTree(const fs::path& from, const fs::path& to) {
-  std::optional<QString> failed = copyEntry(from, to);
-  if (failed || !fs::is_directory(fs::symlink_status(from))) return failed;
   std::error_code code;
+  const bool isFolder = fs::is_directory(fs::symlink_status(from, code));
+  if (code) return textOf(code);
+  std::optional<QString> failed = copyEntry(from, to);
+  if (failed || !isFolder) return failed;
   for (fs::recursive_directory_iterator entry(from, code), end; !code && entry != end; entry.increment(code)) {
     if ((failed = copyEntry(entry->path(), to / entry->path().lexically_relative(from)))) return failed;
   }
@@ -106,7 +108,8 @@ Result<void> putInPlace(const QString& staged, const QString& target) {
   const QString former = hiddenBeside(target, QStringLiteral("old"));
   removeAll(former);
   std::error_code code;
-  const bool replaces = fs::exists(fs::symlink_status(pathOf(target)));
+  const bool replaces = fs::exists(fs::symlink_status(pathOf(target), code));
+  if (!replaces) code.clear();  // "there is none" is one of its errors
   if (replaces) fs::rename(pathOf(target), pathOf(former), code);
   if (!code) {
     fs::rename(pathOf(staged), pathOf(target), code);

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include "core/application_identity.h"
+#include "lifecycle/bundle_copy.h"
 #include "lifecycle/move_to_applications.h"
 #include "lifecycle/own_bundle.h"
 #include "platform/fake/fake_alert_presenter.h"
@@ -138,6 +139,8 @@ class TestMoveToApplications : public QObject {
   }
 
   void failingCopyIsToldAndLeavesNothing() {
+    const QString unreachable = latin("/") + QString(300, u'x');
+    QVERIFY(!bundle_copy::stage(unreachable, unreachable) && !bundle_copy::putInPlace(unreachable, unreachable));
     for (const auto& [options, reason] :
          {std::pair("size=64k", "No space left on device"), {"ro", "Read-only file system"}}) {
       Machine machine;
