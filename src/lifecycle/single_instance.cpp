@@ -23,6 +23,8 @@ SingleInstance::SingleInstance(RunningCopies& copies, DistributedNotificationCen
 bool SingleInstance::crashTheAppIfCopyIsAlreadyLaunched() {
   if (becomeTheOne()) return false;
   const auto others = m_copies.others();
+  // The one that was faster has just quit.
+  if (others.empty() && becomeTheOne()) return false;
   for (std::size_t position = 0; position < others.size(); ++position)
     position == 0 ? others[position]->activate() : others[position]->terminate();
   m_distributed.post(appCopyHaveJustTriedToLaunchNotificatioName(), m_bundleIdentifier);

@@ -93,6 +93,11 @@ class TestAppDelegate : public QObject {
     QCOMPARE(launch.distributed.posted.size(), 1U);
     const Posted word{text("AppCopyHaveJustTriedToLaunchNotificatioName"), launch.bundleIdentifier};
     QVERIFY(launch.distributed.posted.front() == word);
+    // One that is just quitting is no copy to wait for.
+    Launch after;
+    after.copies.isHolderQuitting = true;
+    QVERIFY(after.delegate.applicationDidFinishLaunching({}));
+    QCOMPARE(after.copies.events.first(4).join(u' '), text("light claim claim awake"));
 
     // Where that word arrives, it shows the panel.
     Launch first;

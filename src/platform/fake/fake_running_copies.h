@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QStringList>
+#include <utility>
 
 #include "platform/ports/running_copies.h"
 
@@ -11,7 +12,7 @@ class FakeRunningCopies : public RunningCopies {
  public:
   bool claim() override {
     events << QStringLiteral("claim");
-    return copies.isEmpty();
+    return copies.isEmpty() && !std::exchange(isHolderQuitting, false);
   }
   void release() override { events << QStringLiteral("release"); }
   std::vector<std::unique_ptr<ProgramCopy>> others() override {
@@ -24,6 +25,8 @@ class FakeRunningCopies : public RunningCopies {
 
   /// Names of the other copies, the holder first.
   QStringList copies;
+  /// The first claim is lost to a copy that is gone at once.
+  bool isHolderQuitting = false;
   /// What happened, in order: "claim", "release", "activate NAME", "terminate NAME or bundle".
   QStringList events;
 
