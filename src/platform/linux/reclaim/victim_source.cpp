@@ -34,6 +34,18 @@ double secondsSinceBoot() {
   return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
 }
 
+bool isWayland() {
+  return !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+}
+
+/// On Wayland the focus may be on a window that the X server does not know: its own focus is then on a hidden window of
+/// the compositor.
+std::optional<std::int32_t> focusedProgram(const DesktopAttention& attention) {
+  const auto isServant = [&](std::int32_t pid) { return std::ranges::count(attention.servants, pid) != 0; };
+  if (attention.focused && isWayland() && isServant(*attention.focused)) return std::nullopt;
+  return attention.focused;
+}
+
 }  // namespace
 
 ByteCount parseAnonymousResident(std::string_view status) {
@@ -85,11 +97,9 @@ class LinuxVictimSource::Pass {
     return std::max(secondsSinceBoot() - static_cast<double>(process.startTime) / ticksPerSecond(), 1.0);
   }
 
-  /// On Wayland the focus may be on a window that the X server does not know.
   static Focus focusOf(const DesktopAttention& attention, bool hasScreen) {
-    if (attention.focused) return {Focus::Kind::Process, *attention.focused};
-    const bool isWayland = !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
-    const bool isKnown = attention.hasDisplay ? !isWayland : !isWayland && !hasScreen;
+    if (const auto focused = focusedProgram(attention)) return {Focus::Kind::Process, *focused};
+    const bool isKnown = !isWayland() && (attention.hasDisplay || !hasScreen);
     return {isKnown ? Focus::Kind::Nobody : Focus::Kind::Unknown, 0};
   }
 
@@ -152,7 +162,7 @@ LinuxVictimSource::LinuxVictimSource(Clock& clock, std::function<QStringList()> 
     : m_clock(clock), m_exclusions(std::move(exclusions)), m_display(std::move(display)), m_root(std::move(root)) {}
 
 std::optional<std::int32_t> LinuxVictimSource::focusedProcess() {
-  return X11Windows(m_display).attention().focused;
+  return focusedProgram(X11Windows(m_display).attention());
 }
 
 VictimSource::Reading LinuxVictimSource::read() {
