@@ -50,7 +50,7 @@ void PieChartView::setSystemUsagePercent(double systemUsage, double userUsage) {
   const bool isSame = m_systemUsage.target() == systemUsage && m_userUsage.target() == userUsage;
   m_systemUsage.setTarget(systemUsage);
   m_userUsage.setTarget(userUsage);
-  if (!window()->isVisible() || isSame) return;
+  if (!isVisible() || isSame) return;
   if (QGuiApplication::applicationState() == Qt::ApplicationActive) {
     startAnimatingUpdate();
     return;

@@ -22,7 +22,7 @@ class PieChartView : public QWidget {
   PieChartView(Clock& clock, HintWindow& hint, QWidget* parent = nullptr);
 
   /// Stores the targets (0 to 1) and moves to them: animated in an active program, at once in an inactive one, not at
-  /// all while the window is hidden.
+  /// all while the chart is hidden.
   void setSystemUsagePercent(double systemUsage, double userUsage);
   /// Bytes, for the hover texts.
   void setWiredSize(ByteCount wired, ByteCount user, ByteCount free);
