@@ -79,7 +79,7 @@ Platform DemoDesktop::platform() {
           m_real.appearance,
           m_real.userNotifications,
           m_distributedNotifications,
-          m_real.controlServer,
+          m_controlServer,
           m_real.scripts,
           m_loginItems,
           {m_real.promotion.workspace, m_fetcher, m_beacon, m_real.promotion.unpacker, m_volumes, std::nullopt},

@@ -7,6 +7,7 @@
 #include "app/application.h"
 #include "app/demo_disk.h"
 #include "core/clock.h"
+#include "platform/fake/fake_control_server.h"
 #include "platform/fake/fake_defaults_store.h"
 #include "platform/fake/fake_distributed_notification_center.h"
 #include "platform/fake/fake_host_statistics.h"
@@ -48,6 +49,8 @@ class DemoDesktop : public QObject {
   FakeRunningApplications m_runningApplications;
   FakeDefaultsStore m_defaultsStore;
   FakeDistributedNotificationCenter m_distributedNotifications;
+  /// The name on the bus is the real program's.
+  FakeControlServer m_controlServer;
   FakeLoginItemService m_loginItems;
   FakeHttpFetcher m_fetcher;
   FakeHttpBeacon m_beacon;

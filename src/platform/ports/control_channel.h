@@ -29,7 +29,8 @@ class ControlHandler {
 class ControlServer {
  public:
   virtual ~ControlServer() = default;
-  /// Answers from now on. False when another process answers already, or nobody can be reached.
+  /// Answers from now on. False when another process answers already, and then this one does as soon as that one ends,
+  /// or when nobody can be reached.
   virtual bool start(ControlHandler& handler) = 0;
   /// 0 to 1.
   virtual void publishProgress(double progress) = 0;

@@ -23,10 +23,10 @@ bool DBusControlServer::start(ControlHandler& handler) {
   // The object first: whoever sees the name may call at once.
   if (!m_bus.registerObject(control_names::kPath, this, exported)) return false;
   m_handler = &handler;
-  if (m_bus.registerService(control_names::kService)) return true;
-  m_handler = nullptr;
-  m_bus.unregisterObject(control_names::kPath);
-  return false;
+  // A copy that is about to quit may still have the name: the bus gives it to the next in the queue.
+  const auto reply =
+      m_bus.interface()->registerService(control_names::kService, QDBusConnectionInterface::QueueService);
+  return reply.value() == QDBusConnectionInterface::ServiceRegistered;
 }
 
 void DBusControlServer::publishProgress(double progress) {
