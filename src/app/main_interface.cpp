@@ -94,7 +94,7 @@ void MainInterface::connectCommands() {
           [this] { m_controller.onFreeMemory(ZPPurgeController::Sender::CleanButton); });
   connect(&m_panel, &PanelWindow::preferencesButtonPressed, this, &MainInterface::preferencesButtonPressed);
   connect(m_theMenu.get(), &MainMenu::onFreeMemory, &m_controller,
-          [this] { m_controller.onFreeMemory(ZPPurgeController::Sender::CleanButton); });
+          [this] { m_controller.onFreeMemory(ZPPurgeController::Sender::None); });
   connect(m_theMenu.get(), &MainMenu::onTogglePanelInfo, this, &MainInterface::onTogglePanelInfo);
   connect(m_theMenu.get(), &MainMenu::newsButtonPressed, this, &MainInterface::newsButtonPressed);
   connect(m_theMenu.get(), &MainMenu::showOptimizationTools, m_promotion, &Promotion::showOptimizationTools);
