@@ -158,16 +158,12 @@ struct LinuxDesktop {
   WalkMetadataQueries queries{disk.reader, disk.mounts, disk.catalog, disk.priority};
 };
 
-/// Where no tray shows the item, the panel is the only way to the program.
-void followTray(Clock& clock, StatusBarItem& item, Application& program) {
-  clock.callAfter(std::chrono::seconds(3), &program, [&item, &program] {
-    if (item.isShown()) return;
+/// Once: a tray may come and go.
+void reportMissingTray(Application& program) {
+  const auto report = [] {
     std::fputs("halvard: no tray shows the icon; the panel stays reachable from the window list\n", stderr);
-    PanelWindow& panel = program.interface().panel();
-    panel.setInWindowList(true);
-    panel.showTriangle(false);
-    panel.bringToFront();
-  });
+  };
+  QObject::connect(&program.interface().panel(), &PanelWindow::trayMissed, &program, report, Qt::SingleShotConnection);
 }
 
 /// HALVARD_SHOT names a window state to open, for screenshots.
@@ -220,9 +216,9 @@ int run(const QStringList& arguments) {
   const TerminationSignals terminationSignals;
   QObject::connect(&terminationSignals, &TerminationSignals::terminationRequested, &program, &Application::quit);
   if (!openShotState(desktop.clock, program)) return 2;
+  reportMissingTray(program);
   if (!program.start(arguments)) return 0;
   if (!demo) desktop.loginItems.adoptEntries();
-  followTray(desktop.clock, desktop.statusItem, program);
   crashWhenAsked(desktop.clock, program);
   return QApplication::exec();
 }

@@ -9,6 +9,7 @@
 #include "core/application_identity.h"
 #include "core/clock.h"
 #include "core/notification_center.h"
+#include "login/run_at_login_manager.h"
 #include "memory/memory_status.h"
 #include "menubar/panel_placement.h"
 #include "menubar/purge_details.h"
@@ -55,7 +56,9 @@ void MainInterface::awakeFromNib() {
   updatePreferencesButton();
   m_controller.startRefreshChain();
   prepareCleanButton();
-  followStatusItemHost();
+  // At login the program often comes before the tray, and nobody has asked for it.
+  const bool isUnasked = m_services.startAtLogin.wasAutolaunchedWithHelperApp();
+  m_panel.followTray(isUnasked ? PanelWindow::WithoutTray::Minimizes : PanelWindow::WithoutTray::Opens);
   m_panel.showWindowIfNotLocked();
 }
 
@@ -109,12 +112,6 @@ void MainInterface::prepareCleanButton() {
   CleanMemoryButton& button = m_panel.summary().freeButton();
   button.setTitle(ZPPurgeController::tr("Cleanup"));
   button.setTracking(true);
-}
-
-/// A desktop without a place for the item still needs a way to the panel: its window list.
-void MainInterface::followStatusItemHost() {
-  connect(&m_services.statusItem, &StatusBarItem::shownChanged, this,
-          [this] { m_panel.setInWindowList(!m_services.statusItem.isShown()); });
 }
 
 void MainInterface::ShowMainWindowAndMakeActive(NotificationCenter& notifications) {
@@ -287,7 +284,7 @@ void MainInterface::showCleaningIcon() {
 void MainInterface::updateStatusItem(const MemorySnapshot& snapshot) {
   m_statusItem.updateStatusItem(snapshot);
   if (m_theMenu->isVisible()) m_theMenu->setInformation(status_item_text::information(snapshot));
-  if (m_panel.isVisible()) m_panel.updateContentData();
+  if (m_panel.isOpen()) m_panel.updateContentData();
 }
 
 void MainInterface::fillInfoPanel(const MemorySnapshot& snapshot) {

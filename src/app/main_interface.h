@@ -105,7 +105,6 @@ class MainInterface final : public QObject,
   void connectCommands();
   void prepareCleanButton();
   void updatePreferencesButton();
-  void followStatusItemHost();
   void placeBesidePanel(AutostartWindow& window);
 
   void beginProgressUpdate() override;

@@ -44,6 +44,7 @@ PanelWindow::PanelWindow(Clock& clock, ShowcaseDefaults& defaults, NotificationC
       m_statusItem(statusItem),
       m_parts(parts),
       m_hints(hints),
+      m_trayWait(clock),
       m_hint(std::make_unique<HintWindow>()),
       m_panelView(new PanelView(this)) {
   setWindowTitle(QGuiApplication::applicationDisplayName());
@@ -121,7 +122,7 @@ void PanelWindow::setLocked(bool locked) {
 
 void PanelWindow::showTriangle(bool show) {
   setLocked(show);
-  m_panelView->setShowTriangle(show);
+  m_panelView->setShowTriangle(show && !m_isInWindowList);
   layOut();
 }
 
@@ -181,17 +182,9 @@ void PanelWindow::bringToFront() {
 
 void PanelWindow::show_makeKey() {
   m_savesPosition = true;
-  show();
+  showNormal();
   raise();
   activateWindow();
-}
-
-void PanelWindow::setInWindowList(bool inWindowList) {
-  const Qt::WindowFlags type = inWindowList ? Qt::Window : Qt::Tool;
-  if ((windowFlags() & Qt::WindowType_Mask) == type) return;
-  const bool wasVisible = isVisible();
-  setWindowFlags((windowFlags() & ~Qt::WindowType_Mask) | type);
-  if (wasVisible) show();
 }
 
 void PanelWindow::draggedByUser() {
@@ -218,11 +211,14 @@ void PanelWindow::resizeEvent(QResizeEvent* event) {
 }
 
 void PanelWindow::showEvent(QShowEvent* event) {
-  if (windowType() != Qt::Window) m_hints.hideFromWindowList(winId());
+  using List = WindowHints::WindowList;
+  // What the desktop shows again by itself has kept its hints.
+  if (!event->spontaneous())
+    m_hints.setPlace(winId(), WindowHints::Desktops::All, m_isInWindowList ? List::Listed : List::Hidden);
   m_blends = m_hints.blendsWindows();
   cutOutShape();
   DraggableWindow::showEvent(event);
-  Q_EMIT didShow();
+  if (!event->spontaneous() && isOpen()) Q_EMIT didShow();
 }
 
 void PanelWindow::closeEvent(QCloseEvent* event) {
@@ -230,6 +226,8 @@ void PanelWindow::closeEvent(QCloseEvent* event) {
   endSheets();
   Q_EMIT willClose();
   DraggableWindow::closeEvent(event);
+  // To refuse would keep the program from quitting.
+  if (m_isInWindowList) QMetaObject::invokeMethod(this, &PanelWindow::reappearMinimized, Qt::QueuedConnection);
 }
 
 void PanelWindow::endSheets() {
@@ -253,14 +251,18 @@ bool PanelWindow::event(QEvent* event) {
 }
 
 void PanelWindow::windowDidResignKey() {
-  if (!isVisible() || !isLocked() || QGuiApplication::applicationState() == Qt::ApplicationActive) return;
-  if (m_panelWindowDelegate && m_panelWindowDelegate->panelWindowHasPageOpen()) return;
+  if (!isVisible() || !isAttached() || isInUse()) return;
   m_closedByFocusLoss = m_clock.monotonicNow();
   close();
 }
 
+bool PanelWindow::isInUse() const {
+  return QGuiApplication::applicationState() == Qt::ApplicationActive ||
+         (m_panelWindowDelegate && m_panelWindowDelegate->panelWindowHasPageOpen());
+}
+
 void PanelWindow::closeWindowIfNotActive() {
-  if (!isActiveWindow() && isLocked()) close();
+  if (!isActiveWindow() && isAttached()) close();
 }
 
 void PanelWindow::keyPressEvent(QKeyEvent* event) {

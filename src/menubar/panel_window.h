@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 
+#include "core/clock.h"
 #include "core/weak_ref.h"
 #include "widgets/draggable_window.h"
 
@@ -15,7 +16,6 @@ class QLabel;
 
 namespace halvard {
 
-class Clock;
 class HintWindow;
 class IconButton;
 class NotificationCenter;
@@ -49,6 +49,11 @@ class PanelWindow : public DraggableWindow {
   /// Flags of the state word.
   enum WindowState : std::uint64_t { DetailedFlag = 2, AdFlag = 4, DetailedAdFlag = 8 };
 
+  /// How long the item may be without a tray: longer than hosts take to answer at the start, and than a substitute for
+  /// the item takes to come.
+  static constexpr std::chrono::milliseconds kTrayPatience{3000};
+  enum class WithoutTray { Opens, Minimizes };
+
   /// "Close the panel unless it is in use."
   inline static const QString kCloseMainWindowIfNotActive = QStringLiteral("CloseMainWindowIfNotActive");
 
@@ -73,6 +78,12 @@ class PanelWindow : public DraggableWindow {
   void showWindowIfNotLocked();
   /// Shows the panel where it belongs and gives it the keyboard.
   void bringToFront();
+  /// Visible, and not minimised to the window list.
+  bool isOpen() const { return isVisible() && !isMinimized(); }
+  /// From now on the panel stands in the desktop's window list while no tray shows the item: there it stays open when
+  /// the program loses the focus, and closing minimises it. Nothing of that is stored. A panel that is closed then
+  /// opens when the item is missing from the start, if `atStart` says so, else it is minimised.
+  void followTray(WithoutTray atStart);
 
   std::uint64_t windowState() const { return m_windowState; }
   bool isWindowStateDetailed() const { return (m_windowState & DetailedFlag) != 0; }
@@ -93,15 +104,14 @@ class PanelWindow : public DraggableWindow {
   SummaryView& summary() { return *m_summary; }
   IconButton& settingsButton() { return *m_prefecencesButton; }
 
-  /// Puts the panel into the desktop's window list: for a desktop without a place for the status item.
-  void setInWindowList(bool inWindowList);
-
  Q_SIGNALS:
   void preferencesButtonPressed();
-  /// The panel was closed, by whatever way.
+  /// The panel was closed or minimised, by whatever way.
   void willClose();
-  /// The panel has become visible.
+  /// The panel is open.
   void didShow();
+  /// No tray shows the item: the panel is in the window list now.
+  void trayMissed();
 
  protected:
   void moveEvent(QMoveEvent* event) override;
@@ -109,6 +119,7 @@ class PanelWindow : public DraggableWindow {
   void showEvent(QShowEvent* event) override;
   void closeEvent(QCloseEvent* event) override;
   bool event(QEvent* event) override;
+  void changeEvent(QEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
   void mouseReleaseEvent(QMouseEvent* event) override;
   void draggedByUser() override;
@@ -117,6 +128,14 @@ class PanelWindow : public DraggableWindow {
   void buildControls();
   void connectControls();
   void windowDidResignKey();
+  /// Attached to an item that is there: closes when it is not in use.
+  bool isAttached() const { return isLocked() && !m_isInWindowList; }
+  bool isInUse() const;
+  void trayChanged();
+  void enterWindowList();
+  void leaveWindowList();
+  void setWindowType(Qt::WindowType type);
+  void reappearMinimized();
   void closeWindowIfNotActive();
   void placeBesideStatusItem();
   /// Every write is flushed, so a drag is saved once, at its end.
@@ -142,6 +161,9 @@ class PanelWindow : public DraggableWindow {
   /// What the desktop did with transparent windows when this one was shown last.
   bool m_blends = false;
   WeakRef<PanelWindowDelegate> m_panelWindowDelegate;
+  ScheduledCall m_trayWait;
+  WithoutTray m_withoutTray = WithoutTray::Minimizes;
+  bool m_isInWindowList = false;
   std::uint64_t m_windowState = 0;
   /// Where the panel was attached last.
   std::optional<QPoint> m_attachedPlace;

@@ -64,11 +64,12 @@ float PanelWindow::diskUsageHeight() const {
 
 void PanelWindow::modifyWindowToSize(QSize size, bool animated, std::function<void()> completion) {
   delete m_frameAnimation;
+  m_animating = false;
   const auto apply = [this](QSize newSize) {
     // The top edge stays, or the bottom edge when the panel stands above its item.
     const int dropped = m_panelView->bodyOffset() != 0 ? height() - newSize.height() : 0;
     // While a window manager takes a window over, pos() may be that in its frame.
-    const QPoint corner = isVisible() && isLocked() ? m_attachedPlace.value_or(pos()) : pos();
+    const QPoint corner = isVisible() && isAttached() ? m_attachedPlace.value_or(pos()) : pos();
     const QRect frame = constrainedFrame(QRect(corner + QPoint(0, dropped), newSize));
     if (m_attachedPlace) m_attachedPlace = frame.topLeft();
     setGeometry(frame);

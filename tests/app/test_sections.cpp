@@ -28,7 +28,7 @@ struct Switch : StartAtLoginSwitch {
 
 struct Hints : WindowHints {
   bool blendsWindows() const override { return true; }
-  void hideFromWindowList(std::uint64_t) override {}
+  void setPlace(std::uint64_t, Desktops, WindowList) override {}
 };
 
 struct Parts : PanelParts {

@@ -6,6 +6,7 @@
 #include "core/notification_center.h"
 #include "memory/purge_report.h"
 #include "menubar/panel_parts.h"
+#include "menubar/panel_view.h"
 #include "menubar/panel_window.h"
 #include "menubar/panel_window_info_label.h"
 #include "menubar/pie_chart_view.h"
@@ -16,6 +17,7 @@
 #include "platform/fake/fake_status_bar_item.h"
 #include "platform/ports/window_hints.h"
 #include "preferences/showcase_defaults.h"
+#include "preferences/stored_keys.h"
 #include "support/accessible_names.h"
 #include "widgets/clean_memory_button.h"
 #include "widgets/hint_window.h"
@@ -67,8 +69,8 @@ struct Parts : PanelParts {
 struct Hints : WindowHints {
   bool blendsWindows() const override { return blends; }
   bool blends = false;
-  void hideFromWindowList(std::uint64_t) override { ++hidden; }
-  int hidden = 0;
+  void setPlace(std::uint64_t, Desktops, WindowList where) override { list = where; }
+  std::optional<WindowList> list;
 };
 
 struct Panel {
@@ -92,8 +94,17 @@ struct Panel {
                                         : window.windowState() & ~std::uint64_t{PanelWindow::DetailedFlag},
                                false);
   }
+  bool showsTriangle() const { return window.findChild<PanelView*>()->showsTriangle(); }
   void fill(double fraction) { summary.fillInfoPanelWithUsedMemoryPercent(fraction, kGiB, 4 * kGiB); }
 };
+
+/// To another window, and then to another program.
+void loseFocus(Panel& panel) {
+  QWidget other;
+  other.show();
+  QVERIFY(QTest::qWaitForWindowActive(&other));
+  panel.notifications.post(PanelWindow::kCloseMainWindowIfNotActive);
+}
 
 QColor colorOf(const QLabel& label) {
   return label.palette().color(QPalette::WindowText);
@@ -165,15 +176,50 @@ class TestPanelWindow : public QObject {
     QCOMPARE(closed.size(), 1);
   }
 
-  void onlyAPanelWithoutATrayStandsInTheWindowList() {
+  void withoutATrayThePanelStandsInTheWindowListAndIsNeverOutOfReach() {
     Panel panel;
+    panel.item.setShown(false);
+    panel.window.followTray(PanelWindow::WithoutTray::Opens);
+    panel.clock.advance(PanelWindow::kTrayPatience - 1ms);
+    QVERIFY(!panel.window.isVisible());
+    panel.clock.advance(1ms);
+    QVERIFY(panel.window.isOpen());
+    QVERIFY(panel.hints.list == WindowHints::WindowList::Listed && !panel.showsTriangle());
+    loseFocus(panel);
+    QVERIFY(panel.window.isOpen());
+    QSignalSpy closed(&panel.window, &PanelWindow::willClose), shown(&panel.window, &PanelWindow::didShow);
+    panel.window.closeButtonPressed();
+    QTRY_VERIFY(panel.window.isMinimized() && panel.window.isVisible());
     panel.window.bringToFront();
-    QCOMPARE(panel.hints.hidden, 1);
-    panel.window.setInWindowList(true);
-    QVERIFY(panel.window.isVisible());
-    QCOMPARE(panel.hints.hidden, 1);
-    panel.window.setInWindowList(false);
-    QCOMPARE(panel.hints.hidden, 2);
+    QVERIFY(panel.window.isOpen() && closed.size() == 1 && shown.size() == 1);
+    // None of it is the user's wish: with a tray all is as before.
+    panel.item.setShown(true);
+    QVERIFY(!panel.store.objectForKey(stored_keys::windowLocked));
+    QVERIFY(panel.window.isLocked() && panel.showsTriangle());
+    panel.window.bringToFront();
+    QVERIFY(panel.hints.list == WindowHints::WindowList::Hidden);
+    loseFocus(panel);
+    QVERIFY(!panel.window.isVisible());
+    // A tray that is away for long is missed; nobody asked for the panel.
+    panel.item.setShown(false);
+    panel.clock.advance(PanelWindow::kTrayPatience);
+    QVERIFY(panel.window.isVisible() && panel.window.isMinimized());
+    panel.item.setShown(true);
+    QVERIFY(!panel.window.isVisible());
+  }
+
+  void startedUnaskedThePanelWaitsInTheWindowList() {
+    Panel panel;
+    panel.item.setShown(false);
+    panel.window.followTray(PanelWindow::WithoutTray::Minimizes);
+    panel.clock.advance(PanelWindow::kTrayPatience);
+    QVERIFY(panel.window.isVisible() && panel.window.isMinimized());
+    // Where the user had it detached, it stays where it is when the tray comes.
+    panel.window.bringToFront();
+    panel.window.showTriangle(false);
+    panel.item.setShown(true);
+    loseFocus(panel);
+    QVERIFY(panel.window.isOpen() && !panel.window.isLocked());
   }
 
   void keysCloseAndOpenThePreferences() {
@@ -219,6 +265,11 @@ class TestPanelWindow : public QObject {
     QCOMPARE(panel.window.size(), QSize(250, 220));
     QVERIFY(!panel.parts.list);
     QVERIFY(!panel.defaults.isWindowDetailed());
+    // A change at once ends the one under way.
+    panel.window.showDetailedMemoryUsageButtonPressed();
+    panel.showDetailed(true);
+    QVERIFY(!panel.window.isAnimating());
+    QCOMPARE(panel.window.size(), QSize(250, 285));
   }
 
   void diskUsageStandsBelowTheSummaryAndAddsItsHeight() {
@@ -253,11 +304,7 @@ class TestPanelWindow : public QObject {
     Panel panel;
     panel.window.bringToFront();
     panel.window.showTriangle(false);
-    QEvent deactivate(QEvent::WindowDeactivate);
-    QCoreApplication::sendEvent(&panel.window, &deactivate);
-    QCoreApplication::processEvents();
-    QVERIFY(panel.window.isVisible());
-    panel.notifications.post(PanelWindow::kCloseMainWindowIfNotActive);
+    loseFocus(panel);
     QVERIFY(panel.window.isVisible());
   }
 
@@ -363,6 +410,18 @@ class TestPanelWindow : public QObject {
   }
 
   void chartOnlyStoresWhileHiddenAndJumpsWhileInactive() {
+    Panel panel;
+    panel.window.bringToFront();
+    QVERIFY(QTest::qWaitForWindowActive(&panel.window));
+    const auto* const hidden = panel.window.findChild<PieChartView*>();
+    panel.summary.fillChart(kGiB, kGiB, 2 * kGiB);
+    QVERIFY(!hidden->isAnimating());
+    panel.showDetailed(true);
+    QCOMPARE(hidden->sizeForSegmentByIndex(0), 0.25);
+    panel.summary.fillChart(2 * kGiB, kGiB, kGiB);
+    QVERIFY(hidden->isAnimating());
+    panel.window.close();
+
     FakeClock clock;
     HintWindow hint;
     PieChartView chart(clock, hint);

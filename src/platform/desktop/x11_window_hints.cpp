@@ -2,13 +2,15 @@
 
 #include <xcb/xcb.h>
 #include <QGuiApplication>
-#include <array>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <vector>
 
 namespace halvard {
 namespace {
+
+constexpr std::uint32_t kAllDesktops = 0xFFFFFFFF;
 
 xcb_atom_t atom(xcb_connection_t* connection, const char* name) {
   const auto cookie = xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(std::strlen(name)), name);
@@ -25,13 +27,25 @@ xcb_connection_t* applicationConnection() {
 
 }  // namespace
 
-void X11WindowHints::hideFromWindowList(std::uint64_t windowId) {
+void X11WindowHints::setPlace(std::uint64_t windowId, Desktops desktops, WindowList list) {
   xcb_connection_t* connection = applicationConnection();
   if (!connection) return;
-  const std::array states{atom(connection, "_NET_WM_STATE_SKIP_TASKBAR"), atom(connection, "_NET_WM_STATE_SKIP_PAGER")};
+  const auto set = [&](const char* property, xcb_atom_t type, const std::vector<std::uint32_t>& values) {
+    xcb_change_property(connection, XCB_PROP_MODE_REPLACE, static_cast<xcb_window_t>(windowId),
+                        atom(connection, property), type, 32, static_cast<std::uint32_t>(values.size()), values.data());
+  };
+  std::vector<xcb_atom_t> states;
+  const auto add = [&](const char* state) { states.push_back(atom(connection, state)); };
+  if (desktops == Desktops::All) {
+    add("_NET_WM_STATE_STICKY");
+    set("_NET_WM_DESKTOP", XCB_ATOM_CARDINAL, {kAllDesktops});
+  }
+  if (list == WindowList::Hidden) {
+    add("_NET_WM_STATE_SKIP_TASKBAR");
+    add("_NET_WM_STATE_SKIP_PAGER");
+  }
   // The toolkit adds its own states to those that stand here when it maps the window.
-  xcb_change_property(connection, XCB_PROP_MODE_REPLACE, static_cast<xcb_window_t>(windowId),
-                      atom(connection, "_NET_WM_STATE"), XCB_ATOM_ATOM, 32, states.size(), states.data());
+  set("_NET_WM_STATE", XCB_ATOM_ATOM, states);
 }
 
 bool X11WindowHints::blendsWindows() const {

@@ -78,7 +78,8 @@ void PageViewer::handle(const QJsonObject& command) {
 
 void PageViewer::showWhenReady() {
   if (!m_showing || !m_isLoaded || m_frame.isVisible()) return;
-  if (m_look == PageWindow::Look::Popup) X11WindowHints().hideFromWindowList(m_frame.winId());
+  if (m_look == PageWindow::Look::Popup)
+    X11WindowHints().setPlace(m_frame.winId(), WindowHints::Desktops::Current, WindowHints::WindowList::Hidden);
   m_frame.present(m_showing->corner);
   tell({{word("event"), word("shown")}});
 }
