@@ -128,6 +128,11 @@ class TestControlCommands : public QObject {
     Machine machine;
     QCOMPARE(record(machine.clean("--wait --json"))[u"stillFreeBytes"].toInt(-1), 0);
     QVERIFY(machine.clean("--wait").endsWith(text("\nAfter 60 s still free: 0 bytes of 0 bytes.\n0")));
+    // Another process may clean meanwhile, and spoil it.
+    machine.clock.callAfter(30s, &machine.pump, [&machine] {
+      PurgeHistory(machine.store).put({{text("time"), text("later")}, {text("method"), text("fill")}});
+    });
+    QVERIFY(machine.clean("--wait").endsWith(text("another cleaning came before the second look\n1")));
   }
 
   void wrongWordsAreToldInOneLine() {
