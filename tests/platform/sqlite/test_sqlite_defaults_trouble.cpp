@@ -192,9 +192,10 @@ class TestSqliteDefaultsTrouble : public QObject {
     QCOMPARE(other.run("BEGIN IMMEDIATE"), 0);
     QElapsedTimer sinceAsked;
     sinceAsked.start();
-    QVERIFY(!save(store, key, {true}) && store.objectForKey(key) == StoredValue{true});
+    for (int time = 0; time < 20; ++time)
+      QVERIFY(!save(store, key, {true}) && store.objectForKey(key) == StoredValue{true});
     clock.advance(2s);
-    QVERIFY2(sinceAsked.elapsed() < 4000, "two attempts");
+    QVERIFY2(sinceAsked.elapsed() < 4000, "two waits");
     QCOMPARE(settings.lines.size(), 1);
     other.rollBack();
     clock.advance(3s);

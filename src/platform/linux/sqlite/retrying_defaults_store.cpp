@@ -19,7 +19,9 @@ RetryingDefaultsStore::RetryingDefaultsStore(Clock& clock, const QString& path, 
     : SqliteDefaultsStore(path, domain, std::move(report), kPatience), m_retry(clock), m_delay(kFirstDelay) {}
 
 bool RetryingDefaultsStore::synchronize() {
+  setPatience(m_hasFailed ? 0ms : kPatience);
   const bool isWritten = SqliteDefaultsStore::synchronize();
+  m_hasFailed = !isWritten;
   if (!isWritten) QMetaObject::invokeMethod(&m_home, [this] { tryLater(); });
   return isWritten;
 }
@@ -31,6 +33,7 @@ void RetryingDefaultsStore::tryLater() {
 }
 
 void RetryingDefaultsStore::tryAgain() {
+  m_hasFailed = false;
   if (synchronize()) m_delay = kFirstDelay;
 }
 

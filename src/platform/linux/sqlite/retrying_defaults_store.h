@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QObject>
+#include <atomic>
 
 #include "core/clock.h"
 #include "platform/linux/sqlite/sqlite_defaults_store.h"
@@ -8,7 +9,8 @@
 namespace halvard {
 
 /// The settings store of a program whose main thread must not stand still: it waits 200 ms for another process, and
-/// what could not be written is tried again by itself, after 2 s and then ever more rarely up to every 5 minutes.
+/// what could not be written is tried again by itself, after 2 s and then ever more rarely, up to every 5 minutes.
+/// Saving in between waits for nobody.
 class RetryingDefaultsStore : public SqliteDefaultsStore {
  public:
   /// On the thread that tries again. `clock` outlives this object; for the others see SqliteDefaultsStore.
@@ -23,6 +25,7 @@ class RetryingDefaultsStore : public SqliteDefaultsStore {
   QObject m_home;
   ScheduledCall m_retry;
   std::chrono::milliseconds m_delay;
+  std::atomic<bool> m_hasFailed = false;
 };
 
 }  // namespace halvard

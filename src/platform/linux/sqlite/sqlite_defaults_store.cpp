@@ -34,6 +34,11 @@ SqliteDefaultsStore::~SqliteDefaultsStore() {
   synchronize();
 }
 
+void SqliteDefaultsStore::setPatience(std::chrono::milliseconds patience) {
+  const std::lock_guard file(m_fileMutex);
+  m_file.setPatience(patience);
+}
+
 std::optional<StoredValue> SqliteDefaultsStore::objectForKey(const QString& key) const {
   // While another thread writes, what is in memory is as new as it gets; waiting for the disk would add nothing.
   if (const std::unique_lock file(m_fileMutex, std::try_to_lock); file.owns_lock()) refresh();

@@ -43,6 +43,10 @@ class SqliteDefaultsStore : public DefaultsStore {
   bool synchronize() override;
   void removePersistentDomain() override;
 
+ protected:
+  /// From the next call on.
+  void setPatience(std::chrono::milliseconds patience);
+
  private:
   std::optional<StoredValue> known(const QString& key) const;
   void refresh() const;
