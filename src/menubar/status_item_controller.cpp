@@ -22,9 +22,12 @@ StatusItemController::StatusItemController(StatusBarItem& item, Appearance& appe
 }
 
 void StatusItemController::updateStatusItem(const MemorySnapshot& snapshot) {
-  const QString icon = gaugeIconName(gaugeStep(static_cast<float>(snapshot.usedFraction())));
-  m_item.setImage(icon);
-  m_item.setAlternateImage(icon);
+  const int step = gaugeStep(static_cast<float>(snapshot.usedFraction()));
+  if (std::exchange(m_shownStep, step) != step) {
+    const QString icon = gaugeIconName(step);
+    m_item.setImage(icon);
+    m_item.setAlternateImage(icon);
+  }
   fillToolTip(snapshot);
 }
 
@@ -50,6 +53,7 @@ void StatusItemController::fillTitle(const MemorySnapshot& snapshot) {
 }
 
 void StatusItemController::showCleaningIcon() {
+  m_shownStep = 0;
   m_item.setImage(QStringLiteral("icon_clear"));
 }
 

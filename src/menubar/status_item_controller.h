@@ -53,6 +53,7 @@ class StatusItemController : public QObject {
   Appearance& m_appearance;
   PreferencesModel& m_preferences;
   QString m_displayName;
+  int m_shownStep = 0;                 // of the gauge; 0: another picture
   std::optional<TitleSource> m_title;  // none before the first
   ByteCount m_toldSize = 0;            // in the tool tip
   int m_roundsToToolTip = 0;

@@ -52,7 +52,7 @@ class X11Windows::Connection {
   void flush();
 
  private:
-  static constexpr int kRememberedTimes = 3;
+  static constexpr int kRememberedTimes = 7;
 
   struct Known {  // what never changes about a window of one process
     ApplicationWindow window;

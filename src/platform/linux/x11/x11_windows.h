@@ -47,7 +47,7 @@ class X11Windows {
   std::vector<ApplicationWindow> windows();
 
   /// As windows(), but of before while the list of windows, which the server tells between two calls, stays the same:
-  /// for who asks again and again while no process came or went. So a new window is seen one call late; every fourth
+  /// for who asks again and again while no process came or went. So a new window is seen one call late; every eighth
   /// time all is asked, because windows may join or leave the task bars.
   std::vector<ApplicationWindow> rememberedWindows();
 

@@ -193,7 +193,7 @@ class TestX11Windows : public QObject {
     xcb_atom_t hidden = client.ewmh()._NET_WM_STATE_SKIP_TASKBAR;
     ::xcb_ewmh_set_wm_state(&client.ewmh(), first, 1, &hidden);
     client.activeWindow();
-    for (int time = 0; time < 3; ++time) {
+    for (int time = 0; time < 7; ++time) {
       windows.attention();
       QCOMPARE(windows.rememberedWindows().size(), 2u);
     }
