@@ -110,7 +110,9 @@ steady_clock::time_point SystemClock::monotonicNow() const {
 }
 
 void SystemClock::callAfter(milliseconds delay, QObject* context, Action action) {
-  if (delay.count() > 0 && delay.count() <= std::numeric_limits<int>::max()) {
+  const bool isForTimer =
+      delay > milliseconds(0) && delay < milliseconds(std::numeric_limits<int>::max()) - kShortestJoined;
+  if (isForTimer) {
     DelayedCall::make(delay, context, std::move(action));
   } else {
     QTimer::singleShot(delay, Qt::CoarseTimer, context, std::move(action));
