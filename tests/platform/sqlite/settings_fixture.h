@@ -16,11 +16,15 @@ struct SettingsFolder {
   QMutex mutex;
   QStringList lines;
 
-  std::unique_ptr<SqliteDefaultsStore> open(const char* domain = "test") {
-    return std::make_unique<SqliteDefaultsStore>(path, text(domain), [this](const QString& line) {
+  SqliteDefaultsStore::Report report() {
+    return [this](const QString& line) {
       const QMutexLocker lock(&mutex);
       lines << line;
-    });
+    };
+  }
+
+  std::unique_ptr<SqliteDefaultsStore> open(const char* domain = "test") {
+    return std::make_unique<SqliteDefaultsStore>(path, text(domain), report());
   }
 
   /// A sound file with `count` values "0", "1", … in its main part, no log beside it.

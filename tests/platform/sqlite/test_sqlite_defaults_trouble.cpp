@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 #include <csignal>
+#include <thread>
 
 #include "platform/fake/fake_clock.h"
 #include "platform/linux/sqlite/retrying_defaults_store.h"
@@ -41,6 +42,19 @@ struct Unprivileged {
     if (changed) Q_UNUSED(::seteuid(0));
   }
   const bool changed;
+};
+
+/// While this lives, no file grows past `size`: a full disk.
+struct FileSizeLimit {
+  explicit FileSizeLimit(rlim_t size) {
+    std::signal(SIGXFSZ, SIG_IGN);
+    set(size);
+  }
+  ~FileSizeLimit() { set(RLIM_INFINITY); }
+  static void set(rlim_t size) {
+    const rlimit limit{.rlim_cur = size, .rlim_max = RLIM_INFINITY};
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+  }
 };
 
 }  // namespace
@@ -107,6 +121,25 @@ class TestSqliteDefaultsTrouble : public QObject {
     QCOMPARE(settings.open()->keys().size(), filled + 2);
     QCOMPARE(first->keys(), settings.open()->keys());
     QCOMPARE(settings.lines.size(), 1);
+  }
+
+  void damageOnAFullDiskIsMendedOnceThereIsRoom() {
+    SettingsFolder settings;
+    settings.fill(filled);
+    FakeClock clock;
+    RetryingDefaultsStore store(clock, settings.path, text("test"), settings.report());
+    const auto second = settings.open();
+    QCOMPARE(store.keys().size() + second->keys().size(), 2 * filled);
+    settings.folder.write(file, randomBytes(m_sound.size()));
+    QVERIFY(save(*second, key, {true}));
+    {
+      const FileSizeLimit limit(1000);
+      QCOMPARE(store.keys().size(), filled);
+    }
+    QVERIFY(settings.open()->keys().isEmpty());
+    clock.advance(2s);
+    QCOMPARE(settings.open()->keys().size(), filled);
+    QCOMPARE(clock.pendingCalls(), 0u);
   }
 
   void writesAfterTheFileWasReplacedGoToTheNewFile() {
@@ -186,8 +219,7 @@ class TestSqliteDefaultsTrouble : public QObject {
     SettingsFolder settings;
     settings.fill(1);
     FakeClock clock;
-    RetryingDefaultsStore store(clock, settings.path, text("test"),
-                                [&](const QString& line) { settings.lines << line; });
+    RetryingDefaultsStore store(clock, settings.path, text("test"), settings.report());
     Database other(settings);
     QCOMPARE(other.run("BEGIN IMMEDIATE"), 0);
     QElapsedTimer sinceAsked;
@@ -205,21 +237,37 @@ class TestSqliteDefaultsTrouble : public QObject {
     QCOMPARE(clock.pendingCalls(), 0u);
   }
 
+  void fileThatNobodyElseMayReadIsOutwaitedAtTheStart() {
+    SettingsFolder settings;
+    settings.fill(1);
+    Database other(settings);
+    QCOMPARE(other.run("PRAGMA locking_mode = EXCLUSIVE"), 0);
+    QCOMPARE(other.count("TRUE"), SqliteValue(std::int64_t{1}));
+    SqliteDefaultsStore hasty(settings.path, text("test"), settings.report(), 0ms);
+    QCOMPARE(settings.lines.size(), 1);
+    QCOMPARE(hasty.keys(), texts({"0"}));
+    std::thread release([&] {
+      std::this_thread::sleep_for(300ms);
+      other.close();
+    });
+    FakeClock clock;
+    RetryingDefaultsStore store(clock, settings.path, text("test"), settings.report());
+    release.join();
+    QCOMPARE(settings.lines.size(), 1);
+    QVERIFY(save(store, key, {true}));
+    QCOMPARE(hasty.objectForKey(key), StoredValue{true});
+  }
+
   void fullDiskKeepsTheValuesUntilThereIsRoom() {
     SettingsFolder settings;
     settings.fill(2);
     const auto store = settings.open();
-    std::signal(SIGXFSZ, SIG_IGN);
-    const auto limitFiles = [](rlim_t size) {
-      const rlimit limit{.rlim_cur = size, .rlim_max = RLIM_INFINITY};
-      return ::setrlimit(RLIMIT_FSIZE, &limit);
-    };
-    QCOMPARE(limitFiles(300'000), 0);
-    const auto lift = qScopeGuard([&] { limitFiles(RLIM_INFINITY); });
-    QVERIFY(!save(*store, text("large"), {QByteArray(800'000, 'x')}) && !store->synchronize());
-    QCOMPARE(settings.lines.size(), 1);
-    QCOMPARE(store->keys(), texts({"0", "1", "large"}));
-    limitFiles(RLIM_INFINITY);
+    {
+      const FileSizeLimit limit(300'000);
+      QVERIFY(!save(*store, text("large"), {QByteArray(800'000, 'x')}) && !store->synchronize());
+      QCOMPARE(settings.lines.size(), 1);
+      QCOMPARE(store->keys(), texts({"0", "1", "large"}));
+    }
     QVERIFY(store->synchronize());
     QCOMPARE(settings.open()->keys(), store->keys());
   }

@@ -9,6 +9,9 @@
 #include <cerrno>
 
 namespace halvard {
+
+using namespace std::chrono_literals;
+
 namespace {
 
 constexpr std::int64_t schemaVersion = 1;
@@ -28,6 +31,8 @@ DefaultsFileFault faultOf(int code) {
     case SQLITE_NOTADB:
     case SQLITE_ERROR:  // our statements do not fit its tables: somebody else's database
       return DefaultsFileFault::damaged;
+    case SQLITE_BUSY:
+      return DefaultsFileFault::busy;
     default:
       return DefaultsFileFault::unavailable;
   }
@@ -57,7 +62,8 @@ DefaultsFileOutcome DefaultsFile::open(bool create) {
       return {DefaultsFileFault::unavailable, made.error().message};
     }
   }
-  const FolderLock lock(m_folder, m_patience);
+  const FolderLock lock(m_folder);
+  m_connection.setPatience(m_isBusy && !create ? 0ms : m_patience);
   const auto mode = create ? SqliteConnection::Mode::create : SqliteConnection::Mode::existing;
   if (const int code = m_connection.open(m_path, mode); code != SQLITE_OK) return closeWith(outcome(code));
   m_identity = identityNow();
@@ -68,6 +74,8 @@ DefaultsFileOutcome DefaultsFile::open(bool create) {
   if (DefaultsFileOutcome prepared = prepareFile(); !prepared) return closeWith(std::move(prepared));
   m_versionStatement = m_connection.prepare("PRAGMA data_version");
   m_readVersion = -1;
+  m_isBusy = false;
+  m_connection.setPatience(m_patience);
   return {};
 }
 
@@ -110,6 +118,7 @@ DefaultsFileOutcome DefaultsFile::read(DefaultsValues& values, int& unreadableRo
 }
 
 bool DefaultsFile::readWithoutWriting(DefaultsValues& values) {
+  m_connection.setPatience(m_isBusy ? 0ms : m_patience);
   const bool hasLog = QFileInfo(m_path + QStringLiteral("-wal")).size() > 0;
   if (hasLog && readIn(SqliteConnection::Mode::readOnly, values)) return true;
   return readIn(SqliteConnection::Mode::readImmutable, values);
@@ -156,7 +165,7 @@ int DefaultsFile::writeRows(const DefaultsChanges& changes) {
 }
 
 Result<std::optional<QString>> DefaultsFile::setAside() {
-  const FolderLock lock(m_folder, m_patience);
+  const FolderLock lock(m_folder);
   const bool mine = isInPlace();
   // Renamed while open: closing a file in place would work its log into it, and remove the log.
   const Result<QString> moved = mine ? halvard::setAside(m_path, companionSuffixes()) : QString();
@@ -213,6 +222,7 @@ DefaultsFileOutcome DefaultsFile::outcome(int code) const {
 DefaultsFileOutcome DefaultsFile::closeWith(DefaultsFileOutcome reason) {
   if (reason.fault == DefaultsFileFault::damaged) return reason;
   m_connection.rollBack();
+  m_isBusy = reason.fault == DefaultsFileFault::busy;
   close();
   return reason;
 }

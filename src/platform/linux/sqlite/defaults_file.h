@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <optional>
 
 #include "platform/linux/sqlite/defaults_changes.h"
@@ -14,6 +15,7 @@ enum class DefaultsFileFault {
   absent,      ///< there is no file
   damaged,     ///< it is not, or no longer, a settings file
   newer,       ///< a newer program made it
+  busy,        ///< another process keeps it locked
   unavailable  ///< it cannot be reached, read or written, for now
 };
 
@@ -34,7 +36,8 @@ class DefaultsFile {
  public:
   DefaultsFile(QString path, QString domain);
 
-  /// How long everything waits for the locks of others, 5 s unless told.
+  /// How long reading, writing and opening wait for others that use the file, 5 s unless told. Opening for reading
+  /// waits once: not again until the file could be opened.
   void setPatience(std::chrono::milliseconds patience);
 
   const QString& path() const { return m_path; }
@@ -79,6 +82,7 @@ class DefaultsFile {
   SqliteConnection m_connection;
   SqliteStatement m_versionStatement;
   std::chrono::milliseconds m_patience = std::chrono::seconds(5);
+  bool m_isBusy = false;
   std::optional<FileIdentity> m_identity;  // of the file opened last
   std::int64_t m_readVersion = 0;
 };

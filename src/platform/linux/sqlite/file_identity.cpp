@@ -21,6 +21,7 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr std::chrono::milliseconds lockPause = 10ms;
+constexpr std::chrono::milliseconds lockPatience = 5s;
 constexpr int namesTried = 10000;
 
 Error systemError() {
@@ -83,9 +84,9 @@ Result<QString> setAside(const QString& path, const QStringList& companionSuffix
   return Error{QStringLiteral("too many damaged files beside it")};
 }
 
-FolderLock::FolderLock(const QString& folder, std::chrono::milliseconds patience)
+FolderLock::FolderLock(const QString& folder)
     : m_descriptor(::open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
-  for (auto waited = 0ms; m_descriptor >= 0 && waited <= patience; waited += lockPause) {
+  for (auto waited = 0ms; m_descriptor >= 0 && waited <= lockPatience; waited += lockPause) {
     if (::flock(m_descriptor, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) return;
     std::this_thread::sleep_for(lockPause);
   }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QString>
-#include <chrono>
 #include <cstdint>
 #include <optional>
 
@@ -34,8 +33,8 @@ Result<QString> setAside(const QString& path, const QStringList& companionSuffix
 /// Keeps the other processes that lock the same folder away while it lives.
 class FolderLock {
  public:
-  /// Waits for `patience` at most; a folder that cannot be locked leaves the lock without effect.
-  FolderLock(const QString& folder, std::chrono::milliseconds patience);
+  /// Waits 5 s at most; a folder that cannot be locked leaves the lock without effect.
+  explicit FolderLock(const QString& folder);
   ~FolderLock();
   FolderLock(const FolderLock&) = delete;
   FolderLock& operator=(const FolderLock&) = delete;

@@ -16,7 +16,10 @@ constexpr std::chrono::milliseconds kLongestDelay = 5min;
 }  // namespace
 
 RetryingDefaultsStore::RetryingDefaultsStore(Clock& clock, const QString& path, const QString& domain, Report report)
-    : SqliteDefaultsStore(path, domain, std::move(report), kPatience), m_retry(clock), m_delay(kFirstDelay) {}
+    : SqliteDefaultsStore(path, domain, std::move(report)), m_retry(clock), m_delay(kFirstDelay) {
+  setPatience(kPatience);
+  tellOfUnwritten([this] { QMetaObject::invokeMethod(&m_home, [this] { tryLater(); }); });
+}
 
 bool RetryingDefaultsStore::synchronize() {
   setPatience(m_hasFailed ? 0ms : kPatience);

@@ -8,9 +8,9 @@
 
 namespace halvard {
 
-/// The settings store of a program whose main thread must not stand still: it waits 200 ms for another process, and
-/// what could not be written is tried again by itself, after 2 s and then ever more rarely, up to every 5 minutes.
-/// Saving in between waits for nobody.
+/// The settings store of a program whose main thread must not stand still: its first look waits 5 s for
+/// a process that keeps the file locked, everything later 200 ms. What could not be written is tried again by itself,
+/// after 2 s and then ever more rarely, up to every 5 minutes; saving in between waits for nobody.
 class RetryingDefaultsStore : public SqliteDefaultsStore {
  public:
   /// On the thread that tries again. `clock` outlives this object; for the others see SqliteDefaultsStore.

@@ -39,6 +39,12 @@ void SqliteDefaultsStore::setPatience(std::chrono::milliseconds patience) {
   m_file.setPatience(patience);
 }
 
+void SqliteDefaultsStore::tellOfUnwritten(std::function<void()> tell) {
+  const std::lock_guard file(m_fileMutex);
+  m_tellOfUnwritten = std::move(tell);
+  if (!m_writing.isEmpty()) m_tellOfUnwritten();
+}
+
 std::optional<StoredValue> SqliteDefaultsStore::objectForKey(const QString& key) const {
   // While another thread writes, what is in memory is as new as it gets; waiting for the disk would add nothing.
   if (const std::unique_lock file(m_fileMutex, std::try_to_lock); file.owns_lock()) refresh();
@@ -130,12 +136,14 @@ void SqliteDefaultsStore::refresh() const {
 void SqliteDefaultsStore::openForReading() const {
   const std::optional<FileIdentity> identity = m_file.identityNow();
   const DefaultsFileOutcome outcome = m_file.open(false);
-  m_failedIdentity = outcome ? std::nullopt : identity;
+  const bool isBusy = outcome.fault == DefaultsFileFault::busy;
+  m_failedIdentity = outcome || isBusy ? std::nullopt : identity;
   if (outcome) return reload();
   if (outcome.fault == DefaultsFileFault::damaged) return replaceDamaged(outcome.message);
   DefaultsValues values;
-  const bool replaced = outcome.fault == DefaultsFileFault::absent ||
-                        (outcome.fault == DefaultsFileFault::unavailable && m_file.readWithoutWriting(values));
+  // Past the lock of another process one sees the file without its latest changes: better than nothing, no more.
+  const bool isReadable = outcome.fault == DefaultsFileFault::unavailable || (isBusy && m_committed.empty());
+  const bool replaced = outcome.fault == DefaultsFileFault::absent || (isReadable && m_file.readWithoutWriting(values));
   if (outcome.fault != DefaultsFileFault::absent) reportUnusable(outcome);
   if (!replaced) return;
   const std::lock_guard lock(m_valuesMutex);
@@ -160,6 +168,7 @@ void SqliteDefaultsStore::replaceDamaged(const QString& reason) const {
   setAsideDamaged(reason);
   if (m_writing.isEmpty()) return;
   if (const DefaultsFileOutcome outcome = writeOut(); !outcome) reportUnusable(outcome);
+  if (!m_writing.isEmpty() && m_tellOfUnwritten) m_tellOfUnwritten();
 }
 
 void SqliteDefaultsStore::setAsideDamaged(const QString& reason) const {

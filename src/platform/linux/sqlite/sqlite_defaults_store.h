@@ -46,6 +46,9 @@ class SqliteDefaultsStore : public DefaultsStore {
  protected:
   /// From the next call on.
   void setPatience(std::chrono::milliseconds patience);
+  /// `tell` is called when reading has set a damaged file aside and what was read could not be written anew: at once if
+  /// that has happened, and each time it does, on any thread, while the file is locked.
+  void tellOfUnwritten(std::function<void()> tell);
 
  private:
   std::optional<StoredValue> known(const QString& key) const;
@@ -64,6 +67,7 @@ class SqliteDefaultsStore : public DefaultsStore {
   mutable std::optional<FileIdentity> m_failedIdentity;  // of the file that could not be opened last
   mutable QString m_reported;
   const Report m_report;
+  std::function<void()> m_tellOfUnwritten;
 
   // Each hides what is before it. m_writing changes only while both locks are held.
   mutable std::mutex m_valuesMutex;
