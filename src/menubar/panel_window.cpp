@@ -224,7 +224,7 @@ void PanelWindow::showEvent(QShowEvent* event) {
 void PanelWindow::closeEvent(QCloseEvent* event) {
   m_hint->hideItself();
   endSheets();
-  Q_EMIT willClose();
+  if (isOpen()) Q_EMIT willClose();
   DraggableWindow::closeEvent(event);
   // To refuse would keep the program from quitting.
   if (m_isInWindowList) QMetaObject::invokeMethod(this, &PanelWindow::reappearMinimized, Qt::QueuedConnection);

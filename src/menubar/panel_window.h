@@ -106,7 +106,7 @@ class PanelWindow : public DraggableWindow {
 
  Q_SIGNALS:
   void preferencesButtonPressed();
-  /// The panel was closed or minimised, by whatever way.
+  /// The open panel was closed or minimised, by whatever way.
   void willClose();
   /// The panel is open.
   void didShow();

@@ -43,6 +43,7 @@ void PanelWindow::enterWindowList() {
 
 void PanelWindow::leaveWindowList() {
   const bool stays = isOpen() && (!isLocked() || isInUse());
+  const bool wasActive = isActiveWindow();
   m_isInWindowList = false;
   if (!stays && isVisible()) close();
   setWindowType(Qt::Tool);
@@ -50,6 +51,7 @@ void PanelWindow::leaveWindowList() {
   if (!stays) return;
   if (isLocked()) placeBesideStatusItem();
   show();
+  if (wasActive) activateWindow();
 }
 
 void PanelWindow::setWindowType(Qt::WindowType type) {

@@ -204,8 +204,9 @@ class TestPanelWindow : public QObject {
     panel.item.setShown(false);
     panel.clock.advance(PanelWindow::kTrayPatience);
     QVERIFY(panel.window.isVisible() && panel.window.isMinimized());
+    closed.clear();
     panel.item.setShown(true);
-    QVERIFY(!panel.window.isVisible());
+    QVERIFY(!panel.window.isVisible() && closed.isEmpty());
   }
 
   void startedUnaskedThePanelWaitsInTheWindowList() {
