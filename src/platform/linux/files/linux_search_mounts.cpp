@@ -76,11 +76,11 @@ QByteArray placeWithin(const Mount& mount, const Mount& other) {
 }
 
 /// The mount of the same file system to enter instead: one that shows more of it, or the same and came first, where
-/// the folder can be entered. Null when `mount` is to be entered itself.
+/// the folder can be entered. One that is not entered itself shows nothing. Null when `mount` is to be entered itself.
 const Mount* shownBy(const Mounts& mounts, const Mount& mount, LinuxSearchMounts::IsReachable isReachable) {
   const auto shows = [&](const Mount& other) {
     return &other != &mount && isPartOf(mount, other) && (mount.root != other.root || &other < &mount) &&
-           isReachable(placeWithin(mount, other), other.id);
+           isReachable(placeWithin(mount, other), other.id) && !shownBy(mounts, other, isReachable);
   };
   if (mount.place == "/") return nullptr;
   const Mount* best = nullptr;

@@ -161,6 +161,16 @@ class TestLinuxFiles : public QObject {
     QVERIFY(rules->entersMount(21) && rules->entersMount(40) && !rules->entersMount(41));
     QCOMPARE(mounts.aliases().at(0).entered, QByteArray("/sysroot/deploy/var"));
     QCOMPARE(mounts.hiddenLayers(), std::vector<QByteArray>{"/sysroot/deploy/1"});
+    // What shows a folder shows it only if it is entered itself; a tmpfs lies over the folder at its first place.
+    folder.write("table",
+                 "21 1 8:1 / / rw - ext4 /dev/sda1 rw\n"
+                 "22 21 8:1 /srv /data rw - ext4 /dev/sda1 rw\n"
+                 "23 21 8:1 /srv/a /home rw - ext4 /dev/sda1 rw\n"
+                 "24 21 0:9 / /srv/a rw - tmpfs tmpfs rw\n");
+    const LinuxSearchMounts covered(table.toUtf8(),
+                                    [](const QByteArray& place, std::uint64_t) { return place != "/srv/a"; });
+    const auto coveredRules = covered.rules();
+    QVERIFY(coveredRules->entersMount(23) && !coveredRules->entersMount(22) && covered.aliases().size() == 1);
   }
 
   void downloadsAreNeverTheWholeHome() {
