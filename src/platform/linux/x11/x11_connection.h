@@ -22,8 +22,8 @@ using XcbReply = std::unique_ptr<Reply, XcbFree>;
 /// come, because the window or the server has gone, are empty.
 class X11Windows::Connection {
  public:
-  /// Null when there is no such display. One whose server runs elsewhere is kept, so as not to be tried again and
-  /// again.
+  /// Null when there is no such display. One whose server runs elsewhere is kept while it lives, so as not to be tried
+  /// again and again.
   static std::unique_ptr<Connection> open(const QByteArray& display);
   ~Connection();
 
@@ -48,7 +48,7 @@ class X11Windows::Connection {
   void activate(xcb_window_t window);
   /// False when the window cannot be asked.
   bool close(xcb_window_t window);
-  /// Sends what was asked for.
+  /// Sends what was asked for, and reads what came unasked, or that the server has gone.
   void flush();
 
  private:

@@ -20,6 +20,8 @@ X11Windows::X11Windows(QByteArray display) : m_display(std::move(display)) {}
 X11Windows::~X11Windows() = default;
 
 X11Windows::Connection* X11Windows::connection() {
+  // The end of a server that is asked nothing shows in reading only.
+  if (m_connection && !m_connection->isServerHere()) m_connection->flush();
   if (m_connection && !m_connection->isAlive()) m_connection.reset();
   const bool hasDisplay = !m_display.isEmpty() || !qEnvironmentVariableIsEmpty("DISPLAY");
   if (!m_connection && hasDisplay) m_connection = Connection::open(m_display);

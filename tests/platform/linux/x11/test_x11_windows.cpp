@@ -240,14 +240,14 @@ class TestX11Windows : public QObject {
     const xcb_window_t window = client.open();
     client.setClientList({window});
     client.focus(window);
-    const Relay relay(*m_display);
-    QVERIFY(relay.isListening());
-    auto isReached = std::async(std::launch::async, [name = relay.name()] {
+    auto relay = std::make_unique<Relay>(*m_display);
+    QVERIFY(relay->isListening());
+    auto isReached = std::async(std::launch::async, [name = relay->name()] {
       xcb_connection_t* const connection = ::xcb_connect(name.constData(), nullptr);
       const auto disconnect = qScopeGuard([connection] { ::xcb_disconnect(connection); });
       return ::xcb_connection_has_error(connection) == 0;
     });
-    X11Windows windows(relay.name());
+    X11Windows windows(relay->name());
     auto seen = std::async(std::launch::async, [&windows, self = m_self] {
       const DesktopAttention attention = windows.attention();
       return !windows.windows().empty() || attention.hasDisplay || attention.focused || windows.close(self);
@@ -255,6 +255,12 @@ class TestX11Windows : public QObject {
     const auto isDone = [](const auto& future) { return future.wait_for(0s) == std::future_status::ready; };
     QTRY_VERIFY(isDone(isReached) && isDone(seen));
     QVERIFY(isReached.get() && !seen.get());
+    // Once it has gone, the next server of that name is asked.
+    relay.reset();
+    relay = std::make_unique<Relay>(*m_display);
+    QSignalSpy asked(relay.get(), &QTcpServer::newConnection);
+    seen = std::async(std::launch::async, [&windows] { return windows.attention().hasDisplay; });
+    QTRY_VERIFY(isDone(seen) && asked.size() == 1);
     QTRY_COMPARE(X11Windows(m_display->name()).windows().size(), 1u);
   }
 
