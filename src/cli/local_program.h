@@ -23,6 +23,8 @@ struct CliServices {
   ScriptRunner& scripts;
   Clock& clock;
   QString applicationVersion;
+  /// False while another command cleans.
+  std::function<bool()> isAlone = {};
 };
 
 /// The memory side of the program without its windows, for commands that find no running program: the same controller,

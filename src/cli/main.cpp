@@ -96,28 +96,41 @@ struct Machine {
 };
 
 /// Without a program two commands could fill memory at once: the second is sent away.
-int cleanAlone(MemoryCommands& commands, const QStringList& words, const CommandOutput& output) {
-  const QString folder = QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation);
-  QDir().mkpath(folder);
-  QLockFile lock(folder + QStringLiteral("/halvard-clean.lock"));
-  lock.setStaleLockTime(0);
-  if (!lock.tryLock() && lock.error() == QLockFile::LockFailedError) {
-    return output.fail(QStringLiteral("a cleaning is running already"), kExitFailure);
+class CleanLock {
+ public:
+  CleanLock() { m_file.setStaleLockTime(0); }
+  /// False when another command has it. Where no lock can be made, everybody has it.
+  bool take() {
+    QDir().mkpath(m_folder);
+    return m_file.tryLock() || m_file.error() != QLockFile::LockFailedError;
   }
-  QObject::connect(&commands, &MemoryCommands::cleaned, &commands, [&lock] { lock.unlock(); });
-  return commands.runClean(words);
-}
+  void release() { m_file.unlock(); }
+  bool isFree() {
+    const bool taken = take();
+    if (taken) release();
+    return taken;
+  }
+
+ private:
+  const QString m_folder = QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation);
+  QLockFile m_file{m_folder + QStringLiteral("/halvard-clean.lock")};
+};
 
 int runMemoryCommand(const QString& command, const QStringList& words, const CommandOutput& output) {
   const TerminationSignals signals_;
   Machine machine;
+  CleanLock lock;
+  CliServices services = machine.services();
+  services.isAlone = [&lock] { return lock.isFree(); };
   DBusControlClient control(QDBusConnection::sessionBus());
-  MemoryCommands commands(machine.services(), control, output, isTerminal(stderr));
+  MemoryCommands commands(services, control, output, isTerminal(stderr));
   QObject::connect(&signals_, &TerminationSignals::terminationRequested, &commands, &MemoryCommands::interrupt);
   if (command == QStringLiteral("status")) return commands.runStatus(words);
   if (command == QStringLiteral("watch")) return commands.runWatch(words);
   if (words.contains(QStringLiteral("--dry-run"))) return commands.runClean(words);
-  return cleanAlone(commands, words, output);
+  if (!lock.take()) return output.fail(QStringLiteral("a cleaning is running already"), kExitFailure);
+  QObject::connect(&commands, &MemoryCommands::cleaned, &commands, [&lock] { lock.release(); });
+  return commands.runClean(words);
 }
 
 int runApplicationCommand(const QString& command, const QStringList& words, const CommandOutput& output) {

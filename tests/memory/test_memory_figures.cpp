@@ -55,7 +55,8 @@ struct Program : ControllerParts {
 
   PurgeControllerView view;
   ZPPurgeController controller{services(), view};
-  PurgeJournal journal{controller, host, version, store, clock};
+  bool isAlone = true;
+  PurgeJournal journal{controller, host, version, store, clock, [this] { return isAlone; }};
   QSignalSpy rechecked{&journal, &PurgeJournal::rechecked};
 };
 
@@ -194,6 +195,11 @@ class TestMemoryFigures : public QObject {
     QCOMPARE(records.size(), 2);
     QVERIFY(!records[0].toObject().contains(QLatin1String("stillFreeBytes")));
     QCOMPARE(mebibytes(records[1], "stillFreeBytes"), -1000);
+    program.purge(1400);
+    program.isAlone = false;
+    program.clock.advance(60s);
+    QCOMPARE(program.rechecked.size(), 1);
+    program.isAlone = true;
     program.purge(1400);
     program.host.setKernelReturn(5);  // nothing can be said then
     program.clock.advance(60s);
