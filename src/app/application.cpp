@@ -99,6 +99,7 @@ bool launchBundle(const QString& program) {
   QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
   for (const char* name : {"APPIMAGE", "APPDIR", "ARGV0", "OWD"})
     environment.remove(QString::fromLatin1(name));
+  environment.insert(QString::fromLatin1(Application::kMovedFrom), qEnvironmentVariable("APPIMAGE"));
   process.setProcessEnvironment(environment);
   process.setProgram(program);
   return process.startDetached();

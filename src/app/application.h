@@ -54,6 +54,9 @@ class Application : public QObject {
   Q_OBJECT
 
  public:
+  /// The variable that tells a relaunched program which image it was copied from.
+  static constexpr const char* kMovedFrom = "HALVARD_MOVED_FROM";
+
   explicit Application(const Platform& platform);
   ~Application() override;
 

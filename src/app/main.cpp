@@ -218,7 +218,8 @@ int run(const QStringList& arguments) {
   if (!openShotState(desktop.clock, program)) return 2;
   reportMissingTray(program);
   if (!program.start(arguments)) return 0;
-  if (!demo) desktop.loginItems.adoptEntries();
+  if (!demo) desktop.loginItems.adoptEntries(qEnvironmentVariable(Application::kMovedFrom));
+  qunsetenv(Application::kMovedFrom);
   crashWhenAsked(desktop.clock, program);
   return QApplication::exec();
 }

@@ -205,8 +205,8 @@ class TestXdg : public QObject {
     const auto serviceOf = [&](const QStringList& command) {
       return XdgLoginItemService(session.directories, {}, {{identifier, text("Main"), command}}, session.path("proc"));
     };
-    const auto adopted = [&](const QStringList& command) {
-      serviceOf(command).adoptEntries();
+    const auto adopted = [&](const QStringList& command, const QString& movedFrom = {}) {
+      serviceOf(command).adoptEntries(movedFrom);
       const auto entry = parseDesktopEntry(session.read(userEntry));
       return entry && entry->arguments == command && entry->tryExec == command.first();
     };
@@ -214,7 +214,9 @@ class TestXdg : public QObject {
     QVERIFY(!adopted(fromImage) && !QFile::exists(session.path(userEntry)));
     QVERIFY(serviceOf(fromImage).setEnabled(identifier, true));
     session.write(userEntry, session.read(userEntry) + "X-GNOME-Autostart-enabled=false\n");
-    QVERIFY(adopted(fromLater));
+    // Another image is run once: what the entry starts is still there.
+    QVERIFY(!adopted(fromLater) && !adopted(fromLater, session.program));
+    QVERIFY(adopted(fromLater, image));
     QVERIFY(!parseDesktopEntry(session.read(userEntry))->autostartEnabled);
     // An installed program leaves alone what works.
     QVERIFY(!adopted(installed));

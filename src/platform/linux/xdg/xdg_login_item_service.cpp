@@ -54,15 +54,15 @@ XdgLoginItemService::XdgLoginItemService(AutostartDirectories directories, QStri
       m_jobs(std::move(jobs)),
       m_procRoot(std::move(procRoot)) {}
 
-void XdgLoginItemService::adoptEntries() {
+void XdgLoginItemService::adoptEntries(const QString& movedFrom) {
   for (const LoginJob& job : m_jobs) {
     const QByteArray content = contentOf(userEntry(job.identifier));
     const std::optional<DesktopEntry> entry = parseDesktopEntry(content);
     if (!entry || entry->hidden || entry->arguments == job.command) continue;
-    const bool isGone = resolvedProgram(entry->arguments.value(0)).isEmpty();
-    const bool isOtherImage = job.command.size() > 1 && entry->arguments.mid(1) == job.command.mid(1);
+    const QString started = resolvedProgram(entry->arguments.value(0));
+    const bool isLeft = started.isEmpty() || started == QFileInfo(movedFrom).canonicalFilePath();
     const bool isStartable = !resolvedProgram(job.command.value(0)).isEmpty();
-    if (isStartable && (isGone || isOtherImage)) write(job.identifier, entryWithCommand(content, job.command));
+    if (isStartable && isLeft) write(job.identifier, entryWithCommand(content, job.command));
   }
 }
 

@@ -31,8 +31,8 @@ class XdgLoginItemService : public LoginItemService {
                       QString procRoot = QStringLiteral("/proc"));
 
   /// Has the user's own entries start the jobs of these programs where what they would start is no longer there, or is
-  /// another image of the same program: images are moved, and replaced under other names. For the program's start.
-  void adoptEntries();
+  /// the image `movedFrom` that this program was copied from. For the program's start.
+  void adoptEntries(const QString& movedFrom = {});
 
   /// Disabling removes the user's entry, and masks that of the system where there is one.
   bool setEnabled(const QString& jobIdentifier, bool enabled) override;
