@@ -30,16 +30,11 @@ std::map<QByteArray, ByteCount> dpkgSizes(const QByteArray& output) {
   return sizes;
 }
 
-std::map<QByteArray, OwningPackage> rpmOwners(const QByteArrayList& files, const QByteArray& output) {
-  std::map<QByteArray, OwningPackage> owners;
-  const QList<QByteArray> lines = output.split('\n');
-  for (qsizetype index = 0; index < files.size() && index < lines.size(); ++index) {
-    const QList<QByteArray> fields = lines[index].split('\t');
-    bool isNumber = false;
-    const ByteCount bytes = fields.size() == 2 ? fields[1].toULongLong(&isNumber) : 0;
-    if (isNumber) owners.emplace(files[index], OwningPackage{"rpm:" + fields[0], bytes});
-  }
-  return owners;
+std::optional<OwningPackage> rpmOwner(const QByteArray& output) {
+  const QList<QByteArray> fields = output.left(output.indexOf('\n')).split('\t');
+  bool isNumber = false;
+  const ByteCount bytes = fields.size() == 2 ? fields[1].toULongLong(&isNumber) : 0;
+  return isNumber ? std::optional(OwningPackage{"rpm:" + fields[0], bytes}) : std::nullopt;
 }
 
 std::optional<ByteCount> flatpakInstalledSize(const QByteArray& deployFile) {

@@ -58,16 +58,15 @@ std::map<QByteArray, OwningPackage> dpkgOwners(const QByteArrayList& files, std:
   return owners;
 }
 
+/// One by one: for several files rpm does not say which line is whose, and there may be none or more than one.
 std::map<QByteArray, OwningPackage> rpmOwners(const QByteArrayList& files, std::stop_token stop) {
   const QStringList ask{QStringLiteral("-qf"), QStringLiteral("--qf"), QStringLiteral("%{NAME}\\t%{SIZE}\\n"),
                         QStringLiteral("--")};
-  const QByteArray output = run(QStringLiteral("rpm"), ask, files, stop);
-  if (output.count('\n') == files.size() || files.size() < 2 || output.isEmpty())
-    return package_output::rpmOwners(files, output);
-  // A file of several packages has several lines, and one that is gone none: which line is whose cannot be told.
   std::map<QByteArray, OwningPackage> owners;
-  for (const QByteArray& file : files)
-    owners.merge(rpmOwners({file}, stop));
+  for (const QByteArray& file : files) {
+    const auto owner = package_output::rpmOwner(run(QStringLiteral("rpm"), ask, {file}, stop));
+    if (owner) owners.emplace(file, *owner);
+  }
   return owners;
 }
 
@@ -113,10 +112,10 @@ std::map<QByteArray, OwningPackage> PackageSizes::ownersOfFiles(const QByteArray
     }
   }
   for (qsizetype begin = 0; begin < rest.size(); begin += kFilesPerCall) {
-    const QByteArrayList part = rest.mid(begin, kFilesPerCall);
-    owners.merge(dpkgOwners(part, stop));
-    owners.merge(rpmOwners(part, stop));
+    owners.merge(dpkgOwners(rest.mid(begin, kFilesPerCall), stop));
   }
+  rest.removeIf([&owners](const QByteArray& file) { return owners.contains(file); });
+  owners.merge(rpmOwners(rest, stop));
   return owners;
 }
 

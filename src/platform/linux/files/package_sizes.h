@@ -44,8 +44,8 @@ namespace package_output {
 std::map<QByteArray, QByteArray> dpkgOwners(const QByteArray& output);
 /// "dpkg-query -W" with a line "package<TAB>KiB" each: package to bytes.
 std::map<QByteArray, ByteCount> dpkgSizes(const QByteArray& output);
-/// "rpm -qf" with a line "package<TAB>bytes" for each of `files`, or a message for one without an owner.
-std::map<QByteArray, OwningPackage> rpmOwners(const QByteArrayList& files, const QByteArray& output);
+/// "rpm -qf" of one file, with a line "package<TAB>bytes" for each owner, or a message: the first owner.
+std::optional<OwningPackage> rpmOwner(const QByteArray& output);
 /// The file "deploy" of a flatpak application: its installed size in bytes.
 std::optional<ByteCount> flatpakInstalledSize(const QByteArray& deployFile);
 
