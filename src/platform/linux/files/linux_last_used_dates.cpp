@@ -63,8 +63,9 @@ std::optional<Clock::Instant> LinuxLastUsedDates::lastUsedDate(const QByteArray&
   constexpr unsigned int times = STATX_ATIME | STATX_CTIME | STATX_MTIME;
   if (::statx(AT_FDCWD, path.constData(), AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT, times, &found) != 0) return date;
   const auto read = date ? *date : instantOf(keepsAccessTimes(path) ? found.stx_atime : found.stx_ctime);
-  // Writing to a file leaves the time it was read as it is.
-  return std::max(read, instantOf(found.stx_mtime));
+  // Writing to a file leaves the time it was read as it is. Who writes cannot do it after the last change: a later time
+  // of writing was set, and may lie in the future.
+  return std::max(read, std::min(instantOf(found.stx_mtime), instantOf(found.stx_ctime)));
 }
 
 }  // namespace halvard

@@ -8,7 +8,7 @@
 namespace halvard {
 
 /// The desktop's list of recently used files, else the time the file was read; or when it was written, if that is
-/// later.
+/// later. It was written when it was changed last at the latest, whatever date it bears.
 class LinuxLastUsedDates : public LastUsedDates {
  public:
   /// `recentlyUsed` has the form of "recently-used.xbel"; it is read again when it has changed.

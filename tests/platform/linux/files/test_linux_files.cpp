@@ -208,6 +208,8 @@ class TestLinuxFiles : public QObject {
     QCOMPARE(seconds(), 1'000'000'000);
     setTimes(file, 1'000'000'000, 1'100'000'000);
     QVERIFY2(seconds() == 1'100'000'000, "who writes to a file uses it");
+    setTimes(file, 1'000'000'000, 4'000'000'000);
+    QVERIFY2(seconds() <= QDateTime::currentSecsSinceEpoch(), "no file was written in the future");
   }
 
   void changeTimeStandsInWhereReadingsAreNotKept() {
