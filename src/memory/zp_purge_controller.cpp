@@ -3,6 +3,7 @@
 #include <QDateTime>
 #include <QLocale>
 #include <QPointer>
+#include <system_error>
 
 #include "core/clock.h"
 #include "core/macos_version.h"
@@ -30,8 +31,7 @@ ZPPurgeController::ZPPurgeController(const PurgeControllerServices& services, Pu
     : m_services(services),
       m_view(view),
       m_snapshot(services.hostStatistics, services.version),
-      m_bIsOSXMavericksOrHigher(services.version.is_10_9_orHigher()),
-      m_purgeQueue(QStringLiteral("purge")) {
+      m_bIsOSXMavericksOrHigher(services.version.is_10_9_orHigher()) {
   m_services.notifications.addObserver(kHugeProcessTerminated, this,
                                        [this](const QVariant&) { hugeProcessTerminated(); });
 }
@@ -68,27 +68,33 @@ void ZPPurgeController::onFreeMemory(Sender sender) {
   m_snapshot.updateMemoryStatictics();
   m_before = readLedger(m_snapshot, m_services.hostStatistics, m_services.clock);
   Q_EMIT purgeStarted();
-  onTaskPurge();
+  startTaskPurge();
+}
+
+void ZPPurgeController::startTaskPurge() {
+  if (m_bIsOSXMavericksOrHigher) m_services.purgeManager.setDelegate(this);
+  // Assigning joins the thread of the purge before, which has nothing left to do.
+  try {
+    m_taskThread = std::jthread([this] { onTaskPurge(); });
+  } catch (const std::system_error&) {
+    // The manager does not block, and tells why it cannot work either.
+    m_bIsOSXMavericksOrHigher ? purgeInProcess() : notifyPurgedSoon(false);
+  }
 }
 
 void ZPPurgeController::onTaskPurge() {
-  if (m_bIsOSXMavericksOrHigher) {
-    m_services.purgeManager.setDelegate(this);
-    m_purgeQueue.run(
-        this,
-        [&manager = m_services.purgeManager, self = QPointer(this)](std::stop_token) {
-          manager.purgeWithCompletion([self] {
-            if (!self) return;
-            QMetaObject::invokeMethod(
-                self, [self] { self->notifyPurged(true); }, Qt::QueuedConnection);
-          });
-        },
-        [] {});
-    return;
-  }
-  m_purgeQueue.run(
-      this, [this](std::stop_token) { return m_services.scripts.run(m_services.purgeScriptPath); },
-      [this](bool exitedNormally) { notifyPurged(exitedNormally); });
+  m_bIsOSXMavericksOrHigher ? purgeInProcess() : notifyPurgedSoon(m_services.scripts.run(m_services.purgeScriptPath));
+}
+
+void ZPPurgeController::purgeInProcess() {
+  m_services.purgeManager.purgeWithCompletion([self = QPointer(this)] {
+    if (self) self->notifyPurgedSoon(true);
+  });
+}
+
+void ZPPurgeController::notifyPurgedSoon(bool success) {
+  QMetaObject::invokeMethod(
+      this, [this, success] { notifyPurged(success); }, Qt::QueuedConnection);
 }
 
 void ZPPurgeController::notifyPurged(bool success) {

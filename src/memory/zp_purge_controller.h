@@ -3,9 +3,9 @@
 #include <QObject>
 #include <QString>
 #include <chrono>
+#include <thread>
 #include <tuple>
 
-#include "core/jobs.h"
 #include "memory/memory_snapshot.h"
 #include "memory/purge_controller_view.h"
 #include "memory/purge_ledger.h"
@@ -119,7 +119,12 @@ class ZPPurgeController final : public QObject,
  private:
   void checkAutoPurge();
   void hugeProcessTerminated();
+  void startTaskPurge();
+  /// Background thread.
   void onTaskPurge();
+  void purgeInProcess();
+  /// Any thread.
+  void notifyPurgedSoon(bool success);
   void notifyPurged(bool success);
   void recordGain(ByteCount freeBefore, ByteCount freeAfter);
   void showIfNeededNotificationWithCleanSize(ByteCount size);
@@ -141,7 +146,8 @@ class ZPPurgeController final : public QObject,
   std::int64_t m_lTicksFromLastFree = 0;
   /// What a purge is measured against.
   LedgerReading m_before;
-  JobQueue m_purgeQueue;
+  // Last, so that it is joined before anything it uses goes.
+  std::jthread m_taskThread;
 };
 
 }  // namespace halvard

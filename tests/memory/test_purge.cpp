@@ -324,9 +324,13 @@ class TestPurge : public QObject {
     ::pthread_getattr_default_np(&huge);
     ::pthread_attr_setstacksize(&huge, std::size_t{1} << 60);  // no address space has room for it
     Purge purge;
+    Program program;
     ::pthread_setattr_default_np(&huge);
     purge.run();
+    program.purgeGaining(0, Sender::CleanButton);
     ::pthread_setattr_default_np(&usual);
+    QVERIFY(!program.controller.isPurging() && program.reports.at(0).outcome.explanation.startsWith(text("no thread")));
+    QCOMPARE(program.memory.sessionsOpened(), 0);
     QVERIFY(purge.manager.lastOutcome().method == ReclaimMethod::None);
     QVERIFY(purge.manager.lastOutcome().explanation.startsWith(text("no thread can be started")));
     QCOMPARE(purge.memory.sessionsOpened(), 0);
