@@ -38,6 +38,15 @@ struct Reading {
   MemorySnapshot snapshot{host, version};
 };
 
+struct FilledItem {
+  FakeStatusBarItem item;
+  FakeAppearance appearance;
+  FakeDefaultsStore store;
+  NoLogin login;
+  PreferencesModel preferences{store, login};
+  StatusItemController controller{item, appearance, preferences, QStringLiteral("Halvard")};
+};
+
 }  // namespace
 
 class TestMenubarRules : public QObject {
@@ -72,12 +81,9 @@ class TestMenubarRules : public QObject {
   }
 
   void itemIsFilledAndTouchedOnlyByChanges() {
-    FakeStatusBarItem item;
-    FakeAppearance appearance;
-    FakeDefaultsStore store;
-    NoLogin login;
-    PreferencesModel preferences(store, login);
-    StatusItemController controller(item, appearance, preferences, QStringLiteral("Halvard"));
+    FilledItem filled;
+    FakeStatusBarItem& item = filled.item;
+    StatusItemController& controller = filled.controller;
     QCOMPARE(item.image.value, QStringLiteral("icon_start"));
     QCOMPARE(item.toolTip.value, QStringLiteral("Free System Memory"));
     const Reading reading(kTotalPages / 4);
@@ -92,7 +98,7 @@ class TestMenubarRules : public QObject {
     controller.updateStatusItem(reading.snapshot);
     controller.fillTitle(reading.snapshot);
     QCOMPARE(item.changes(), changes);
-    appearance.setDark(true);
+    filled.appearance.setDark(true);
     controller.fillTitle(reading.snapshot);
     QCOMPARE(item.title.value.color, (Color{255, 255, 255, 255}));
     controller.showCleaningIcon();
@@ -104,16 +110,11 @@ class TestMenubarRules : public QObject {
   }
 
   void toolTipIsFilledAfterAThousandthOrAMinute() {
-    FakeStatusBarItem item;
-    FakeAppearance appearance;
-    FakeDefaultsStore store;
-    NoLogin login;
-    PreferencesModel preferences(store, login);
-    StatusItemController controller(item, appearance, preferences, QStringLiteral("Halvard"));
+    FilledItem filled;
     const auto isFilledBy = [&](PageCount used) {
-      const int changes = item.changes();
-      controller.updateStatusItem(Reading(used).snapshot);
-      return item.changes() != changes;
+      const int changes = filled.item.changes();
+      filled.controller.updateStatusItem(Reading(used).snapshot);
+      return filled.item.changes() != changes;
     };
     constexpr PageCount thousandth = kTotalPages / 1000 + 1;
     constexpr PageCount fifth = kTotalPages / 5;  // of which the text shows single megabytes
