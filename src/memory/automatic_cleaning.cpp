@@ -8,12 +8,12 @@ using namespace std::chrono_literals;
 
 void ZPPurgeController::checkMemory(bool repeat) {
   if (!m_bPurging) {
-    if (m_snapshot.updateMemoryStatictics() != HostStatistics::kSuccess) return;
+    const bool isReadingAtHand = repeat && m_bChecked && m_services.hostStatistics.isUnmoved();
+    if (!isReadingAtHand && m_snapshot.updateMemoryStatictics() != HostStatistics::kSuccess) return;
     fillInfoPanel();
     m_view.updateStatusItem(m_snapshot);
     updateLastFreeLabel();
     m_bChecked = true;
-    Q_EMIT refreshed();
     checkAutoPurge();
   }
   if (!repeat) return;

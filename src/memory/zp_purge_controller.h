@@ -113,8 +113,6 @@ class ZPPurgeController final : public QObject,
   void purgeProgressed(double progress);
   /// After everything that follows a purge has been done.
   void purgeFinished(const halvard::PurgeReport& report);
-  /// A refresh round has read new figures.
-  void refreshed();
 
  private:
   void checkAutoPurge();

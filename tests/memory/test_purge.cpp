@@ -213,6 +213,24 @@ class TestPurge : public QObject {
     QCOMPARE(program.clock.pendingCalls(), 2u);  // the chain and the invitation to rate, no second chain
   }
 
+  void roundsReadAnewUnlessNothingHasMoved() {
+    Program program;
+    program.host.setUnmoved(true);
+    program.controller.startRefreshChain();
+    program.clock.advance(0ms);
+    QCOMPARE(program.host.readings(), 1);
+    program.setUsed(kTotal / 4);
+    program.clock.advance(3s);
+    QCOMPARE(program.host.readings(), 1);
+    QCOMPARE(program.view.steps.count("item"), 4);
+    QCOMPARE(program.controller.ticksFromLastFree(), 4);
+    program.controller.checkMemory(false);
+    QCOMPARE(program.view.shownBytes, kTotal / 4);
+    program.host.setUnmoved(false);
+    program.clock.advance(1s);
+    QCOMPARE(program.host.readings(), 3);
+  }
+
   void failedReadingEndsTheChain() {
     Program program;
     program.controller.startRefreshChain();

@@ -31,6 +31,11 @@ HostStatistics::KernelReturn FakeHostStatistics::hostStatistics(VmStatistics& st
   return kSuccess;
 }
 
+bool FakeHostStatistics::isUnmoved() {
+  const std::lock_guard lock(m_mutex);
+  return m_isUnmoved;
+}
+
 std::optional<std::uint32_t> FakeHostStatistics::pageSize() const {
   const std::lock_guard lock(m_mutex);
   return m_pageSize;
@@ -55,6 +60,11 @@ void FakeHostStatistics::setStatistics64(const VmStatistics64& statistics) {
 void FakeHostStatistics::queueStatistics64(const VmStatistics64& statistics) {
   const std::lock_guard lock(m_mutex);
   m_queue.push_back(statistics);
+}
+
+void FakeHostStatistics::setUnmoved(bool unmoved) {
+  const std::lock_guard lock(m_mutex);
+  m_isUnmoved = unmoved;
 }
 
 void FakeHostStatistics::setKernelReturn(KernelReturn code) {

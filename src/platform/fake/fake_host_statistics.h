@@ -15,6 +15,7 @@ class FakeHostStatistics : public HostStatistics {
 
   KernelReturn hostStatistics64(VmStatistics64& statistics, std::uint32_t& wordCount) override;
   KernelReturn hostStatistics(VmStatistics& statistics, std::uint32_t& wordCount) override;
+  bool isUnmoved() override;
   std::optional<std::uint32_t> pageSize() const override;
   ByteCount physicalMemory() const override;
   std::optional<SwapUsage> swapUsage() const override;
@@ -25,6 +26,8 @@ class FakeHostStatistics : public HostStatistics {
   void queueStatistics64(const VmStatistics64& statistics);
   /// The code of the readings to come; a failing reading takes nothing from the queue. kSuccess ends the failure.
   void setKernelReturn(KernelReturn code);
+  /// What isUnmoved() answers from now on; false at first.
+  void setUnmoved(bool unmoved);
   void setPageSize(std::optional<std::uint32_t> bytes);
   void setPhysicalMemory(ByteCount bytes);
   void setSwapUsage(std::optional<SwapUsage> usage);
@@ -42,6 +45,7 @@ class FakeHostStatistics : public HostStatistics {
   VmStatistics64 m_statistics64;
   std::deque<VmStatistics64> m_queue;
   KernelReturn m_code = kSuccess;
+  bool m_isUnmoved = false;
   std::optional<std::uint32_t> m_pageSize = 4096;
   ByteCount m_physicalMemory = ByteCount{4} << 30;
   std::optional<SwapUsage> m_swapUsage = SwapUsage{};

@@ -65,6 +65,10 @@ class HostStatistics {
   virtual KernelReturn hostStatistics64(VmStatistics64& statistics, std::uint32_t& wordCount) = 0;
   virtual KernelReturn hostStatistics(VmStatistics& statistics, std::uint32_t& wordCount) = 0;
 
+  /// True when no memory and no swap was taken or given back since the last call, so that a reading made right after
+  /// that one stands. For whoever reads again and again; false where a reading costs no more than this.
+  virtual bool isUnmoved() { return false; }
+
   /// Bytes; nothing when the machine does not say.
   virtual std::optional<std::uint32_t> pageSize() const = 0;
   /// Bytes of RAM the kernel manages (MemTotal). Never 0.

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <utility>
 
 #include "platform/linux/procfs/swap_devices.h"
 #include "platform/linux/procfs/swap_traffic.h"
@@ -69,8 +70,15 @@ VmStatistics64 toVmStatistics64(const MemoryInfo& info, const MemoryBeside& besi
   return statistics;
 }
 
-LinuxHostStatistics::LinuxHostStatistics(const std::string& procRoot, const std::string& sysRoot)
-    : m_procRoot(procRoot),
+std::optional<MemoryLevels> currentMemoryLevels() {
+  struct sysinfo info {};
+  if (::sysinfo(&info) != 0) return std::nullopt;
+  return MemoryLevels{info.totalram, info.freeram, info.sharedram, info.bufferram, info.totalswap, info.freeswap};
+}
+
+LinuxHostStatistics::LinuxHostStatistics(const std::string& procRoot, const std::string& sysRoot, Levels levels)
+    : m_levels(std::move(levels)),
+      m_procRoot(procRoot),
       m_sysRoot(sysRoot),
       m_meminfo(procRoot + "/meminfo"),
       m_zoneinfo(procRoot + "/zoneinfo"),
@@ -138,6 +146,13 @@ HostStatistics::KernelReturn LinuxHostStatistics::hostStatistics(VmStatistics& s
   statistics = {(info.free + beside.processorFree) / size, all.active_count, all.inactive_count, all.wire_count};
   wordCount = kWordsLegacy;
   return kSuccess;
+}
+
+bool LinuxHostStatistics::isUnmoved() {
+  const std::optional<MemoryLevels> levels = m_levels();
+  const bool isSame = levels && std::exchange(m_lastLevels, levels) == levels;
+  m_timesUnmoved = isSame && m_timesUnmoved < kMostUnmoved ? m_timesUnmoved + 1 : 0;
+  return m_timesUnmoved > 0;
 }
 
 std::optional<SwapTraffic> LinuxHostStatistics::swapTraffic() const {

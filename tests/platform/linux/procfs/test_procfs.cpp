@@ -329,9 +329,29 @@ class TestProcfs : public QObject {
     QVERIFY(!LinuxProcessorTicks(machine.root(), machine.root() + "/nowhere").processorCount());
   }
 
+  void nothingHasMovedWhileAllLevelsAreTheSameAndNotForEver() {
+    std::optional<MemoryLevels> levels;
+    LinuxHostStatistics host("/nowhere", "/nowhere", [&levels] { return levels; });
+    QVERIFY(!host.isUnmoved() && !host.isUnmoved());
+    levels = MemoryLevels{7, 6, 5, 4, 3, 2};
+    QVERIFY(!host.isUnmoved());
+    for (const auto level : {&MemoryLevels::total, &MemoryLevels::free, &MemoryLevels::shared, &MemoryLevels::buffers,
+                             &MemoryLevels::swapTotal, &MemoryLevels::swapFree}) {
+      QVERIFY(host.isUnmoved());
+      ++((*levels).*level);
+      QVERIFY(!host.isUnmoved());
+    }
+    for (int time = 0; time < LinuxHostStatistics::kMostUnmoved; ++time)
+      QVERIFY(host.isUnmoved());
+    QVERIFY(!host.isUnmoved());
+    QVERIFY(host.isUnmoved());
+  }
+
   void thisMachineIsReadable() {
     const LinuxHostStatistics host;
     QVERIFY(host.swapUsage() && host.swapUsage()->traffic);
+    const auto levels = currentMemoryLevels();
+    QVERIFY(levels && levels->free > 0 && levels->free < levels->total && levels->swapFree <= levels->swapTotal);
     QCOMPARE(LinuxProcessorTicks().processorCount(),
              std::optional(static_cast<std::uint32_t>(::sysconf(_SC_NPROCESSORS_CONF))));
     if (QFile::exists(QStringLiteral("/proc/pressure/memory"))) QVERIFY(MemoryPressureReader().read());
