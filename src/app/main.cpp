@@ -18,6 +18,7 @@
 #include "lifecycle/own_bundle.h"
 #include "platform/desktop/desktop_status_bar_item.h"
 #include "platform/desktop/x11_window_hints.h"
+#include "platform/desktop/x11_window_list_watch.h"
 #include "platform/desktop/xembed_status_bar_item.h"
 #include "platform/linux/applications/linux_running_applications.h"
 #include "platform/linux/control/dbus_control_server.h"
@@ -135,7 +136,8 @@ struct LinuxDesktop {
   LinuxProcessInformation processInformation;
   LinuxPurgeableMemory purgeMemory{clock, [this] { return CleaningExclusions(defaultsStore).names(); }};
   LinuxProcessTable processTable;
-  LinuxRunningApplications runningApplications;
+  X11WindowListWatch windowList;
+  LinuxRunningApplications runningApplications{std::make_shared<X11Windows>(QByteArray(), windowList.changes())};
   RetryingDefaultsStore defaultsStore{clock, defaultsFilePath(application_identity::kBundleIdentifier),
                                       application_identity::kBundleIdentifier};
   StatusNotifierItem notifierItem;

@@ -2,11 +2,13 @@
 #include <QBitmap>
 #include <QDBusConnection>
 #include <QScreen>
+#include <QWidget>
 #include <QtTest>
 #include <csignal>
 #include <memory>
 
 #include "platform/desktop/desktop_status_bar_item.h"
+#include "platform/desktop/x11_window_list_watch.h"
 #include "platform/desktop/xembed_status_bar_item.h"
 #include "platform/linux/dbus/dbus_user_notification_center.h"
 #include "platform/linux/dbus/status_notifier_item.h"
@@ -140,6 +142,18 @@ class TestDesktop : public QObject {
     const LateTray tray("trayer --edge top");
     QTRY_VERIFY_WITH_TIMEOUT(real.item.isShown(), kPatience);
     QVERIFY(waitForInk());
+  }
+
+  void changesOfTheListOfWindowsAreCounted() {
+    if (m_tray != QLatin1String("none")) QSKIP("one kind of session is enough");
+    const X11WindowListWatch watch;
+    QVERIFY(watch.changes());
+    QWidget window;
+    for (const bool isShown : {true, false}) {
+      const std::uint32_t before = *watch.changes();
+      window.setVisible(isShown);
+      QTRY_VERIFY_WITH_TIMEOUT(*watch.changes() != before, kPatience);
+    }
   }
 
   void aClickOnANotificationComesBackWithItsUserInformation() {

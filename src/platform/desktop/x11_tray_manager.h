@@ -26,7 +26,6 @@ class X11TrayManager : public QObject, public QAbstractNativeEventFilter {
   void changed();
 
  private:
-  std::uint32_t atom(const QByteArray& name) const;
   /// Asks for the owner and listens for its end.
   std::uint32_t watchedOwner() const;
   void update();

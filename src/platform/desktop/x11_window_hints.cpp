@@ -1,41 +1,27 @@
 #include "platform/desktop/x11_window_hints.h"
 
-#include <xcb/xcb.h>
 #include <QGuiApplication>
-#include <cstdlib>
-#include <cstring>
-#include <memory>
 #include <vector>
+
+#include "platform/desktop/toolkit_connection.h"
 
 namespace halvard {
 namespace {
 
 constexpr std::uint32_t kAllDesktops = 0xFFFFFFFF;
 
-xcb_atom_t atom(xcb_connection_t* connection, const char* name) {
-  const auto cookie = xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(std::strlen(name)), name);
-  const std::unique_ptr<xcb_intern_atom_reply_t, decltype(&std::free)> reply(
-      xcb_intern_atom_reply(connection, cookie, nullptr), std::free);
-  return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
-}
-
-xcb_connection_t* applicationConnection() {
-  const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-  // Without a display the interface may be there with no connection behind it.
-  return x11 ? x11->connection() : nullptr;
-}
-
 }  // namespace
 
 void X11WindowHints::setPlace(std::uint64_t windowId, Desktops desktops, WindowList list) {
-  xcb_connection_t* connection = applicationConnection();
+  xcb_connection_t* connection = toolkitConnection();
   if (!connection) return;
   const auto set = [&](const char* property, xcb_atom_t type, const std::vector<std::uint32_t>& values) {
     xcb_change_property(connection, XCB_PROP_MODE_REPLACE, static_cast<xcb_window_t>(windowId),
-                        atom(connection, property), type, 32, static_cast<std::uint32_t>(values.size()), values.data());
+                        internAtom(connection, property), type, 32, static_cast<std::uint32_t>(values.size()),
+                        values.data());
   };
   std::vector<xcb_atom_t> states;
-  const auto add = [&](const char* state) { states.push_back(atom(connection, state)); };
+  const auto add = [&](const char* state) { states.push_back(internAtom(connection, state)); };
   if (desktops == Desktops::All) {
     add("_NET_WM_STATE_STICKY");
     set("_NET_WM_DESKTOP", XCB_ATOM_CARDINAL, {kAllDesktops});
@@ -49,11 +35,10 @@ void X11WindowHints::setPlace(std::uint64_t windowId, Desktops desktops, WindowL
 }
 
 bool X11WindowHints::blendsWindows() const {
-  xcb_connection_t* connection = applicationConnection();
+  xcb_connection_t* connection = toolkitConnection();
   if (!connection) return QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
-  const auto cookie = xcb_get_selection_owner(connection, atom(connection, "_NET_WM_CM_S0"));
-  const std::unique_ptr<xcb_get_selection_owner_reply_t, decltype(&std::free)> reply(
-      xcb_get_selection_owner_reply(connection, cookie, nullptr), std::free);
+  const auto cookie = xcb_get_selection_owner(connection, internAtom(connection, "_NET_WM_CM_S0"));
+  const XcbAnswer<xcb_get_selection_owner_reply_t> reply(xcb_get_selection_owner_reply(connection, cookie, nullptr));
   return reply && reply->owner != XCB_WINDOW_NONE;
 }
 

@@ -3,6 +3,7 @@
 
 #include "platform/desktop/desktop_status_bar_item.h"
 #include "platform/desktop/screen_coordinates.h"
+#include "platform/desktop/x11_window_list_watch.h"
 #include "platform/fake/fake_clock.h"
 #include "platform/fake/fake_status_bar_item.h"
 #include "support/texts.h"
@@ -133,6 +134,11 @@ class TestDesktopStatusBarItem : public QObject {
     QCOMPARE(logicalPoint(logical * 2, pointer, screens), logical);
     QCOMPARE(logicalPoint(second, QPoint(2955, 18), screens), second);
     QCOMPARE(logicalPoint(outside, logical, screens), outside);
+  }
+
+  void onOtherPlatformsThanX11NobodyTellsOfWindows() {
+    if (QGuiApplication::platformName() == QLatin1String("xcb")) QSKIP("for other platforms");
+    QVERIFY(!X11WindowListWatch().changes());
   }
 };
 

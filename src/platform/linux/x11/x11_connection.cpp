@@ -8,7 +8,6 @@
 
 #include <sys/socket.h>
 #include <xcb/res.h>
-#include <xcb/xcbext.h>
 
 namespace halvard {
 
@@ -79,10 +78,7 @@ xcb_get_property_cookie_t X11Windows::Connection::askProperty(xcb_window_t windo
 }
 
 std::vector<std::uint32_t> X11Windows::Connection::numbers(xcb_get_property_cookie_t cookie) {
-  return numbersIn(XcbReply<xcb_get_property_reply_t>(::xcb_get_property_reply(m_connection, cookie, nullptr)));
-}
-
-std::vector<std::uint32_t> X11Windows::Connection::numbersIn(const XcbReply<xcb_get_property_reply_t>& reply) {
+  const XcbReply<xcb_get_property_reply_t> reply(::xcb_get_property_reply(m_connection, cookie, nullptr));
   if (!reply || reply->format != 32) return {};
   const auto* first = static_cast<const std::uint32_t*>(::xcb_get_property_value(reply.get()));
   return {first, first + reply->value_len};
@@ -94,39 +90,10 @@ QByteArray X11Windows::Connection::text(xcb_get_property_cookie_t cookie) {
   return QByteArray(static_cast<const char*>(::xcb_get_property_value(reply.get())), reply->value_len);
 }
 
-xcb_get_property_cookie_t X11Windows::Connection::askClientList() {
-  return askProperty(m_root, m_ewmh._NET_CLIENT_LIST, XCB_ATOM_WINDOW);
-}
-
-std::vector<xcb_window_t> X11Windows::Connection::clientList() {
-  return numbers(askClientList());
-}
-
 std::vector<ApplicationWindow> X11Windows::Connection::windows() {
-  return describeAll(clientList());
-}
-
-std::vector<ApplicationWindow> X11Windows::Connection::rememberedWindows() {
-  const bool isSame = m_question && isAnswerAsBefore(*m_question);
-  const bool isRemembered = isSame && m_timesRemembered < kRememberedTimes;
-  if (isRemembered) ++m_timesRemembered;
-  std::vector<ApplicationWindow> result = isRemembered ? m_remembered : windows();
-  if (!m_question) m_question = askClientList();
-  return result;
-}
-
-// True also while there is no answer yet; one that has come is the last to this question.
-bool X11Windows::Connection::isAnswerAsBefore(xcb_get_property_cookie_t question) {
-  void* answer = nullptr;
-  if (::xcb_poll_for_reply(m_connection, question.sequence, &answer, nullptr) == 0) return true;
-  m_question.reset();
-  return numbersIn(XcbReply<xcb_get_property_reply_t>(static_cast<xcb_get_property_reply_t*>(answer))) == m_listed;
-}
-
-std::vector<ApplicationWindow> X11Windows::Connection::describeAll(std::vector<xcb_window_t> list) {
   // All questions go out before the first answer is awaited: two round trips for any number of windows.
   std::vector<Questions> asked;
-  for (const xcb_window_t id : list)
+  for (const xcb_window_t id : numbers(askProperty(m_root, m_ewmh._NET_CLIENT_LIST, XCB_ATOM_WINDOW)))
     asked.push_back(ask(id));
   std::vector<Known> known;
   std::vector<ApplicationWindow> result;
@@ -137,12 +104,11 @@ std::vector<ApplicationWindow> X11Windows::Connection::describeAll(std::vector<x
     if (pid > 0 && known.back().isForApplications && !hidden) result.push_back(known.back().window);
   }
   m_known = std::move(known);
-  m_listed = std::move(list);
-  m_remembered = result;
-  // A window that has passed to another process is described the next time, which is not to be skipped.
-  const bool isWhole = std::ranges::none_of(m_known, [](const Known& window) { return window.window.id == 0; });
-  m_timesRemembered = isWhole ? 0 : kRememberedTimes;
   return result;
+}
+
+bool X11Windows::Connection::hasDescribedAll() const {
+  return std::ranges::none_of(m_known, [](const Known& known) { return known.window.id == 0; });
 }
 
 X11Windows::Connection::Questions X11Windows::Connection::ask(xcb_window_t window) {

@@ -2,7 +2,6 @@
 
 #include <QByteArray>
 #include <memory>
-#include <optional>
 #include <vector>
 
 #include <xcb/xcb_ewmh.h>
@@ -34,9 +33,8 @@ class X11Windows::Connection {
   bool isServerHere() const { return m_isServerHere; }
 
   std::vector<ApplicationWindow> windows();
-  /// The windows of before while the list of them was the same at the last call, kRememberedTimes times at most. Does
-  /// not wait for the server then: it answers between two calls.
-  std::vector<ApplicationWindow> rememberedWindows();
+  /// False when windows() came across one that has passed to another process, and left it out.
+  bool hasDescribedAll() const;
   /// All windows of programs, from the bottom to the top.
   std::vector<xcb_window_t> stackingOrder();
   /// 0 when there is none.
@@ -52,8 +50,6 @@ class X11Windows::Connection {
   void flush();
 
  private:
-  static constexpr int kRememberedTimes = 7;
-
   struct Known {  // what never changes about a window of one process
     ApplicationWindow window;
     bool isForApplications = false;
@@ -70,13 +66,8 @@ class X11Windows::Connection {
   Connection(xcb_connection_t* connection, int screen);
   bool initialise();
   xcb_atom_t atom(const char* name);
-  xcb_get_property_cookie_t askClientList();
-  std::vector<xcb_window_t> clientList();
-  bool isAnswerAsBefore(xcb_get_property_cookie_t question);
-  std::vector<ApplicationWindow> describeAll(std::vector<xcb_window_t> list);
   xcb_get_property_cookie_t askProperty(xcb_window_t window, xcb_atom_t property, xcb_atom_t type);
   std::vector<std::uint32_t> numbers(xcb_get_property_cookie_t cookie);
-  static std::vector<std::uint32_t> numbersIn(const XcbReply<xcb_get_property_reply_t>& reply);
   QByteArray text(xcb_get_property_cookie_t cookie);
   xcb_window_t selectionOwner(xcb_atom_t selection);
   unsigned int askPid(xcb_window_t window);
@@ -95,10 +86,6 @@ class X11Windows::Connection {
   xcb_atom_t m_gtkApplicationId = 0;
   xcb_atom_t m_deleteWindow = 0;
   std::vector<Known> m_known;
-  std::vector<xcb_window_t> m_listed;           // when all was asked last
-  std::vector<ApplicationWindow> m_remembered;  // the answer
-  int m_timesRemembered = 0;
-  std::optional<xcb_get_property_cookie_t> m_question;  // for the list of windows, whose answer nobody waits for
 };
 
 }  // namespace halvard

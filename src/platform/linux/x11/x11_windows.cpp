@@ -15,7 +15,8 @@ bool contains(std::span<const std::int32_t> pids, std::int32_t pid) {
 
 }  // namespace
 
-X11Windows::X11Windows(QByteArray display) : m_display(std::move(display)) {}
+X11Windows::X11Windows(QByteArray display, ListChanges changes)
+    : m_display(std::move(display)), m_changes(std::move(changes)) {}
 
 X11Windows::~X11Windows() = default;
 
@@ -29,20 +30,27 @@ X11Windows::Connection* X11Windows::connection() {
 }
 
 std::vector<ApplicationWindow> X11Windows::windows() {
-  return ask(&Connection::windows);
+  const std::lock_guard lock(m_mutex);
+  return ask();
 }
 
 std::vector<ApplicationWindow> X11Windows::rememberedWindows() {
-  return ask(&Connection::rememberedWindows);
+  const std::lock_guard lock(m_mutex);
+  if (!m_changes || m_timesLeft == 0 || *m_changes != m_rememberedAt) return ask();
+  --m_timesLeft;
+  return m_remembered;
 }
 
-std::vector<ApplicationWindow> X11Windows::ask(std::vector<ApplicationWindow> (Connection::*question)()) {
-  const std::lock_guard lock(m_mutex);
+std::vector<ApplicationWindow> X11Windows::ask() {
+  m_timesLeft = 0;
   Connection* server = connection();
   if (!server) return {};
-  auto result = (server->*question)();
+  if (m_changes) m_rememberedAt = *m_changes;  // before the question: what changes meanwhile counts as a change
+  m_remembered = server->windows();
+  // A window that has passed to another process is described the next time, which is not to be skipped.
+  if (server->isAlive() && server->hasDescribedAll()) m_timesLeft = kRememberedTimes;
   server->flush();
-  return result;
+  return m_remembered;
 }
 
 DesktopAttention X11Windows::attention() {

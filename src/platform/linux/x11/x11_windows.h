@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -39,16 +40,19 @@ struct DesktopAttention {
 /// machine. Any thread.
 class X11Windows {
  public:
+  /// A number that is another one whenever the list of windows may have changed.
+  using ListChanges = std::shared_ptr<const std::atomic<std::uint32_t>>;
+
   /// Connects when first asked. Empty: the display of the environment, or none.
-  explicit X11Windows(QByteArray display = {});
+  explicit X11Windows(QByteArray display = {}, ListChanges changes = {});
   ~X11Windows();
 
   /// The windows in the order in which they were opened. Asks the server.
   std::vector<ApplicationWindow> windows();
 
-  /// As windows(), but of before while the list of windows, which the server tells between two calls, stays the same:
-  /// for who asks again and again while no process came or went. So a new window is seen one call late; every eighth
-  /// time all is asked, because windows may join or leave the task bars.
+  /// As windows(), but of before, without a word to the server, while the list of windows has not changed: for who asks
+  /// again and again while no process came or went. Every eighth time all is asked, because windows may join or leave
+  /// the task bars. The same as windows() where nobody tells of changes.
   std::vector<ApplicationWindow> rememberedWindows();
 
   /// Asks the server.
@@ -64,11 +68,16 @@ class X11Windows {
  private:
   class Connection;
   Connection* connection();
-  std::vector<ApplicationWindow> ask(std::vector<ApplicationWindow> (Connection::*question)());
+  std::vector<ApplicationWindow> ask();
+  static constexpr int kRememberedTimes = 7;
 
   const QByteArray m_display;
-  std::mutex m_mutex;
-  std::unique_ptr<Connection> m_connection;  // guarded by m_mutex
+  const ListChanges m_changes;
+  std::mutex m_mutex;  // guards what follows
+  std::unique_ptr<Connection> m_connection;
+  std::vector<ApplicationWindow> m_remembered;
+  std::uint32_t m_rememberedAt = 0;  // of m_changes
+  int m_timesLeft = 0;
 };
 
 }  // namespace halvard
