@@ -15,6 +15,8 @@ class MountTable {
   /// Reads a file in the form of "/proc/self/mountinfo". One that cannot be read gives an empty table.
   explicit MountTable(const QByteArray& path = "/proc/self/mountinfo");
 
+  bool isReadable() const { return m_table != nullptr; }
+
   /// In the order of mounting. The pointer is valid inside the call only.
   void forEach(const std::function<void(libmnt_fs*)>& visit) const;
 

@@ -36,8 +36,8 @@ class DefaultsFile {
  public:
   DefaultsFile(QString path, QString domain);
 
-  /// How long reading, writing and opening wait for others that use the file, 5 s unless told. Opening for reading
-  /// waits once: not again until the file could be opened.
+  /// How long reading, writing and opening wait for others that use the file, kUsualPatience unless told. Opening for
+  /// reading waits once: not again until the file could be opened.
   void setPatience(std::chrono::milliseconds patience);
 
   const QString& path() const { return m_path; }
@@ -81,7 +81,7 @@ class DefaultsFile {
   const QString m_domain;
   SqliteConnection m_connection;
   SqliteStatement m_versionStatement;
-  std::chrono::milliseconds m_patience = std::chrono::seconds(5);
+  std::chrono::milliseconds m_patience = kUsualPatience;
   bool m_isBusy = false;
   std::optional<FileIdentity> m_identity;  // of the file opened last
   std::int64_t m_readVersion = 0;

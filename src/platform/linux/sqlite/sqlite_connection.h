@@ -11,6 +11,9 @@ struct sqlite3_stmt;
 
 namespace halvard {
 
+/// How long those who use a settings file wait for one another unless told otherwise.
+inline constexpr std::chrono::milliseconds kUsualPatience = std::chrono::seconds(5);
+
 /// One compiled SQL statement. Its connection must outlive it.
 class SqliteStatement {
  public:
@@ -70,7 +73,7 @@ class SqliteConnection {
   };
   std::unique_ptr<sqlite3, Closer> m_database;
   QString m_openError;
-  std::chrono::milliseconds m_patience = std::chrono::seconds(5);
+  std::chrono::milliseconds m_patience = kUsualPatience;
 };
 
 }  // namespace halvard

@@ -9,7 +9,6 @@ namespace {
 
 // A file is replaced at most once by each of a few processes; more than that is not a race but a fault.
 constexpr int writeAttempts = 4;
-constexpr std::chrono::seconds lastPatience{5};
 
 void printToStandardError(const QString& line) {
   std::fprintf(stderr, "halvard: %s\n", line.toLocal8Bit().constData());
@@ -30,7 +29,7 @@ SqliteDefaultsStore::SqliteDefaultsStore(const QString& path, const QString& dom
 }
 
 SqliteDefaultsStore::~SqliteDefaultsStore() {
-  m_file.setPatience(lastPatience);
+  m_file.setPatience(kUsualPatience);
   synchronize();
 }
 

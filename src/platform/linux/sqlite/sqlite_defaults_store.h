@@ -31,9 +31,9 @@ class SqliteDefaultsStore : public DefaultsStore {
 
   /// Reads the file when there is one; a missing file or folder (mode 0700) is made by the first synchronize() that has
   /// something to write. `report` gets the lines about trouble, on any thread; without it they go to stderr. `patience`
-  /// is how long every call waits for the locks of another process; the destructor waits 5 s in any case.
+  /// is how long every call waits for the locks of another process; the destructor waits kUsualPatience in any case.
   SqliteDefaultsStore(const QString& path, const QString& domain, Report report = {},
-                      std::chrono::milliseconds patience = std::chrono::seconds(5));
+                      std::chrono::milliseconds patience = kUsualPatience);
   ~SqliteDefaultsStore() override;
 
   std::optional<StoredValue> objectForKey(const QString& key) const override;

@@ -3,19 +3,11 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QSet>
-#include <memory>
 
 #include "platform/linux/mounts/mount_table.h"
 
 namespace halvard {
 namespace {
-
-struct FreeTable {
-  void operator()(libmnt_table* table) const { mnt_unref_table(table); }
-};
-struct FreeIterator {
-  void operator()(libmnt_iter* iterator) const { mnt_free_iter(iterator); }
-};
 
 bool isBelow(const QString& path, const QString& folder) {
   return path == folder || path.startsWith(folder + QLatin1Char('/'));
@@ -51,19 +43,17 @@ MountedVolume describe(libmnt_fs* entry, const QString& path) {
 }  // namespace
 
 std::optional<std::vector<MountedVolume>> readMountTable(const QString& path) {
-  const std::unique_ptr<libmnt_table, FreeTable> table(mnt_new_table_from_file(QFile::encodeName(path).constData()));
-  const std::unique_ptr<libmnt_iter, FreeIterator> iterator(mnt_new_iter(MNT_ITER_FORWARD));
-  if (!table || !iterator) return std::nullopt;
-
+  const MountTable table(QFile::encodeName(path));
+  if (!table.isReadable()) return std::nullopt;
   std::vector<MountedVolume> volumes;
   QSet<QString> devices;
-  libmnt_fs* entry = nullptr;
-  while (mnt_table_next_fs(table.get(), iterator.get(), &entry) == 0) {
+  table.forEach([&](libmnt_fs* entry) {
     const QString target = QFile::decodeName(mnt_fs_get_target(entry));
-    if (!isVolumeOfTheUser(entry, target) || devices.contains(deviceOf(entry))) continue;
-    devices.insert(deviceOf(entry));
+    const QString device = deviceOf(entry);
+    if (!isVolumeOfTheUser(entry, target) || devices.contains(device)) return;
+    devices.insert(device);
     volumes.push_back(describe(entry, target));
-  }
+  });
   return volumes;
 }
 
