@@ -7,6 +7,7 @@
 #include "platform/fake/fake_http_beacon.h"
 #include "preferences/showcase_defaults.h"
 #include "preferences/stored_keys.h"
+#include "support/texts.h"
 
 using namespace halvard;
 
@@ -15,17 +16,16 @@ namespace {
 struct Fixture {
   FakeDefaultsStore store;
   FakeClock clock;
-  ShowcaseDefaults defaults{store, clock, QStringLiteral("4.2.1")};
+  ShowcaseDefaults defaults{store, clock, text("4.2.1")};
   FakeHttpBeacon beacon;
   Branding branding = Branding::load({});
-  AnalyticsFacts facts{.applicationName = QStringLiteral("Halvard"),
-                       .applicationVersion = QStringLiteral("4.2 (7)"),
-                       .language = QStringLiteral("en-US")};
+  AnalyticsFacts facts{
+      .applicationName = text("Halvard"), .applicationVersion = text("4.2 (7)"), .language = text("en-US")};
 
   Fixture() {
-    branding.analyticsEndpoint = QUrl(QStringLiteral("https://events.example/collect"));
-    branding.analyticsTrackingId = QStringLiteral("UA-10000000-1");
-    store.setObject(stored_keys::analyticsUserId, {QStringLiteral("0f8f-AB")});
+    branding.analyticsEndpoint = QUrl(text("https://events.example/collect"));
+    branding.analyticsTrackingId = text("UA-10000000-1");
+    store.setObject(stored_keys::analyticsUserId, {text("0f8f-AB")});
   }
   std::unique_ptr<ZPGoogleAnalytics> analytics() {
     return std::make_unique<ZPGoogleAnalytics>(branding, defaults, beacon, facts, [] { return 4294967295u; });
@@ -42,7 +42,7 @@ class TestUsageEvents : public QObject {
 
   void onlyLettersAndDigitsStayAsTheyAre() {
     ZPGooglePayload payload;
-    payload.add("a", QStringLiteral("aZ09 &=-._~/+%"));
+    payload.add("a", text("aZ09 &=-._~/+%"));
     payload.add("b", QString::fromUtf8("ü\n"));
     payload.add("c", QString(QChar(0xD800)));
     payload.add("d", QString());
@@ -53,7 +53,7 @@ class TestUsageEvents : public QObject {
     const QByteArray names[] = {"unknown&ea=unknoen", "Halvard&ea=Brimwell", "Halvard&ea=Disk%5FTool",
                                 "Halvard&ea=Tarnby",  "Halvard&ea=Pellmore", "Halvard&ea=Close%5Fuser"};
     Fixture f;
-    f.branding.siblings[SiblingApp::DiskAnalyzer].own.name = QStringLiteral("Disk Tool");
+    f.branding.siblings[SiblingApp::DiskAnalyzer].own.name = text("Disk Tool");
     const auto analytics = f.analytics();
     for (int event = 0; event <= 5; ++event) {
       analytics->send(ZPGAEvent{event});

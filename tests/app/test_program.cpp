@@ -10,6 +10,7 @@
 #include "platform/linux/sqlite/sqlite_defaults_store.h"
 #include "preferences/stored_keys.h"
 #include "support/private_bus.h"
+#include "support/process_files.h"
 #include "support/texts.h"
 
 using namespace halvard;
@@ -25,12 +26,11 @@ struct Session {
   Session() {
     environment.insert(text("DBUS_SESSION_BUS_ADDRESS"), bus.address());
     environment.insert(text("QT_QPA_PLATFORM"), text("offscreen"));
-    for (const char* name :
-         {"XDG_CONFIG_HOME", "XDG_CACHE_HOME", "XDG_DATA_HOME", "XDG_STATE_HOME", "XDG_RUNTIME_DIR"}) {
+    for (const char* name : {"CONFIG_HOME", "CACHE_HOME", "DATA_HOME", "STATE_HOME", "RUNTIME_DIR", "CONFIG_DIRS"}) {
       const QString folder = home.filePath(text(name));
       QDir().mkpath(folder);
       QFile::setPermissions(folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-      environment.insert(text(name), folder);
+      environment.insert(text("XDG_") + text(name), folder);
     }
   }
   void loseBus() { environment.insert(text("DBUS_SESSION_BUS_ADDRESS"), text("unix:path=/nonexistent")); }
@@ -172,6 +172,33 @@ class TestProgram : public QObject {
     QCOMPARE(session.program.exitCode(), 0);
     // The walk stops within 0.2 s where it gets the processor; on a busy machine everybody else comes first.
     QVERIFY2(sinceAsked.elapsed() < 2000, qPrintable(QString::number(sinceAsked.elapsed())));
+  }
+
+  void asShippedAWholeRunConnectsToUnixSocketsAlone() {
+    Session session;
+    // Not while it is traced.
+    session.environment.insert(text("ASAN_OPTIONS"), text("detect_leaks=0"));
+    const QString log = session.home.filePath(text("trace"));
+    const QStringList trace = words("-f -e trace=connect,sendto,execve -o") + QStringList{log};
+    if (QProcess::execute(text("strace"), trace + words("true")) != 0) QSKIP("needs strace");
+    QProcess& program = session.program;
+    program.setProcessEnvironment(session.environment);
+    program.start(text("strace"), trace + words(HALVARD_BIN_DIR "/halvard"));
+    QByteArray errors;
+    QTRY_VERIFY_WITH_TIMEOUT((errors += program.readAllStandardError()).contains("no tray shows the icon"), kPatience);
+    const auto traced = [&] { return fileText(QFile::encodeName(log)); };
+    // The showcase of the first start.
+    if (QFile::exists(text(HALVARD_BIN_DIR "/halvard-page-viewer")))
+      QTRY_VERIFY_WITH_TIMEOUT(traced().contains("/halvard-page-viewer\""), kPatience);
+    const QString parent = QString::number(program.processId());
+    QCOMPARE(QProcess::execute(text("pkill"), words("-TERM -P") + QStringList{parent}), 0);
+    WAIT_FOR(program);
+    QCOMPARE(program.exitCode(), 0);
+    QVERIFY2(traced().contains(" connect("), "the session bus");
+    for (const QByteArray& line : traced().split('\n')) {
+      QVERIFY2(!line.contains(" connect(") || line.contains("AF_UNIX"), line.constData());
+      QVERIFY2(!line.contains("AF_INET"), line.constData());
+    }
   }
 
   void ofSeveralStartedAtOnceExactlyOneStays() {

@@ -4,6 +4,7 @@
 #include "files_searcher/disk_parts.h"
 #include "files_searcher/searcher_manager.h"
 #include "preferences/stored_keys.h"
+#include "support/texts.h"
 
 using namespace halvard;
 using namespace std::chrono_literals;
@@ -108,7 +109,7 @@ class TestSearchers : public QObject {
 
   void rescanTimeCanBeStored() {
     for (const auto& [time, asked] : {std::pair(StoredValue{std::int64_t{60}}, 6u),
-                                      {StoredValue{QStringLiteral("60")}, 3u},
+                                      {StoredValue{text("60")}, 3u},
                                       {StoredValue{std::int64_t{0}}, 3u},
                                       {StoredValue{std::numeric_limits<double>::quiet_NaN()}, 3u},
                                       {StoredValue{1e300}, 3u}}) {
@@ -166,7 +167,7 @@ class TestSearchers : public QObject {
       disk.tree.addFile(QByteArray(bundle) + "/AppRun", 10000);
     }
     const QByteArray system = disk.tree.at("opt/System.app");
-    disk.catalog.identifiers = {{system, QStringLiteral("com.apple.safari")}, {"/u/NoId.app", std::nullopt}};
+    disk.catalog.identifiers = {{system, text("com.apple.safari")}, {"/u/NoId.app", std::nullopt}};
     disk.start();
     for (int warning = 0; warning < 2; ++warning)
       QTest::ignoreMessage(QtWarningMsg, "Returned size is impossibly small.");

@@ -10,10 +10,10 @@
 #include "menubar/status_item_controller.h"
 #include "menubar/status_item_text.h"
 #include "platform/fake/fake_appearance.h"
-#include "platform/fake/fake_defaults_store.h"
 #include "platform/fake/fake_host_statistics.h"
 #include "platform/fake/fake_status_bar_item.h"
-#include "preferences/preferences_model.h"
+#include "support/login_desk.h"
+#include "support/texts.h"
 
 using namespace halvard;
 using panel_placement::TriangleEdge;
@@ -21,10 +21,6 @@ using panel_placement::TriangleEdge;
 namespace {
 
 constexpr PageCount kTotalPages = PageCount{1} << 20;
-
-struct NoLogin : StartAtLoginSwitch {
-  void setIsEnabledForHelperApp(bool, const std::function<void()>&) override {}
-};
 
 struct Reading {
   explicit Reading(PageCount usedPages) {
@@ -38,13 +34,10 @@ struct Reading {
   MemorySnapshot snapshot{host, version};
 };
 
-struct FilledItem {
+struct FilledItem : test::LoginDesk {
   FakeStatusBarItem item;
   FakeAppearance appearance;
-  FakeDefaultsStore store;
-  NoLogin login;
-  PreferencesModel preferences{store, login};
-  StatusItemController controller{item, appearance, preferences, QStringLiteral("Halvard")};
+  StatusItemController controller{item, appearance, model, text("Halvard")};
 };
 
 }  // namespace
@@ -75,24 +68,23 @@ class TestMenubarRules : public QObject {
         {quarter, 4, ""},
     };
     for (const auto& [used, mode, title] : titles)
-      QCOMPARE(status_item_text::title(mode, status_item_text::titleFigure(Reading(used).snapshot, mode)),
-               QString::fromLatin1(title));
-    QCOMPARE(status_item_text::information(Reading(quarter).snapshot), QStringLiteral("25.00% of 4.00 GB used"));
+      QCOMPARE(status_item_text::title(mode, status_item_text::titleFigure(Reading(used).snapshot, mode)), text(title));
+    QCOMPARE(status_item_text::information(Reading(quarter).snapshot), text("25.00% of 4.00 GB used"));
   }
 
   void itemIsFilledAndTouchedOnlyByChanges() {
     FilledItem filled;
     FakeStatusBarItem& item = filled.item;
     StatusItemController& controller = filled.controller;
-    QCOMPARE(item.image.value, QStringLiteral("icon_start"));
-    QCOMPARE(item.toolTip.value, QStringLiteral("Free System Memory"));
+    QCOMPARE(item.image.value, text("icon_start"));
+    QCOMPARE(item.toolTip.value, text("Free System Memory"));
     const Reading reading(kTotalPages / 4);
     controller.updateStatusItem(Reading(kTotalPages / 2).snapshot);
     controller.updateStatusItem(reading.snapshot);
     controller.fillTitle(reading.snapshot);
-    QCOMPARE(item.image.value, QStringLiteral("icon_memory_25"));
-    QCOMPARE(item.toolTip.value, QStringLiteral("Halvard\nUsed Memory: 1.00 GB\nFree Memory: 3.00 GB"));
-    QCOMPARE(item.title.value, (AttributedTitle{QStringLiteral(" 25% "), {70, 86, 103, 255}}));
+    QCOMPARE(item.image.value, text("icon_memory_25"));
+    QCOMPARE(item.toolTip.value, text("Halvard\nUsed Memory: 1.00 GB\nFree Memory: 3.00 GB"));
+    QCOMPARE(item.title.value, (AttributedTitle{text(" 25% "), {70, 86, 103, 255}}));
     QCOMPARE(item.alternateTitle.value.color, (Color{255, 255, 255, 255}));
     const int changes = item.changes();
     controller.updateStatusItem(reading.snapshot);
@@ -102,7 +94,7 @@ class TestMenubarRules : public QObject {
     controller.fillTitle(reading.snapshot);
     QCOMPARE(item.title.value.color, (Color{255, 255, 255, 255}));
     controller.showCleaningIcon();
-    QCOMPARE(item.image.value, QStringLiteral("icon_clear"));
+    QCOMPARE(item.image.value, text("icon_clear"));
     QSignalSpy actions(&controller, &StatusItemController::statusItemAction);
     item.press(StatusBarItem::MouseButton::Right);
     item.press(StatusBarItem::MouseButton::Left);

@@ -19,6 +19,7 @@
 #include "preferences/showcase_defaults.h"
 #include "preferences/stored_keys.h"
 #include "support/accessible_names.h"
+#include "support/texts.h"
 #include "widgets/clean_memory_button.h"
 #include "widgets/hint_window.h"
 #include "widgets/icon_button.h"
@@ -31,10 +32,6 @@ namespace {
 
 constexpr ByteCount kGiB = ByteCount{1} << 30;
 const QRect kItem(400, 2, 24, 24);
-
-QString latin(const char* text) {
-  return QString::fromLatin1(text);
-}
 
 struct Parts : PanelParts {
   struct Section : PanelProcessList, PanelDiskUsage {
@@ -81,7 +78,7 @@ struct Panel {
   }
   FakeClock clock;
   FakeDefaultsStore store;
-  ShowcaseDefaults defaults{store, clock, QStringLiteral("1.0")};
+  ShowcaseDefaults defaults{store, clock, text("1.0")};
   NotificationCenter notifications;
   FakeStatusBarItem item;
   Parts parts;
@@ -243,9 +240,9 @@ class TestPanelWindow : public QObject {
     Panel panel(true);
     panel.showDetailed(true);
     panel.window.showTriangle(false);
-    panel.summary.freeButton().setTitle(latin("Cleanup"));
+    panel.summary.freeButton().setTitle(text("Cleanup"));
     panel.window.show();
-    QCOMPARE(namelessControls(panel.window).join(QLatin1Char(' ')), QString());
+    QCOMPARE(namelessControls(panel.window).join(u' '), QString());
   }
 
   void detailedLayoutBringsTheListAndBlocksASecondPress() {
@@ -317,10 +314,10 @@ class TestPanelWindow : public QObject {
     panel.fill(0.33);
     QCOMPARE(panel.summary.title().text(), QString());  // nobody can see it
     panel.window.show();
-    QCOMPARE(panel.summary.title().text(), latin("33%"));
-    for (const auto& [fraction, text, color] : figures) {
+    QCOMPARE(panel.summary.title().text(), text("33%"));
+    for (const auto& [fraction, title, color] : figures) {
       panel.fill(fraction);
-      QCOMPARE(panel.summary.title().text(), latin(text));
+      QCOMPARE(panel.summary.title().text(), text(title));
       QCOMPARE(colorOf(panel.summary.title()), color);
     }
   }
@@ -342,13 +339,13 @@ class TestPanelWindow : public QObject {
     Panel panel;
     SummaryView& summary = panel.summary;
     const PanelWindowInfoLabel& subtitle = summary.subtitle();
-    const QString used = latin("1.00 GB used of 4.00 GB");
-    const QString cleaned = latin("2.00 GB cleaned at 12:00");
+    const QString used = text("1.00 GB used of 4.00 GB");
+    const QString cleaned = text("2.00 GB cleaned at 12:00");
     panel.window.show();
     panel.fill(0.25);
     QCOMPARE(subtitle.text(), used);
     const std::tuple<std::int64_t, QString, QString> cleanings[] = {
-        {0, latin("at 12:00"), {}}, {1 << 20, {}, {}}, {std::int64_t{2} << 30, latin("at 12:00"), cleaned}};
+        {0, text("at 12:00"), {}}, {1 << 20, {}, {}}, {std::int64_t{2} << 30, text("at 12:00"), cleaned}};
     for (const auto& [size, time, text] : cleanings) {
       summary.fillLastCleanedLabelWithSize(size, time);
       QCOMPARE(summary.cleanedSizeLabel().text(), text);
@@ -381,19 +378,19 @@ class TestPanelWindow : public QObject {
     QCOMPARE(label.text(), QString());
     const auto check = [&](const PurgeReport& report, const char* line, const char* shortLine, const char* inHint) {
       const PurgeDetails details = purgeDetails(report);
-      QVERIFY2(details.hint.contains(latin(inHint)), qPrintable(details.hint));
+      QVERIFY2(details.hint.contains(text(inHint)), qPrintable(details.hint));
       panel.showDetailed(false);
       panel.summary.fillPurgeDetails(details);
-      QCOMPARE(label.text(), latin(line));
+      QCOMPARE(label.text(), text(line));
       // Nothing has moved for it, and it covers nothing.
       QVERIFY(panel.summary.subtitle().geometry() == subtitle && panel.summary.freeButton().geometry() == button);
       for (const QRect& other : {subtitle, button, panel.summary.cleanedSizeLabel().geometry()})
         QVERIFY(!other.intersects(label.geometry()));
       panel.showDetailed(true);
-      QCOMPARE(label.text(), latin(shortLine));
+      QCOMPARE(label.text(), text(shortLine));
     };
     PurgeReport report;
-    report.outcome = {ReclaimMethod::PageOut, 0, latin("so")};
+    report.outcome = {ReclaimMethod::PageOut, 0, text("so")};
     report.gainedBytes = 700 << 20;
     report.swap = SwapLedger{900 << 20, 200 << 20, 0, -(12 << 20), std::nullopt};
     check(report, "900 MB compressed into 200 MB", "900 MB compressed", "applications: -12.0 MB\n\nBy page-out: so.");
@@ -403,7 +400,7 @@ class TestPanelWindow : public QObject {
     check(report, "still free: all of 700 MB", "still free: 700 MB", "Still free after a minute: 800 MB");
     report.gainedBytes = -(700 << 20);
     check(report, "gain -700 MB: more is used than before", "gain -700 MB", "Gain: -700 MB");
-    report.outcome = {ReclaimMethod::None, 0, QString(200, u'x') + latin(" no swap")};
+    report.outcome = {ReclaimMethod::None, 0, QString(200, u'x') + text(" no swap")};
     report.gainedBytes = 0;
     check(report, "nothing useful to free", "nothing to free", "x\nno swap.");
     report.gainedBytes = 1;
@@ -435,9 +432,9 @@ class TestPanelWindow : public QObject {
     QCOMPARE(chart.sizeForSegmentByIndex(3), 0.0);
     QVERIFY(chart.tooltipForSegmentByIndex(-1).isEmpty());
     chart.setWiredSize(1000, 1000 * 1024, kGiB);
-    QCOMPARE(chart.tooltipForSegmentByIndex(0), latin("System memory usage\nWired memory: 0.98 KB"));
-    QCOMPARE(chart.tooltipForSegmentByIndex(1), latin("User memory usage\nApp memory: 1000 KB"));
-    QCOMPARE(chart.tooltipForSegmentByIndex(2), latin("Free memory: 1.00 GB"));
+    QCOMPARE(chart.tooltipForSegmentByIndex(0), text("System memory usage\nWired memory: 0.98 KB"));
+    QCOMPARE(chart.tooltipForSegmentByIndex(1), text("User memory usage\nApp memory: 1000 KB"));
+    QCOMPARE(chart.tooltipForSegmentByIndex(2), text("Free memory: 1.00 GB"));
     // Clockwise from the top: a quarter system, a quarter user, the rest free; nothing in the middle.
     QCOMPARE(chart.segmentAt(QPointF(105 + 67, 105 - 67)), 0);
     QCOMPARE(chart.segmentAt(QPointF(105 + 67, 105 + 67)), 1);

@@ -4,6 +4,7 @@
 #include "platform/fake/fake_processor_ticks.h"
 #include "platform/ports/process_information.h"
 #include "process_manager/cpu_info_manager.h"
+#include "support/texts.h"
 
 using namespace halvard;
 
@@ -74,11 +75,11 @@ class TestCPUInfoManager : public QObject {
                                                          {header + "      1  0.3 S ?    00:00:00 init\n", "0.3"},
                                                          {"42\t3.0", "3.0"}};
     World world(1);
-    QCOMPARE(world.manager->get_process_usage(42), QStringLiteral("unknown"));
-    QCOMPARE(world.processes.asked, QStringLiteral("-O %cpu -p 42"));
+    QCOMPARE(world.manager->get_process_usage(42), text("unknown"));
+    QCOMPARE(world.processes.asked, text("-O %cpu -p 42"));
     for (const auto& [printed, usage] : cases) {
       world.processes.printed = QByteArray::fromStdString(printed);
-      QCOMPARE(world.manager->get_process_usage(42), QString::fromLatin1(usage));
+      QCOMPARE(world.manager->get_process_usage(42), text(usage));
     }
   }
 

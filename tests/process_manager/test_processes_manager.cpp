@@ -9,6 +9,7 @@
 #include "platform/fake/fake_running_applications.h"
 #include "process_manager/process_tracker.h"
 #include "process_manager/processes_manager.h"
+#include "support/texts.h"
 
 using namespace halvard;
 using namespace std::chrono_literals;
@@ -16,10 +17,6 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr ByteCount kMegabyte = 1'048'576;
-
-QString text(const char* latin1) {
-  return QString::fromLatin1(latin1);
-}
 
 struct World {
   FakeProcessTable table;
@@ -29,10 +26,10 @@ struct World {
 
   // "[KIND[:PATH]] PID PARENT NAME SIZE [GROUP]": an underscore in the name is a space, "?" a size that cannot be read.
   void add(const QString& line) {
-    QStringList words = line.split(QLatin1Char(' '));
-    const QStringList kind = words[0][0].isDigit() ? QStringList() : words.takeFirst().split(QLatin1Char(':'));
+    QStringList words = line.split(u' ');
+    const QStringList kind = words[0][0].isDigit() ? QStringList() : words.takeFirst().split(u':');
     const std::int32_t pid = words[0].toInt();
-    const QString name = words[2].replace(QLatin1Char('_'), QLatin1Char(' '));
+    const QString name = words[2].replace(u'_', u' ');
     const auto size = words[3] == text("?") ? std::nullopt : std::optional<ByteCount>(words[3].toULongLong());
     table.add(pid, words[1].toInt(), name, size);
     if (words.size() > 4) applications.setGroup(pid, words[4].toInt());
@@ -59,8 +56,8 @@ struct World {
   QString summary() {
     QStringList lines;
     for (const ApplicationEntry& entry : list())
-      lines << QStringLiteral("%1 %2").arg(entry.name.value_or(text("-"))).arg(entry.size.value());
-    return lines.join(QLatin1Char('|'));
+      lines << text("%1 %2").arg(entry.name.value_or(text("-"))).arg(entry.size.value());
+    return lines.join(u'|');
   }
 };
 
@@ -164,7 +161,7 @@ class TestProcessesManager : public QObject {
     for (const auto& [processes, list] : tables) {
       World world;
       for (const QByteArray& line : processes.split('|'))
-        world.add(QString::fromLatin1(line));
+        world.add(text(line));
       QCOMPARE(world.summary(), text(list));
       QCOMPARE(world.summary(), text(list));
     }

@@ -4,12 +4,13 @@
 
 #include "platform/fake/fake_http_fetcher.h"
 #include "promo/html_downloader.h"
+#include "support/texts.h"
 #include "support/zip_builder.h"
 
 namespace halvard {
 
-inline const QString kNewsChanged = QStringLiteral("changed");
-inline const QUrl kFeed(QStringLiteral("https://a.example/feeds/news2.xml"));
+inline const QString kNewsChanged = text("changed");
+inline const QUrl kFeed(text("https://a.example/feeds/news2.xml"));
 
 /// The news as the program describes them, without an embedded page.
 inline HTMLDownloaderInitData newsPage() {
@@ -18,16 +19,16 @@ inline HTMLDownloaderInitData newsPage() {
   data.htmlChangedNotificationName = kNewsChanged;
   data.embedded_width = 382;
   data.embedded_height = 337;
-  data.file_name_to_load = QStringLiteral("news.html");
+  data.file_name_to_load = text("news.html");
   data.seconds_between_update = 604800;
   data.xml_url = kFeed;
-  data.xml_root_tag = QStringLiteral("news");
-  data.xml_version_tag = QStringLiteral("version");
-  data.xml_content_url_tag = QStringLiteral("url");
-  data.xml_window_width_tag = QStringLiteral("width");
-  data.xml_window_height_tag = QStringLiteral("height");
-  data.subfolder_name_in_application_support = QStringLiteral("Halvard");
-  data.html_folder_prefix = QStringLiteral("News2_v");
+  data.xml_root_tag = text("news");
+  data.xml_version_tag = text("version");
+  data.xml_content_url_tag = text("url");
+  data.xml_window_width_tag = text("width");
+  data.xml_window_height_tag = text("height");
+  data.subfolder_name_in_application_support = text("Halvard");
+  data.html_folder_prefix = text("News2_v");
   return data;
 }
 
@@ -38,7 +39,7 @@ inline QByteArray newsFeed(int version, const QByteArray& size = {}) {
 
 /// Where the feed says that the version is.
 inline QUrl newsArchive(int version) {
-  return kFeed.resolved(QUrl(QStringLiteral("v%1.zip").arg(version)));
+  return kFeed.resolved(QUrl(text("v%1.zip").arg(version)));
 }
 
 /// The maker publishes a version; its page says "page VERSION".

@@ -10,12 +10,13 @@
 #include "platform/fake/fake_workspace.h"
 #include "platform/ports/zip_unpacker.h"
 #include "promo/promo_manager.h"
+#include "support/texts.h"
 
 namespace halvard {
 
 struct NoUnpacker : ZipUnpacker {
   Result<void> unzipFileAtPath(const QString&, const QString&, const UnpackLimits&, std::stop_token) override {
-    return Error{QStringLiteral("no")};
+    return Error{text("no")};
   }
 };
 
@@ -23,7 +24,7 @@ struct NoUnpacker : ZipUnpacker {
 struct PromoFixture {
   FakeDefaultsStore store;
   FakeClock clock;
-  ShowcaseDefaults defaults{store, clock, QStringLiteral("4.2.1")};
+  ShowcaseDefaults defaults{store, clock, text("4.2.1")};
   FakeHttpFetcher fetcher;
   NoUnpacker unpacker;
   FakeWorkspace workspace;
@@ -33,8 +34,8 @@ struct PromoFixture {
   QTemporaryDir support;
 
   void giveAddresses() {
-    branding.storePage = QUrl(QStringLiteral("https://store.example/halvard"));
-    branding.supportAddress = QStringLiteral("help@a.example");
+    branding.storePage = QUrl(text("https://store.example/halvard"));
+    branding.supportAddress = text("help@a.example");
   }
 
   std::unique_ptr<PromoManager> manager() {
@@ -42,11 +43,11 @@ struct PromoFixture {
         PromoManagerServices{defaults, fetcher, unpacker, workspace, userNotifications, notifications, branding,
                              support.path()},
         PromoSettings::LoadHalvardData(branding, store),
-        ApplicationFacts{.name = QStringLiteral("Halvard"),
+        ApplicationFacts{.name = text("Halvard"),
                          .displayName = {},
-                         .version = QStringLiteral("4.2.1"),
+                         .version = text("4.2.1"),
                          .buildVersion = {},
-                         .systemVersion = QStringLiteral("Test 9")});
+                         .systemVersion = text("Test 9")});
   }
 };
 

@@ -6,7 +6,6 @@
 #include "platform/linux/minizip/minizip_unpacker.h"
 #include "promo/html_downloader.h"
 #include "promo_fixture.h"
-#include "support/zip_builder.h"
 
 using namespace halvard;
 using namespace std::chrono_literals;
@@ -20,7 +19,7 @@ struct HangingFetcher : FakeHttpFetcher {
     if (url == kFeed) return body;
     while (!stop.stop_requested())
       QThread::msleep(1);
-    return Error{QStringLiteral("stopped")};
+    return Error{text("stopped")};
   }
 };
 
@@ -55,8 +54,8 @@ struct Fixture : PromoFixture {
 
   /// What lies in the folder of the pages, or below it.
   QString folders(const QString& below = {}) const {
-    const QDir place(support.filePath(QStringLiteral("Halvard")) + below);
-    return place.entryList(QDir::AllEntries | QDir::NoDotAndDotDot, QDir::Name).join(QLatin1Char(' '));
+    const QDir place(support.filePath(text("Halvard")) + below);
+    return place.entryList(QDir::AllEntries | QDir::NoDotAndDotDot, QDir::Name).join(u' ');
   }
 };
 
@@ -92,24 +91,23 @@ class TestHtmlDownloader : public QObject {
       QVERIFY(!f.store.hasUnsavedChanges());
     }
     QCOMPARE(f.changes, 2);
-    QCOMPARE(f.folders(), QStringLiteral("News2_v4"));
-    QCOMPARE(f.folders(QStringLiteral("/News2_v4")), QStringLiteral("a.css img news.html"));
+    QCOMPARE(f.folders(), text("News2_v4"));
+    QCOMPARE(f.folders(text("/News2_v4")), text("a.css img news.html"));
   }
 
   void aLeftoverFolderIsAvoidedAndThenRemoved() {
     Fixture f;
-    const QDir place(f.support.filePath(QStringLiteral("Halvard")));
-    for (const char* name : {"News2_v2", "News2_v2_1", "News2_v1", "News2_v", "News2_vx", "Showcase_v2", "Documents"}) {
-      place.mkpath(QString::fromLatin1(name));
-    }
-    QVERIFY(writeFile(place.filePath(QStringLiteral("News2_v2/news.html")), "leftover"));
-    QVERIFY(QFile::link(f.resources.path(), place.filePath(QStringLiteral("News2_v7"))));
+    const QDir place(f.support.filePath(text("Halvard")));
+    for (const char* name : {"News2_v2", "News2_v2_1", "News2_v1", "News2_v", "News2_vx", "Showcase_v2", "Documents"})
+      place.mkpath(text(name));
+    QVERIFY(writeFile(place.filePath(text("News2_v2/news.html")), "leftover"));
+    QVERIFY(QFile::link(f.resources.path(), place.filePath(text("News2_v7"))));
     f.announce(2);
     const auto downloader = f.start();
-    QCOMPARE(downloader->getHtmlURL()->toLocalFile(), place.filePath(QStringLiteral("News2_v2_1/news.html")));
+    QCOMPARE(downloader->getHtmlURL()->toLocalFile(), place.filePath(text("News2_v2_1/news.html")));
     QCOMPARE(shownBy(*downloader), QByteArray("page 2"));
-    QCOMPARE(f.folders(), QStringLiteral("Documents News2_v News2_v2_1 News2_v7 News2_vx Showcase_v2"));
-    QVERIFY2(QFile::exists(f.resources.filePath(QStringLiteral("news.html"))), "links are not followed");
+    QCOMPARE(f.folders(), text("Documents News2_v News2_v2_1 News2_v7 News2_vx Showcase_v2"));
+    QVERIFY2(QFile::exists(f.resources.filePath(text("news.html"))), "links are not followed");
   }
 
   void theInstalledPageSurvivesEveryFailure() {
@@ -133,19 +131,17 @@ class TestHtmlDownloader : public QObject {
       QVERIFY2(f.fetcher.requests().size() == requests, "not tried again before its time");
       QVERIFY2(shownBy(*again) == "page 3" && again->getVersion() == 3, name);
       QCOMPARE(again->getWindowSize(), QSizeF(500, 400));
-      QCOMPARE(f.folders(), QStringLiteral("News2_v3"));
+      QCOMPARE(f.folders(), text("News2_v3"));
       QCOMPARE(f.changes, 1);
     }
   }
 
   void whatTheMakersToolPublishesIsTakenOver() {
-    if (QStandardPaths::findExecutable(QStringLiteral("python3")).isEmpty()) QSKIP("needs python3");
+    if (QStandardPaths::findExecutable(text("python3")).isEmpty()) QSKIP("needs python3");
     Fixture f;
     const QTemporaryDir feeds;
-    const QStringList arguments{
-        QStringLiteral("news"), QStringLiteral("1"),   QStringLiteral(PUBLISHING "/example/news"),
-        feeds.path(),           QStringLiteral("420"), QStringLiteral("360")};
-    QCOMPARE(QProcess::execute(QStringLiteral(PUBLISHING "/publish"), arguments), 0);
+    const QStringList arguments = words("news 1 " PUBLISHING "/example/news") + QStringList{feeds.path()};
+    QCOMPARE(QProcess::execute(text(PUBLISHING "/publish"), arguments + words("420 360")), 0);
     for (const QFileInfo& file : QDir(feeds.path()).entryInfoList(QDir::Files)) {
       QFile content(file.filePath());
       QVERIFY(content.open(QIODevice::ReadOnly));
@@ -164,9 +160,9 @@ class TestHtmlDownloader : public QObject {
     QCOMPARE(f.fetcher.requests().size(), 2);
     QCOMPARE(f.startWhenDue()->getVersion(), 3);
     QVERIFY2(f.fetcher.requests().size() == 3, "the feed alone: its version is not newer");
-    QVERIFY(QFile::remove(f.resources.filePath(QStringLiteral("news.html"))));
+    QVERIFY(QFile::remove(f.resources.filePath(text("news.html"))));
     QVERIFY2(shownBy(*f.start()) == "page 3", "without any page the feed is read at once, and its version taken");
-    QCOMPARE(f.folders(), QStringLiteral("News2_v3_1"));
+    QCOMPARE(f.folders(), text("News2_v3_1"));
   }
 
   void withoutAFeedOrReadyDataNothingIsAskedFor() {

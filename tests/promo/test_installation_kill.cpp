@@ -47,7 +47,7 @@ struct DyingUnpacker : MinizipUnpacker {
     UnpackLimits one = limits;
     one.maximumEntries = 1;
     (void)unpack(one);
-    QFile::remove(destination + QStringLiteral("/news.html"));
+    QFile::remove(destination + text("/news.html"));
     return unpack(limits);
   }
 };
@@ -72,8 +72,8 @@ void live(const QString& folder, int week, int version) {
   publish(fetcher, version);
   FakeClock clock;
   clock.advance(std::chrono::hours(168 * week));
-  DyingStore store(folder + QStringLiteral("/config/defaults.db"), QStringLiteral("test"));
-  ShowcaseDefaults defaults(store, clock, QStringLiteral("1.0"));
+  DyingStore store(folder + text("/config/defaults.db"), text("test"));
+  ShowcaseDefaults defaults(store, clock, text("1.0"));
   DyingUnpacker unpacker;
   NotificationCenter notifications;
   QObject observer;
@@ -100,7 +100,7 @@ struct Machine {
     return {program.exitStatus() == QProcess::CrashExit, program.readAllStandardOutput()};
   }
   QStringList pages() const {
-    return QDir(folder.filePath(QStringLiteral("Halvard"))).entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
+    return QDir(folder.filePath(text("Halvard"))).entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
   }
 };
 
@@ -134,7 +134,7 @@ class TestInstallationKill : public QObject {
       constexpr int whileUnpacking = 10;
       QVERIFY(machine.start(week, 1 + (week + 3) / 4, whileUnpacking).wasKilled);
       QVERIFY2(machine.pages().size() >= 2, "the interrupted installation left something");
-      QVERIFY2(machine.pages().size() <= 3, qPrintable(machine.pages().join(QLatin1Char(' '))));
+      QVERIFY2(machine.pages().size() <= 3, qPrintable(machine.pages().join(u' ')));
     }
     QCOMPARE(machine.start(13, 4).page, QByteArray("page 4"));
     QCOMPARE(machine.pages().size(), 1);

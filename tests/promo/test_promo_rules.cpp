@@ -42,26 +42,26 @@ class TestPromoRules : public QObject {
     QVERIFY(f.fetcher.requests().isEmpty());
     QVERIFY2(!f.store.keys().contains(stored_keys::newsPageNextUpdateDate), "the first feed is read when there is one");
     QVERIFY2(f.store.keys().contains(stored_keys::rateNextShowDate), "the rate dialog's rules know of the start");
-    f.branding.feedFolder = QUrl(QStringLiteral("https://a.example/f/"));
+    f.branding.feedFolder = QUrl(text("https://a.example/f/"));
     const auto manager = f.manager();
     QTRY_COMPARE(f.fetcher.requests().size(), 2);
     for (const char* name : {"tools.xml", "news2.xml"})
-      QVERIFY(f.fetcher.requests().contains(f.branding.feedFolder.resolved(QUrl(QString::fromLatin1(name)))));
+      QVERIFY(f.fetcher.requests().contains(f.branding.feedFolder.resolved(QUrl(text(name)))));
   }
 
   void aClickOnANotificationDoesWhatItSays() {
     Fixture f;
     const auto manager = f.manager();
-    f.workspace.installed[QStringLiteral("org.a")] = QStringLiteral("/a");
+    f.workspace.installed[text("org.a")] = text("/a");
     QSignalSpy mainWindow(manager.get(), &PromoManager::mainWindowRequested);
     QSignalSpy diskUsage(manager.get(), &PromoManager::diskUsageRequested);
-    const QVariantMap bundle{{promo_notifications::kNeedOpenBundle, QStringLiteral("org.a")}};
+    const QVariantMap bundle{{promo_notifications::kNeedOpenBundle, text("org.a")}};
     QVariantMap link = bundle;
-    link[promo_notifications::kNeedOpenLink] = QStringLiteral("https://a.example/");
+    link[promo_notifications::kNeedOpenLink] = text("https://a.example/");
     for (const QVariantMap& info : {{}, link, bundle, {{promo_notifications::kNeedOpenDiskUsage, true}}})
       Q_EMIT f.userNotifications.activated(info, false);
-    QCOMPARE(f.workspace.opened, QList<QUrl>{QUrl(QStringLiteral("https://a.example/"))});
-    QVERIFY2(f.workspace.launched == QStringList(QStringLiteral("org.a")), "an address goes first");
+    QCOMPARE(f.workspace.opened, QList<QUrl>{QUrl(text("https://a.example/"))});
+    QVERIFY2(f.workspace.launched == QStringList(text("org.a")), "an address goes first");
     QVERIFY(mainWindow.size() == 1 && diskUsage.size() == 1);
   }
 
@@ -80,17 +80,17 @@ class TestPromoRules : public QObject {
     Fixture f;
     const auto manager = f.manager();
     const LocalItems& items = manager->localItems();
-    const QString item = QStringLiteral("pages/news/news.html");
-    const QString local = f.support.path() + QStringLiteral("/Halvard/") + item;
-    QCOMPARE(items.getLocalPathOfItem(item, true), QStringLiteral(":/halvard/") + item);
+    const QString item = text("pages/news/news.html");
+    const QString local = f.support.path() + text("/Halvard/") + item;
+    QCOMPARE(items.getLocalPathOfItem(item, true), text(":/halvard/") + item);
     QCOMPARE(items.getLocalPathOfItem(item, false), local);
-    QVERIFY(LocalItems::saveLocalyData("in the way", f.support.path() + QStringLiteral("/Halvard/pages/news")));
+    QVERIFY(LocalItems::saveLocalyData("in the way", f.support.path() + text("/Halvard/pages/news")));
     QVERIFY(LocalItems::saveLocalyData("two", local));
-    const QUrl url(QStringLiteral("https://a.example/x"));
+    const QUrl url(text("https://a.example/x"));
     QCOMPARE(items.loadDataFromURL(url, item, f.fetcher).data, QByteArray("two"));
     f.fetcher.answer(url, "three");
     QCOMPARE(items.loadDataFromURL(url, item, f.fetcher).source, LoadSource::Address);
-    QCOMPARE(items.loadDataFromURL({}, QStringLiteral("absent"), f.fetcher).source, LoadSource::Nothing);
+    QCOMPARE(items.loadDataFromURL({}, text("absent"), f.fetcher).source, LoadSource::Nothing);
   }
 
   void feedsAreReadAsFarAsTheyGo() {
@@ -112,10 +112,9 @@ class TestPromoRules : public QObject {
     };
     for (const auto& [bytes, announcement] : feeds) {
       const auto read = parseFeed(bytes, newsPage());
-      QCOMPARE(read ? QStringLiteral("%1 %2x%3").arg(read->version).arg(read->width).arg(read->height)
-                    : QStringLiteral("nothing"),
-               QString::fromLatin1(announcement));
-      if (read) QCOMPARE(read->contentUrl.toString(), QStringLiteral("https://a.example/feeds/p.zip"));
+      QCOMPARE(read ? text("%1 %2x%3").arg(read->version).arg(read->width).arg(read->height) : text("nothing"),
+               text(announcement));
+      if (read) QCOMPARE(read->contentUrl.toString(), text("https://a.example/feeds/p.zip"));
     }
   }
 
@@ -123,7 +122,7 @@ class TestPromoRules : public QObject {
     HTMLDownloaderInitData data = newsPage();
     data.currentAppIndex = 2;
     QVERIFY(!data.isDataPrepareForWork());
-    data.xml_max_app_index_tag = QStringLiteral("max");
+    data.xml_max_app_index_tag = text("max");
     for (const auto& [maximum, counts] : {std::pair("<max>2</max>", true), {"<max>1</max>", false}, {"", false}})
       QCOMPARE(parseFeed(feed(maximum + QByteArray("<version>3</version><url>p.zip</url>")), data).has_value(), counts);
   }
@@ -138,8 +137,8 @@ class TestPromoRules : public QObject {
         {"https://a.example/app://close", A::OpenOutside, A::OpenOutside},
     };
     for (const auto& [address, news, showcase] : links) {
-      QCOMPARE(newsLinkAction(QUrl(QString::fromLatin1(address))), news);
-      QCOMPARE(showcaseLinkAction(QUrl(QString::fromLatin1(address))), showcase);
+      QCOMPARE(newsLinkAction(QUrl(text(address))), news);
+      QCOMPARE(showcaseLinkAction(QUrl(text(address))), showcase);
     }
   }
 
@@ -170,29 +169,29 @@ class TestPromoRules : public QObject {
       f.clock.advance(200h);
       return PromoFreeSpaceChecker(volumes, f.defaults, f.clock, 432000s).isNeedShowLackOfMemoryWarning();
     };
-    volumes.add(QStringLiteral("/data"), {});
+    volumes.add(text("/data"), {});
     const std::tuple<double, double, bool> disks[] = {
         {500e9, 9e9, true},     {500e9, 25e9, false}, {200e9, 10e9, false}, {64e9, 3e9, true}, {100e9, 9e9, false},
         {100e9 + 1, 9e9, true}, {20e9, 1e9, false},   {1e6, 0, true},       {0, 0, false},
     };
     for (const auto& [size, freeSize, full] : disks) {
-      volumes.spaces[QStringLiteral("/data")] = {static_cast<ByteCount>(size), static_cast<ByteCount>(freeSize)};
+      volumes.spaces[text("/data")] = {static_cast<ByteCount>(size), static_cast<ByteCount>(freeSize)};
       QVERIFY2(isFull() == full, qPrintable(QString::number(size)));
     }
     // Only those count that can be written and measured.
     const VolumeSpace full{64'000'000'000, 1};
     volumes.mounted->clear();
-    volumes.add(QStringLiteral("/cdrom"), full, false);
-    volumes.add(QStringLiteral("/m"), full, true, QStringLiteral("mtmfs"));
-    volumes.add(QStringLiteral("/gone"), full);
-    volumes.spaces.remove(QStringLiteral("/gone"));
-    volumes.add(QStringLiteral("/"), full);
-    volumes.startupDisk = QStringLiteral("50000000000");
+    volumes.add(text("/cdrom"), full, false);
+    volumes.add(text("/m"), full, true, text("mtmfs"));
+    volumes.add(text("/gone"), full);
+    volumes.spaces.remove(text("/gone"));
+    volumes.add(text("/"), full);
+    volumes.startupDisk = text("50000000000");
     QVERIFY2(!isFull(), "of the start-up disk the text counts");
-    volumes.startupDisk = QStringLiteral("plenty");
+    volumes.startupDisk = text("plenty");
     QVERIFY2(isFull(), "a text that is no number is 0");
     volumes.startupDisk.reset();
-    volumes.spaces[QStringLiteral("/")].freeSize = 50'000'000'000;
+    volumes.spaces[text("/")].freeSize = 50'000'000'000;
     QVERIFY2(!isFull(), "without a text the file system's own figure counts");
     volumes.mounted.reset();
     QVERIFY(!isFull());
@@ -205,7 +204,7 @@ class TestPromoRules : public QObject {
     f.store.removeObject(stored_keys::testTimeBetweenRealDiskChecks);
     const auto interval = PromoSettings::LoadHalvardData(f.branding, f.store).TIME_BETWEEN_REAL_DISK_CHECKS;
     FakeMountedVolumes volumes;
-    volumes.add(QStringLiteral("/data"), {64'000'000'000, 1'500'000'000});
+    volumes.add(text("/data"), {64'000'000'000, 1'500'000'000});
     PromoFreeSpaceChecker checker(volumes, f.defaults, f.clock, interval);
     FreeSpaceWarning warning(checker, f.defaults, f.userNotifications, f.clock);
     warning.start();

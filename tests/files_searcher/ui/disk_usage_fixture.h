@@ -5,6 +5,7 @@
 #include "files_searcher/ui/ad_based_on_spotlight_vc.h"
 #include "platform/fake/fake_distributed_notification_center.h"
 #include "platform/fake/fake_workspace.h"
+#include "support/texts.h"
 
 namespace halvard {
 
@@ -13,12 +14,12 @@ class FakeGrantPanels : public GrantPanels {
  public:
   void chooseFolder(QWidget*, const QString& message, const QString& button, const QByteArray& folder,
                     Chosen done) override {
-    asked << QStringLiteral("%1|%2|%3").arg(message, button, QString::fromUtf8(folder));
+    asked << text("%1|%2|%3").arg(message, button, QString::fromUtf8(folder));
     answer = std::move(done);
   }
   void showAlert(QWidget*, const QString& message, const QString& information,
                  std::function<void()> dismissed) override {
-    asked << QStringLiteral("%1|%2").arg(message, information);
+    asked << text("%1|%2").arg(message, information);
     dismiss = std::move(dismissed);
   }
   void choose(const QByteArray& folder) { std::exchange(answer, nullptr)(std::vector<QByteArray>{folder}); }
@@ -34,7 +35,7 @@ struct DiskUsageParts : DiskParts {
   FakeWorkspace workspace;
   FakeDistributedNotificationCenter distributed;
   NotificationCenter notifications;
-  ShowcaseDefaults defaults{store, clock, QStringLiteral("1.0")};
+  ShowcaseDefaults defaults{store, clock, text("1.0")};
 };
 
 /// The section itself.

@@ -1,5 +1,4 @@
 #include <QListView>
-#include <QSignalSpy>
 #include <QtTest>
 
 #include "platform/fake/fake_clock.h"
@@ -7,6 +6,7 @@
 #include "platform/fake/fake_running_applications.h"
 #include "process_manager/processes_manager.h"
 #include "process_manager/ui/process_tableview_controller.h"
+#include "support/texts.h"
 
 using namespace halvard;
 
@@ -22,8 +22,8 @@ struct List {
   bool canShowAds = true;
   ProcessTableviewController controller{processes, [this] { return canShowAds; }, nullptr};
   QListView& view = controller.table();
-  Application mail = applications.add(10, QStringLiteral("Mail"));
-  Application web = applications.add(20, QStringLiteral("Web"));
+  Application mail = applications.add(10, text("Mail"));
+  Application web = applications.add(20, text("Web"));
 
   void show(std::initializer_list<std::pair<Application, std::optional<ByteCount>>> sizes) {
     ApplicationEntries entries;
@@ -34,15 +34,15 @@ struct List {
   // What a row shows.
   QString texts(int row) const {
     const QModelIndex index = view.model()->index(row, 0);
-    return index.data().toString() + QLatin1Char(' ') + index.data(ProcessListModel::SizeRole).toString();
+    return index.data().toString() + u' ' + index.data(ProcessListModel::SizeRole).toString();
   }
 };
 
 QString texts(const QMenu& menu) {
   QStringList result;
   for (const QAction* action : menu.actions())
-    result << (action->isSeparator() ? QStringLiteral("-") : action->text());
-  return result.join(QLatin1Char('|'));
+    result << (action->isSeparator() ? text("-") : action->text());
+  return result.join(u'|');
 }
 
 }  // namespace
@@ -53,17 +53,17 @@ class TestProcessList : public QObject {
  private Q_SLOTS:
   void listArrivesFromTheManager() {
     List list;
-    list.table.add(10, 1, QStringLiteral("mail"), 5000);
+    list.table.add(10, 1, text("mail"), 5000);
     QVERIFY(list.controller.isWaitingForFirstList());
     list.controller.updateApps();
     list.controller.updateApps();
     QTRY_COMPARE(list.view.model()->rowCount(), 1);
     QVERIFY(!list.controller.isWaitingForFirstList());
     QCOMPARE(list.table.readings(), 1);  // the second request found one on its way
-    QCOMPARE(list.texts(0), QStringLiteral("Mail 4.88 KB"));
+    QCOMPARE(list.texts(0), text("Mail 4.88 KB"));
     list.mail->name.reset();
     list.show({{list.mail, std::nullopt}});
-    QCOMPARE(list.texts(0), QStringLiteral("Unknown "));
+    QCOMPARE(list.texts(0), text("Unknown "));
   }
 
   void onlyRowsThatShowSomethingElseAreRepainted() {
@@ -85,8 +85,8 @@ class TestProcessList : public QObject {
     list.view.setCurrentIndex(list.view.model()->index(1, 0));
     list.show({{list.web, 3000}, {list.mail, 2000}});
     QCOMPARE(list.view.currentIndex().row(), 1);
-    QCOMPARE(list.view.currentIndex().data().toString(), QStringLiteral("Mail"));
-    const Application third = list.applications.add(30, QStringLiteral("Music"));
+    QCOMPARE(list.view.currentIndex().data().toString(), text("Mail"));
+    const Application third = list.applications.add(30, text("Music"));
     list.show({{list.web, 3000}, {third, 2500}, {list.mail, 2000}});
     QCOMPARE(list.view.currentIndex().row(), 1);
     list.show({{list.web, 3000}});
@@ -102,7 +102,7 @@ class TestProcessList : public QObject {
       QVERIFY(menu.isEmpty());
     }
     list.controller.menuNeedsUpdate(menu, 0);
-    QCOMPARE(texts(menu), QStringLiteral("Activate|-|Quit|Force Quit"));
+    QCOMPARE(texts(menu), text("Activate|-|Quit|Force Quit"));
     list.show({{list.web, 3000}, {list.mail, 2000}});
     // What has ended by the last of them is asked nothing more.
     for (const int action : {0, 2, 3, 3})
@@ -113,7 +113,7 @@ class TestProcessList : public QObject {
     QCOMPARE(list.web->activations + list.web->terminateRequests + list.web->forceTerminateRequests, 0);
     list.canShowAds = false;
     list.controller.menuNeedsUpdate(menu, 0);
-    QCOMPARE(texts(menu), QStringLiteral("Activate"));
+    QCOMPARE(texts(menu), text("Activate"));
   }
 
   void doubleClickAndReturnOpenTheApplicationEvenWhenItHasEnded() {

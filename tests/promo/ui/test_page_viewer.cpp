@@ -1,12 +1,12 @@
 #include <QSignalSpy>
-#include <QTemporaryDir>
 #include <QWebEngineView>
 #include <QtTest>
 #include <csignal>
 
 #include "promo/webview/guarded_page.h"
+#include "support/test_folder.h"
 #include "support/test_web_server.h"
-#include "support/zip_builder.h"
+#include "support/texts.h"
 
 using namespace halvard;
 
@@ -64,51 +64,40 @@ class TestPageViewer : public QObject {
 
  private:
   TestWebServer m_server;
-  QTemporaryDir m_outer;
+  const TestFolder m_outer;
 
-  QUrl write(const char* name, const QByteArray& html) {
-    const QString path = m_outer.filePath(QStringLiteral("page/") + QString::fromLatin1(name));
-    return writeFile(path, html) ? QUrl::fromLocalFile(path) : QUrl();
-  }
+  QUrl write(const char* name, const QByteArray& html) { return QUrl::fromLocalFile(m_outer.write(name, html)); }
 
  private Q_SLOTS:
-  void initTestCase() {
-    QDir(m_outer.path()).mkpath(QStringLiteral("page"));
-    QVERIFY(writeFile(m_outer.filePath(QStringLiteral("secret.html")), "SECRET"));
-  }
-
-  void aPageCannotReachOut_data() {
-    QTest::addColumn<QByteArray>("html");
-    const QByteArray server = m_server.url(QStringLiteral("/x")).toEncoded();
-    const QByteArray secret = QUrl::fromLocalFile(m_outer.filePath(QStringLiteral("secret.html"))).toEncoded();
-    const auto row = [](const char* name, const QByteArray& html) { QTest::newRow(name) << html; };
-    row("script", "<script>document.write('SECRET')</script><noscript>calm</noscript>");
-    row("inline handler", "<img src='none.png' onerror=\"document.body.innerText='SECRET'\">");
-    row("script that leaves", "<script>location='" + server + "'</script>");
-    row("picture", "<img src='" + server + "'>");
-    row("style", "<link rel=stylesheet href='" + server + "'><style>@import '" + server + "';</style>");
-    row("prefetch", "<link rel=prefetch href='" + server + "'><link rel=preconnect href='" + server + "'>");
-    row("refresh", "<meta http-equiv=refresh content='0;url=" + server + "'>");
-    row("refresh to a command", "<meta http-equiv=refresh content='0;url=app://close'>");
-    row("refresh to a file", "<meta http-equiv=refresh content='0;url=" + secret + "'>");
-    row("frame of the network", "<iframe src='" + server + "'></iframe>");
-    row("frame of a file", "<iframe src='" + secret + "'></iframe><object data='" + secret + "'></object>");
-    row("frame of data", "<iframe src='data:text/html,SECRET'></iframe>");
-    row("media", "<video src='" + server + "' autoplay></video><audio src='" + server + "' autoplay></audio>");
-    row("font", "<style>@font-face{font-family:x;src:url(" + server + ")}p{font-family:x}</style><p>x</p>");
-  }
-
   void aPageCannotReachOut() {
-    QFETCH(QByteArray, html);
-    Engine engine;
-    QVERIFY(engine.show(write("a.html", html + "<p>the end</p>")));
-    QTRY_VERIFY(engine.text().contains(QLatin1String("the end")));
-    QVERIFY(!engine.text().contains(QLatin1String("SECRET")));
-    std::optional<QString> source;
-    engine.page.toHtml([&source](const QString& text) { source = text; });
-    QTRY_VERIFY(source);
-    QVERIFY2(m_server.requests().isEmpty(), qPrintable(m_server.requests().join(QLatin1Char(' '))));
-    QVERIFY(engine.links.isEmpty());
+    const QByteArray server = m_server.url(text("/x")).toEncoded();
+    const QByteArray secret = write("secret.html", "SECRET").toEncoded();
+    const std::pair<const char*, QByteArray> pages[] = {
+        {"script", "<script>document.write('SECRET')</script><noscript>calm</noscript>"},
+        {"inline handler", "<img src='none.png' onerror=\"document.body.innerText='SECRET'\">"},
+        {"script that leaves", "<script>location='" + server + "'</script>"},
+        {"picture", "<img src='" + server + "'>"},
+        {"style", "<link rel=stylesheet href='" + server + "'><style>@import '" + server + "';</style>"},
+        {"prefetch", "<link rel=prefetch href='" + server + "'><link rel=preconnect href='" + server + "'>"},
+        {"refresh", "<meta http-equiv=refresh content='0;url=" + server + "'>"},
+        {"refresh to a command", "<meta http-equiv=refresh content='0;url=app://close'>"},
+        {"refresh to a file", "<meta http-equiv=refresh content='0;url=" + secret + "'>"},
+        {"frame of the network", "<iframe src='" + server + "'></iframe>"},
+        {"frame of a file", "<iframe src='" + secret + "'></iframe><object data='" + secret + "'></object>"},
+        {"frame of data", "<iframe src='data:text/html,SECRET'></iframe>"},
+        {"media", "<video src='" + server + "' autoplay></video><audio src='" + server + "' autoplay></audio>"},
+        {"font", "<style>@font-face{font-family:x;src:url(" + server + ")}p{font-family:x}</style><p>x</p>"},
+    };
+    for (const auto& [name, html] : pages) {
+      Engine engine;
+      QVERIFY2(engine.show(write("page/a.html", html + "<p>the end</p>")), name);
+      QTRY_VERIFY2(engine.text().contains(QLatin1String("the end")), name);
+      QVERIFY2(!engine.text().contains(QLatin1String("SECRET")), name);
+      std::optional<QString> source;
+      engine.page.toHtml([&source](const QString& text) { source = text; });
+      QTRY_VERIFY2(source, name);
+      QVERIFY2(m_server.requests().isEmpty() && engine.links.isEmpty(), name);
+    }
   }
 
   void linksAreFollowedWithinTheFolderAndReportedBeyond() {
@@ -119,14 +108,14 @@ class TestPageViewer : public QObject {
     };
     for (const auto& [html, reported] : links) {
       Engine engine;
-      QVERIFY(engine.show(write("a.html", html)));
+      QVERIFY(engine.show(write("page/a.html", html)));
       QVERIFY(engine.click([&] { return !engine.links.isEmpty(); }));
-      QCOMPARE(engine.links.at(0).at(0).toUrl().toString(), QString::fromLatin1(reported));
-      QCOMPARE(engine.page.url().fileName(), QStringLiteral("a.html"));
+      QCOMPARE(engine.links.at(0).at(0).toUrl().toString(), text(reported));
+      QCOMPARE(engine.page.url().fileName(), text("a.html"));
     }
     Engine engine;
-    write("b.html", "<p>second</p>");
-    QVERIFY(engine.show(write("a.html", pageWithLink("b.html"))));
+    write("page/b.html", "<p>second</p>");
+    QVERIFY(engine.show(write("page/a.html", pageWithLink("b.html"))));
     QVERIFY(engine.click([&] { return engine.page.url().fileName() == QLatin1String("b.html"); }));
     QTRY_VERIFY(engine.text().contains(QLatin1String("second")));
     QVERIFY(engine.links.isEmpty());

@@ -10,7 +10,7 @@
 #include "promo/ui/rate_dialog_wc.h"
 #include "promo/ui/rate_star_button.h"
 #include "promo/ui/showcase_dialog_wc.h"
-#include "support/zip_builder.h"
+#include "support/test_folder.h"
 
 using namespace halvard;
 using namespace std::chrono_literals;
@@ -31,7 +31,7 @@ struct Fixture : PromoFixture {
   }
 };
 
-const QUrl kWebPage(QStringLiteral("https://a.example/"));
+const QUrl kWebPage(text("https://a.example/"));
 
 }  // namespace
 
@@ -51,7 +51,7 @@ class TestPromoDialogs : public QObject {
     f.notifications.post(NewsDialogWC::NewsHtmlChangedNotificationName());
     QCOMPARE(f.record.loads.size(), std::size_t{2});
     Q_EMIT f.window->linkActivated(kWebPage);
-    Q_EMIT f.window->linkActivated(QUrl(QStringLiteral("app://startusingapp")));
+    Q_EMIT f.window->linkActivated(QUrl(text("app://startusingapp")));
     QCOMPARE(f.workspace.opened, QList<QUrl>{kWebPage});
     QVERIFY2(f.record.isOpen && f.record.loads.size() == 2, "web links leave the window alone");
     Q_EMIT f.window->resignedKey();
@@ -63,7 +63,7 @@ class TestPromoDialogs : public QObject {
     QVERIFY(!news.visible());
     news.showAtPosition({100, 50});
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    Q_EMIT f.window->linkActivated(QUrl(QStringLiteral("app://close")));
+    Q_EMIT f.window->linkActivated(QUrl(text("app://close")));
     QVERIFY(!f.record.isOpen);
     f.notifications.post(NewsDialogWC::NewsHtmlChangedNotificationName());
     QCOMPARE(f.record.loads.size(), std::size_t{3});
@@ -86,7 +86,7 @@ class TestPromoDialogs : public QObject {
     QVERIFY2(closed.isEmpty(), "replaced, not closed");
     Q_EMIT f.window->linkActivated(kWebPage);
     QCOMPARE(f.workspace.opened, QList<QUrl>{kWebPage});
-    Q_EMIT f.window->linkActivated(QUrl(QStringLiteral("app://startusingapp")));
+    Q_EMIT f.window->linkActivated(QUrl(text("app://startusingapp")));
     QVERIFY(!showcase.isOpen());
     QCOMPARE(mainWindow.size(), 1);
     QCOMPARE(closed.size(), 1);
@@ -119,7 +119,7 @@ class TestPromoDialogs : public QObject {
       QVERIFY(!f.defaults.isUserAlreadyСlickedOnStar());
       rate.view()->starButton(star).click();
       QCOMPARE(f.workspace.opened.size(), 1);
-      QCOMPARE(f.workspace.opened.constFirst().scheme(), star < 4 ? QStringLiteral("mailto") : QStringLiteral("https"));
+      QCOMPARE(f.workspace.opened.constFirst().scheme(), star < 4 ? text("mailto") : text("https"));
       QVERIFY(f.defaults.isUserAlreadyСlickedOnStar());
       QVERIFY(!rate.window());
     }
@@ -142,18 +142,17 @@ class TestPromoDialogs : public QObject {
   }
 
   void aPageOfRichTextReadsItsOwnFolderAlone() {
-    QTemporaryDir outer;
-    QDir(outer.path()).mkpath(QStringLiteral("page/img"));
-    const auto path = [&](const char* name) { return outer.filePath(QString::fromLatin1(name)); };
-    QVERIFY(writeFile(path("page.css"), "p{}") && writeFile(path("page/a.css"), "p{}") &&
-            writeFile(path("page/b.html"), "<p>second</p>") &&
-            writeFile(path("page/a.html"), "<p>first</p><script>1</script>"));
-    QVERIFY(QFile::link(path("page.css"), path("page/link.css")));
-    const QByteArray secret = QUrl::fromLocalFile(path("page.css")).toEncoded();
+    const TestFolder outer;
+    for (const char* style : {"page.css", "page/a.css", "page/img/a.css"})
+      outer.write(style, "p{}");
+    outer.write("page/b.html", "<p>second</p>");
+    const QString page = outer.write("page/a.html", "<p>first</p><script>1</script>");
+    QVERIFY(QFile::link(outer.path("page.css"), outer.path("page/link.css")));
+    const QByteArray secret = QUrl::fromLocalFile(outer.path("page.css")).toEncoded();
     PageTextView view;
     QSignalSpy links(&view, &PageTextView::linkActivated);
-    view.showPage(QUrl::fromLocalFile(path("page/a.html")));
-    QCOMPARE(view.toPlainText().trimmed(), QStringLiteral("first"));
+    view.showPage(QUrl::fromLocalFile(page));
+    QCOMPARE(view.toPlainText().trimmed(), text("first"));
     const auto resource = [&](const QByteArray& name) {
       return view.loadResource(QTextDocument::StyleSheetResource, QUrl::fromEncoded(name));
     };
@@ -165,7 +164,7 @@ class TestPromoDialogs : public QObject {
     click("b.html");
     click(secret);
     QVERIFY(links.isEmpty());
-    QCOMPARE(view.toPlainText().trimmed(), QStringLiteral("second"));
+    QCOMPARE(view.toPlainText().trimmed(), text("second"));
     click("https://a.example/");
     QCOMPARE(links.size(), 1);
     view.showPage(std::nullopt);
