@@ -1,10 +1,6 @@
 #pragma once
 
-#include <QDir>
-#include <QFile>
 #include <QProcess>
-#include <QProcessEnvironment>
-#include <QTemporaryDir>
 #include <QUuid>
 #include <memory>
 #include <vector>
@@ -14,6 +10,9 @@
 #include "core/application_identity.h"
 #include "crash/cache_manager.h"
 #include "platform/linux/sqlite/sqlite_defaults_store.h"
+#include "support/process_files.h"
+#include "support/test_folder.h"
+#include "support/texts.h"
 
 namespace halvard::test {
 
@@ -30,17 +29,15 @@ class CrashingChild {
 
   CrashingChild() {
     for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
-      environment.remove(QString::fromLatin1(name));
+      environment.remove(text(name));
     // Without an address, whoever asks for the session bus starts one.
-    environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), QStringLiteral("unix:path=/nonexistent"));
-    environment.insert(QStringLiteral("HOME"), homePath());
-    for (const char* name : {"config", "state", "data"}) {
-      const QString folder = QString::fromLatin1(name);
-      environment.insert(QStringLiteral("XDG_%1_HOME").arg(folder.toUpper()), m_folder.filePath(folder));
-    }
+    environment.insert(text("DBUS_SESSION_BUS_ADDRESS"), text("unix:path=/nonexistent"));
+    environment.insert(text("HOME"), home.path());
+    for (const QString& folder : texts({"config", "state", "data"}))
+      environment.insert(text("XDG_%1_HOME").arg(folder.toUpper()), home.path(folder));
     // A sanitizer's own handlers would be earlier actions, which the handler calls.
-    environment.insert(QStringLiteral("ASAN_OPTIONS"), QStringLiteral("handle_segv=0:handle_sigbus=0:handle_sigfpe=0"));
-    environment.insert(QStringLiteral("HALVARD_CRASHING_CHILD"), m_mark);
+    environment.insert(text("ASAN_OPTIONS"), text("handle_segv=0:handle_sigbus=0:handle_sigfpe=0"));
+    environment.insert(text("HALVARD_CRASHING_CHILD"), m_mark);
   }
   /// Kills what is still running.
   ~CrashingChild() {
@@ -51,14 +48,15 @@ class CrashingChild {
   /// Without a display unless it is set.
   QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
 
-  QString homePath() const { return m_folder.path(); }
-  QString reportFolder() const { return m_folder.filePath(QStringLiteral("state/halvard/crashes")); }
+  /// Its home folder, with the ones for settings, state and data in it.
+  const TestFolder home;
+  QString reportFolder() const { return home.path("state/halvard/crashes"); }
 
   void start(const QStringList& arguments) {
     m_process = std::make_unique<QProcess>();
     m_process->setProcessEnvironment(environment);
-    m_process->setWorkingDirectory(homePath());
-    m_process->start(QStringLiteral(CRASH_VICTIM), arguments);
+    m_process->setWorkingDirectory(home.path());
+    m_process->start(text(CRASH_VICTIM), arguments);
   }
   bool isRunning() const { return m_process && m_process->state() != QProcess::NotRunning; }
   qint64 processId() const { return m_process->processId(); }
@@ -78,34 +76,28 @@ class CrashingChild {
   int crashesCount() const {
     bool damaged = false;
     const QString name = application_identity::kBundleIdentifier;
-    const QString path = m_folder.filePath(QStringLiteral("config/%1/defaults.db").arg(name));
-    SqliteDefaultsStore store(path, name, [&](const QString&) { damaged = true; });
-    const bool kept = store.objectForKey(QStringLiteral("KEY_cleanedSize")) == StoredValue{std::uint64_t{4096}};
+    SqliteDefaultsStore store(home.path(text("config/%1/defaults.db").arg(name)), name,
+                              [&](const QString&) { damaged = true; });
+    const bool kept = store.objectForKey(text("KEY_cleanedSize")) == StoredValue{std::uint64_t{4096}};
     return kept && !damaged ? static_cast<int>(CacheManager(store).crashesCount()) : -1;
   }
   /// The texts of all reports, the oldest first.
   QStringList reports() const {
-    QStringList texts;
-    const QDir folder(reportFolder());
-    for (const QString& name : folder.entryList({QStringLiteral("*.txt")}, QDir::Files, QDir::Name)) {
-      QFile file(folder.filePath(name));
-      if (file.open(QIODevice::ReadOnly)) texts << QString::fromUtf8(file.readAll());
-    }
-    return texts;
+    QStringList found;
+    for (const QString& name : QDir(reportFolder()).entryList({text("*.txt")}, QDir::Files, QDir::Name))
+      found << QString::fromUtf8(fileText(QFile::encodeName(reportFolder() + u'/' + name)));
+    return found;
   }
   /// Every process started by this child or its children that still runs.
   std::vector<std::int32_t> processesLeft() const {
     std::vector<std::int32_t> processes;
-    const QDir proc(QStringLiteral("/proc"));
-    for (const QString& name : proc.entryList({QStringLiteral("[0-9]*")}, QDir::Dirs)) {
-      QFile file(proc.filePath(name) + QStringLiteral("/environ"));
-      if (file.open(QIODevice::ReadOnly) && file.readAll().contains(m_mark.toUtf8())) processes.push_back(name.toInt());
+    for (const QString& name : QDir(text("/proc")).entryList({text("[0-9]*")}, QDir::Dirs)) {
+      if (processFile(name.toInt(), "environ").contains(m_mark.toUtf8())) processes.push_back(name.toInt());
     }
     return processes;
   }
 
  private:
-  QTemporaryDir m_folder;
   QString m_mark = QUuid::createUuid().toString(QUuid::WithoutBraces);
   std::unique_ptr<QProcess> m_process;
 };

@@ -1,12 +1,12 @@
-#include <QTest>
 #include <QUrlQuery>
-#include <algorithm>
+#include <QtTest>
 
 #include "crash/alert_generator.h"
 #include "platform/fake/fake_clock.h"
 #include "platform/fake/fake_defaults_store.h"
 #include "platform/fake/fake_workspace.h"
 #include "platform/linux/crash/isolated_thread_stacks.h"
+#include "support/texts.h"
 
 using namespace halvard;
 using namespace std::chrono_literals;
@@ -25,8 +25,7 @@ struct ScriptedAlert : CrashAlert {
 ThreadStack stackOf(std::int32_t thread, int frames = 1) {
   ThreadStack stack{thread, ThreadStack::State::read, {}};
   for (int number = 0; number < frames; ++number)
-    stack.frames.push_back(
-        {0x1000u + static_cast<unsigned>(number), QStringLiteral("halvard"), QStringLiteral("work"), 4});
+    stack.frames.push_back({0x1000u + static_cast<unsigned>(number), text("halvard"), text("work"), 4});
   return stack;
 }
 
@@ -35,17 +34,15 @@ struct Crash {
   explicit Crash(ThreadStacks stacks = std::vector{stackOf(7), stackOf(8)})
       : backtraces(std::move(stacks), 7, 8),
         email({cache, clock, backtraces, workspace},
-              {{QStringLiteral("com.tessmar.Halvard"), QStringLiteral("Hal Vard"), QStringLiteral("4.2"),
-                QStringLiteral("4.2.1")},
-               QStringLiteral("6.1, Debian"),
+              {{text("com.tessmar.Halvard"), text("Hal Vard"), text("4.2"), text("4.2.1")},
+               text("6.1, Debian"),
                99s,
-               QStringLiteral("/home/ann"),
-               QStringLiteral("/home/ann/state/crash-1-2.txt"),
-               QStringLiteral("help@maker.example")}),
-        alert({cache, email, window, clock, [this] { steps << QStringLiteral("counted"); },
-               [this] { steps << QStringLiteral("relaunch"); }, [this] { steps << QStringLiteral("not mailed"); },
-               [this] { steps << QStringLiteral("exit"); }},
-              QStringLiteral("Hal Vard")) {}
+               text("/home/ann"),
+               text("/home/ann/state/crash-1-2.txt"),
+               text("help@maker.example")}),
+        alert({cache, email, window, clock, [this] { steps << text("counted"); }, [this] { steps << text("relaunch"); },
+               [this] { steps << text("not mailed"); }, [this] { steps << text("exit"); }},
+              text("Hal Vard")) {}
 
   FakeDefaultsStore store;
   FakeClock clock;
@@ -61,7 +58,7 @@ struct Crash {
 const SignalInformation kSegmentationFault{1, 2, 11, 3};
 
 QString bodyOf(const QUrl& url) {
-  return QUrlQuery(url).queryItemValue(QStringLiteral("BODY"), QUrl::FullyDecoded);
+  return QUrlQuery(url).queryItemValue(text("BODY"), QUrl::FullyDecoded);
 }
 
 }  // namespace
@@ -71,9 +68,6 @@ class TestCrashRules : public QObject {
 
  private Q_SLOTS:
   void alertCountsAsksOnceAndLeavesLater() {
-    const QStringList stepsOfButtons[] = {{QStringLiteral("counted"), QStringLiteral("relaunch")},
-                                          {QStringLiteral("counted")},
-                                          {QStringLiteral("counted")}};
     for (int button = 0; button < 3; ++button) {
       Crash crash;
       crash.window.answer = AlertAnswer{button, false};
@@ -82,10 +76,11 @@ class TestCrashRules : public QObject {
       QCOMPARE(crash.window.contents.size(), 1u);
       QCOMPARE(crash.cache.crashesCount(), 1u);
       QCOMPARE(crash.workspace.opened.size(), button == 1 ? 1 : 0);
+      const QString steps = text(button == 0 ? "counted relaunch" : "counted");
       crash.clock.advance(199ms);
-      QCOMPARE(crash.steps, stepsOfButtons[button]);
+      QCOMPARE(crash.steps.join(u' '), steps);
       crash.clock.advance(1ms);
-      QCOMPARE(crash.steps, stepsOfButtons[button] + QStringList(QStringLiteral("exit")));
+      QCOMPARE(crash.steps.join(u' '), steps + text(" exit"));
       QVERIFY(!crash.store.hasUnsavedChanges());
     }
   }
@@ -106,27 +101,26 @@ class TestCrashRules : public QObject {
     crash.cache.incrementCrashesCount();
     crash.email.setCrash(std::nullopt, kSegmentationFault);
     const QString date =
-        QDateTime(QDate(2024, 1, 15), QTime(12, 0), Qt::UTC).toLocalTime().toString(QStringLiteral("dd-MM-yyyy HH:mm"));
-    QCOMPARE(crash.email.getErrorRecordString(),
-             QStringLiteral("Bundle Identifier: com.tessmar.Halvard\n"
-                            "App Version: 4.2 (4.2.1)\n"
-                            "Crashes Count: 1\n"
-                            "Date: %1\n"
-                            "System Uptime(s): 99\n"
-                            "Class Name: NSProcessInfo\n"
-                            "Thread: <Thread 7>{number = 1, name = main}\n\n"
-                            "Signal error. Code 1, errno 2, signo 11, status 3"
-                            "\n\nThreads: \n\n"
-                            "Call Backtrace of 2 threads:\n"
-                            "Backtrace of Thread 8:\n"
-                            "halvard                        0x00001000 work + 4\n\n"
-                            "Backtrace of Thread 7:\n"
-                            "halvard                        0x00001000 work + 4\n\n")
-                 .arg(date));
+        QDateTime(QDate(2024, 1, 15), QTime(12, 0), Qt::UTC).toLocalTime().toString(text("dd-MM-yyyy HH:mm"));
+    QCOMPARE(crash.email.getErrorRecordString(), text("Bundle Identifier: com.tessmar.Halvard\n"
+                                                      "App Version: 4.2 (4.2.1)\n"
+                                                      "Crashes Count: 1\n"
+                                                      "Date: %1\n"
+                                                      "System Uptime(s): 99\n"
+                                                      "Class Name: NSProcessInfo\n"
+                                                      "Thread: <Thread 7>{number = 1, name = main}\n\n"
+                                                      "Signal error. Code 1, errno 2, signo 11, status 3"
+                                                      "\n\nThreads: \n\n"
+                                                      "Call Backtrace of 2 threads:\n"
+                                                      "Backtrace of Thread 8:\n"
+                                                      "halvard                        0x00001000 work + 4\n\n"
+                                                      "Backtrace of Thread 7:\n"
+                                                      "halvard                        0x00001000 work + 4\n\n")
+                                                     .arg(date));
   }
 
   void mailIsEscapedWhole() {
-    QCOMPARE(EmailGenerator::encodedString(QStringLiteral("a-b._~ !*'();:@&=+$,/?%#[]\n\"\u00e4")),
+    QCOMPARE(EmailGenerator::encodedString(text("a-b._~ !*'();:@&=+$,/?%#[]\n\"\u00e4")),
              QByteArray("a-b._~%20%21%2A%27%28%29%3B%3A%40%26%3D%2B%24%2C%2F%3F%25%23%5B%5D%0A%22%C3%A4"));
     Crash crash;
     QVERIFY(crash.email.generateEmailWith(std::nullopt, kSegmentationFault));
@@ -136,7 +130,7 @@ class TestCrashRules : public QObject {
         address.startsWith("mailto:help@maker.example?SUBJECT=Hal%20Vard%20Crash%20Report&BODY=Bundle%20Identifier%3A"),
         address);
     QCOMPARE(bodyOf(url),
-             crash.email.getErrorRecordString() + QStringLiteral("\n\nSent from:\nHal Vard v4.2\nOS X 6.1, Debian\n"));
+             crash.email.getErrorRecordString() + text("\n\nSent from:\nHal Vard v4.2\nOS X 6.1, Debian\n"));
   }
 
   void mailThatIsTooLongNamesTheFile() {
@@ -145,10 +139,10 @@ class TestCrashRules : public QObject {
     const QUrl url = crash.workspace.opened.front();
     QVERIFY(url.toEncoded().size() <= EmailGenerator::kLongestAddress);
     const QString body = bodyOf(url);
-    QVERIFY(body.contains(QStringLiteral("Signal error. Code 1")));
-    QVERIFY(body.contains(QStringLiteral("Backtrace of Thread 8:\n")));
-    QVERIFY2(body.contains(QStringLiteral("please attach it:\n~/state/crash-1-2.txt\n")), qPrintable(body));
-    QVERIFY(body.endsWith(QStringLiteral("Sent from:\nHal Vard v4.2\nOS X 6.1, Debian\n")));
+    QVERIFY(body.contains(text("Signal error. Code 1")));
+    QVERIFY(body.contains(text("Backtrace of Thread 8:\n")));
+    QVERIFY2(body.contains(text("please attach it:\n~/state/crash-1-2.txt\n")), qPrintable(body));
+    QVERIFY(body.endsWith(text("Sent from:\nHal Vard v4.2\nOS X 6.1, Debian\n")));
   }
 
   void homeFolderIsAbbreviated() {
@@ -160,40 +154,40 @@ class TestCrashRules : public QObject {
         {"/usr/lib", "/", "/usr/lib"},
         {"/usr/lib", "", "/usr/lib"},
     };
-    for (const auto& [text, home, result] : cases)
-      QCOMPARE(withoutHomeFolder(QString::fromUtf8(text), QString::fromUtf8(home)), QString::fromUtf8(result));
+    for (const auto& [before, home, after] : cases)
+      QCOMPARE(withoutHomeFolder(text(before), text(home)), text(after));
   }
 
   void backtracesShowFiftyFramesAndEveryFailure() {
     ThreadStack strange{9, ThreadStack::State::read, {}};
-    strange.frames = {{0x7f0000001234, QStringLiteral("libstripped.so"), {}, 0x234}, {0x10, {}, {}, 0}};
+    strange.frames = {{0x7f0000001234, text("libstripped.so"), {}, 0x234}, {0x10, {}, {}, 0}};
     const BSBacktraceLogger logger(
         std::vector{stackOf(7, 60), ThreadStack{10, ThreadStack::State::noFramePointer, {}}, strange}, 7, 9);
-    QCOMPARE(logger.bs_backtraceOfMainThread().count(QStringLiteral("work")), 50);
+    QCOMPARE(logger.bs_backtraceOfMainThread().count(text("work")), 50);
     QCOMPARE(logger.bs_backtraceOfCurrentThread(),
-             QStringLiteral("Backtrace of Thread 9:\n"
-                            "libstripped.so                 0x7f0000001234 0x7f0000001000 + 564\n"
-                            "???                            0x00000010 ??? + 0\n\n"));
-    QCOMPARE(logger.bs_backtraceOfNSThread(10), QStringLiteral("Fail to get frame pointer"));
-    QCOMPARE(logger.bs_backtraceOfNSThread(99), QStringLiteral("Fail to get information about thread: 99"));
-    QVERIFY(logger.bs_backtraceOfAllThread().startsWith(
-        QStringLiteral("Call Backtrace of 3 threads:\nBacktrace of Thread 9:\n")));
+             text("Backtrace of Thread 9:\n"
+                  "libstripped.so                 0x7f0000001234 0x7f0000001000 + 564\n"
+                  "???                            0x00000010 ??? + 0\n\n"));
+    QCOMPARE(logger.bs_backtraceOfNSThread(10), text("Fail to get frame pointer"));
+    QCOMPARE(logger.bs_backtraceOfNSThread(99), text("Fail to get information about thread: 99"));
+    QVERIFY(
+        logger.bs_backtraceOfAllThread().startsWith(text("Call Backtrace of 3 threads:\nBacktrace of Thread 9:\n")));
     QCOMPARE(BSBacktraceLogger(std::nullopt, 7, 7).bs_backtraceOfAllThread(),
-             QStringLiteral("Fail to get information of all threads"));
+             text("Fail to get information of all threads"));
   }
 
   void handlerFramesAreRemoved() {
     const auto left = [](std::initializer_list<const char*> symbols, std::uint64_t instruction) {
       ThreadStack stack{1, ThreadStack::State::read, {}};
       for (const char* symbol : symbols)
-        stack.frames.push_back({stack.frames.size() + 1, {}, QString::fromUtf8(symbol), 0});
+        stack.frames.push_back({stack.frames.size() + 1, {}, text(symbol), 0});
       removeHandlerFrames(stack, instruction);
       return stack.frames.front().symbol + QString::number(stack.frames.size());
     };
-    QCOMPARE(left({"poll", "__restore_rt", "boom", "main"}, 3), QStringLiteral("boom2"));
-    QCOMPARE(left({"poll", "__restore_rt", "boom", "main"}, 77), QStringLiteral("poll4"));
-    QCOMPARE(left({"poll", "std::terminate()", "__cxa_throw", "boom"}, 0), QStringLiteral("boom1"));
-    QCOMPARE(left({"poll", "boom"}, 0), QStringLiteral("poll2"));
+    QCOMPARE(left({"poll", "__restore_rt", "boom", "main"}, 3), text("boom2"));
+    QCOMPARE(left({"poll", "__restore_rt", "boom", "main"}, 77), text("poll4"));
+    QCOMPARE(left({"poll", "std::terminate()", "__cxa_throw", "boom"}, 0), text("boom1"));
+    QCOMPARE(left({"poll", "boom"}, 0), text("poll2"));
   }
 
   void stacksSurviveTheWayBetweenProcesses() {

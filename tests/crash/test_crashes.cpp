@@ -1,12 +1,10 @@
-#include <QDir>
-#include <QProcess>
-#include <QTest>
-
-#include <signal.h>
+#include <QtTest>
+#include <csignal>
 
 #include "crash/crashing_child.h"
 
-using halvard::test::CrashingChild;
+using namespace halvard;
+using test::CrashingChild;
 
 namespace {
 
@@ -18,7 +16,7 @@ constexpr bool kHasAddressSanitizer = false;
 
 QString onlyReport(const CrashingChild& child) {
   const QStringList reports = child.reports();
-  return reports.size() == 1 ? reports.front() : QStringLiteral("%1 reports").arg(reports.size());
+  return reports.size() == 1 ? reports.front() : text("%1 reports").arg(reports.size());
 }
 
 }  // namespace
@@ -29,32 +27,28 @@ class TestCrashes : public QObject {
 
  private Q_SLOTS:
   void crashIsCountedAndReportedAndTheProgramLeaves_data() {
-    QTest::addColumn<QString>("line");
+    QTest::addColumn<int>("number");
     QTest::addColumn<QString>("function");
-    const auto signalRow = [](const char* kind, int number, const char* function) {
-      QTest::newRow(kind) << QStringLiteral(", signo %1, ").arg(number) << QString::fromLatin1(function);
-    };
-    signalRow("null", SIGSEGV, "dereferenceNull");
-    signalRow("null-call", SIGSEGV, "callNullFunction");
-    signalRow("abort", SIGABRT, "callAbort");
-    signalRow("division", SIGFPE, "divideByZero");
-    signalRow("illegal", SIGILL, "runIllegalInstruction");
-    signalRow("overflow", SIGSEGV, "overflowStack");
-    signalRow("thread-overflow", SIGSEGV, "overflowStack");
-    signalRow("heap", SIGABRT, "corruptHeap");
-    signalRow("pipe", SIGPIPE, "writeToBrokenPipe");
-    signalRow("alarm", SIGALRM, "waitForAlarm");
-    signalRow("two-threads", SIGSEGV, "dereferenceNull");
-    signalRow("settings", SIGSEGV, "crashWhileSettingsAreWritten");
-    QTest::newRow("exception") << QStringLiteral("Exception Reason: std::runtime_error: thrown on purpose\n\n")
-                               << QStringLiteral("throwUncaught");
+    QTest::newRow("null") << SIGSEGV << text("dereferenceNull");
+    QTest::newRow("null-call") << SIGSEGV << text("callNullFunction");
+    QTest::newRow("abort") << SIGABRT << text("callAbort");
+    QTest::newRow("division") << SIGFPE << text("divideByZero");
+    QTest::newRow("illegal") << SIGILL << text("runIllegalInstruction");
+    QTest::newRow("overflow") << SIGSEGV << text("overflowStack");
+    QTest::newRow("thread-overflow") << SIGSEGV << text("overflowStack");
+    QTest::newRow("heap") << SIGABRT << text("corruptHeap");
+    QTest::newRow("pipe") << SIGPIPE << text("writeToBrokenPipe");
+    QTest::newRow("alarm") << SIGALRM << text("waitForAlarm");
+    QTest::newRow("two-threads") << SIGSEGV << text("dereferenceNull");
+    QTest::newRow("settings") << SIGSEGV << text("crashWhileSettingsAreWritten");
+    QTest::newRow("exception") << 0 << text("throwUncaught");
   }
 
   void crashIsCountedAndReportedAndTheProgramLeaves() {
-    QFETCH(QString, line);
+    QFETCH(int, number);
     QFETCH(QString, function);
-    const QString kind = QString::fromLatin1(QTest::currentDataTag());
-    if (kHasAddressSanitizer && kind == QLatin1String("heap"))
+    const QString kind = text(QTest::currentDataTag());
+    if (kHasAddressSanitizer && kind == text("heap"))
       QSKIP("AddressSanitizer replaces the allocator whose data this kind corrupts");
     CrashingChild child;
     const CrashingChild::End end = child.run({kind});
@@ -63,17 +57,17 @@ class TestCrashes : public QObject {
     QCOMPARE(child.crashesCount(), 1);
     QCOMPARE(end.errorOutput.count("quit unexpectedly"), 1);
     const QString report = onlyReport(child);
-    QVERIFY2(report.contains(line), qPrintable(report));
-    QVERIFY2(report.contains(function), qPrintable(report));
-    QCOMPARE(report.contains(QStringLiteral("Exception Reason: ")), kind == QLatin1String("exception"));
-    QCOMPARE(report.contains(QStringLiteral("Signal error. Code ")), kind != QLatin1String("exception"));
-    QVERIFY(report.contains(QStringLiteral("\nCrashes Count: 1\n")));
+    for (const QString& part : {function, text("\nCrashes Count: 1\n"),
+                                number > 0 ? text(", signo %1, ").arg(number)
+                                           : text("Exception Reason: std::runtime_error: thrown on purpose\n\n")})
+      QVERIFY2(report.contains(part), qPrintable(report));
+    QVERIFY(report.contains(text("Exception Reason: ")) != report.contains(text("Signal error. Code ")));
   }
 
   void exceptionOffTheMainThreadTakesItsDefaultEnd() {
     CrashingChild child;
-    child.environment.insert(QStringLiteral("HANDLER_LOGS"), QStringLiteral("1"));
-    const CrashingChild::End end = child.run({QStringLiteral("thread-exception")});
+    child.environment.insert(text("HANDLER_LOGS"), text("1"));
+    const CrashingChild::End end = child.run({text("thread-exception")});
     QVERIFY(!end.exited);
     QCOMPARE(end.code, SIGABRT);
     for (const char* line : {"prev is nil:1\n", "[Tessmar Fall Manager] Loaded.\n",
@@ -88,36 +82,30 @@ class TestCrashes : public QObject {
     // A signal's code chooses the slot of the earlier action.
     for (const auto& [code, calls] : {std::pair(3, 1), {11, 0}, {32, 0}, {-6, 0}}) {
       CrashingChild child;
-      child.environment.insert(QStringLiteral("EARLIER_HANDLERS"), QStringLiteral("1"));
-      const CrashingChild::End end = child.run({QStringLiteral("code:%1").arg(code)});
+      child.environment.insert(text("EARLIER_HANDLERS"), text("1"));
+      const CrashingChild::End end = child.run({text("code:%1").arg(code)});
       QVERIFY2(end.exited && end.code == 0, end.errorOutput);
       QCOMPARE(end.errorOutput.count("earlier action of signal 3\n"), calls);
-      const QString line = QStringLiteral("Signal error. Code %1, errno 0, signo 11").arg(code);
+      const QString line = text("Signal error. Code %1, errno 0, signo 11").arg(code);
       QVERIFY2(onlyReport(child).contains(line), qPrintable(onlyReport(child)));
     }
     CrashingChild child;
-    child.environment.insert(QStringLiteral("EARLIER_HANDLERS"), QStringLiteral("1"));
-    const CrashingChild::End end = child.run({QStringLiteral("exception")});
+    child.environment.insert(text("EARLIER_HANDLERS"), text("1"));
+    const CrashingChild::End end = child.run({text("exception")});
     QVERIFY2(end.exited && end.code == 0, end.errorOutput);
     QVERIFY(end.errorOutput.startsWith("earlier handler of exceptions\n"));
     QCOMPARE(child.crashesCount(), 1);
     // That it aborts is part of the exception and not a crash of its own.
-    QVERIFY(onlyReport(child).contains(QStringLiteral("Exception Reason: std::runtime_error: thrown on purpose")));
+    QVERIFY(onlyReport(child).contains(text("Exception Reason: std::runtime_error: thrown on purpose")));
   }
 
   void crashWithoutWorkingReporterIsReportedInBareForm() {
     // It is missing, ends at once, or hangs and says nothing.
     for (const char* script : {"", "#!/bin/sh\nexit 0\n", "#!/bin/sh\nexec sleep 60\n"}) {
       CrashingChild child;
-      QFile reporter(child.homePath() + QStringLiteral("/reporter"));
-      if (*script) {
-        QVERIFY(reporter.open(QIODevice::WriteOnly) && reporter.write(script) > 0);
-        reporter.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-        reporter.close();
-      }
+      if (*script) child.home.write("reporter", script);
       for (const char* kind : {"null", "exception"}) {
-        const CrashingChild::End end =
-            child.run({QString::fromLatin1(kind), reporter.fileName(), QStringLiteral("300")});
+        const CrashingChild::End end = child.run({text(kind), child.home.path("reporter"), text("300")});
         QVERIFY2(end.exited && end.code == 0, end.errorOutput);
         QCOMPARE(end.errorOutput.count("quit unexpectedly"), 1);
         QTRY_VERIFY(child.processesLeft().empty());
@@ -125,25 +113,25 @@ class TestCrashes : public QObject {
       const QString reports = child.reports().join(QString());
       for (const char* line : {"Signal error. Code 1, errno 0, signo 11, status 0",
                                "Exception Reason: St13runtime_error: thrown on purpose"})
-        QVERIFY2(reports.contains(QString::fromLatin1(line)), qPrintable(reports));
+        QVERIFY2(reports.contains(text(line)), qPrintable(reports));
     }
   }
 
   void crashNobodyCountedIsCountedAtTheNextStart() {
     CrashingChild child;
     for (int crash = 0; crash < 2; ++crash)
-      child.run({QStringLiteral("null"), QStringLiteral("/nonexistent")});
+      child.run({text("null"), text("/nonexistent")});
     QCOMPARE(child.crashesCount(), 1);  // the second start has counted the first crash
     for (int start = 0; start < 2; ++start)
-      QCOMPARE(child.run({QStringLiteral("quiet")}).code, 0);
+      QCOMPARE(child.run({text("quiet")}).code, 0);
     QCOMPARE(child.crashesCount(), 2);
     QCOMPARE(child.reports().size(), 2);
   }
 
   void stateFolderThatCannotBeWrittenIsSaid() {
     CrashingChild child;
-    child.environment.insert(QStringLiteral("XDG_STATE_HOME"), QStringLiteral("/proc/nowhere"));
-    const CrashingChild::End end = child.run({QStringLiteral("null")});
+    child.environment.insert(text("XDG_STATE_HOME"), text("/proc/nowhere"));
+    const CrashingChild::End end = child.run({text("null")});
     QVERIFY2(end.exited && end.code == 0, end.errorOutput);
     QVERIFY2(end.errorOutput.contains("the report cannot be written to /proc/nowhere/"), end.errorOutput);
     QCOMPARE(child.crashesCount(), 1);
@@ -151,25 +139,21 @@ class TestCrashes : public QObject {
 
   void noMoreThanTwentyReportsAreKept() {
     CrashingChild child;
-    QDir().mkpath(child.reportFolder());
     for (int number = 10; number < 40; ++number) {
       // The last ones were written before the clock was set back.
-      const QString time = number < 35 ? QStringLiteral("10000000%1") : QStringLiteral("99999999%1");
-      QFile file(child.reportFolder() + QStringLiteral("/crash-%1-1.txt").arg(time.arg(number)));
-      QVERIFY(file.open(QIODevice::WriteOnly));
-      file.write("earlier");
+      const QString time = number < 35 ? text("10000000%1") : text("99999999%1");
+      child.home.write(text("state/halvard/crashes/crash-%1-1.txt").arg(time.arg(number)), "earlier");
     }
-    for (const QString& reporter :
-         {QStringLiteral("/nonexistent"), QStringLiteral(HALVARD_BIN_DIR "/halvard-crash-reporter")}) {
-      QCOMPARE(child.run({QStringLiteral("null"), reporter}).code, 0);
+    for (const QString& reporter : {text("/nonexistent"), text(HALVARD_BIN_DIR "/halvard-crash-reporter")}) {
+      QCOMPARE(child.run({text("null"), reporter}).code, 0);
       QCOMPARE(child.reports().size(), 20);
-      QVERIFY(child.reports().constLast().contains(QStringLiteral("Signal error.")));
+      QVERIFY(child.reports().constLast().contains(text("Signal error.")));
     }
   }
 
   void reporterRefusesToBeStartedByHand() {
     QProcess reporter;
-    reporter.start(QStringLiteral(HALVARD_BIN_DIR "/halvard-crash-reporter"), {QStringLiteral("/bin/true")});
+    reporter.start(text(HALVARD_BIN_DIR "/halvard-crash-reporter"), {text("/bin/true")});
     QVERIFY(reporter.waitForFinished());
     QCOMPARE(reporter.exitCode(), 2);
   }

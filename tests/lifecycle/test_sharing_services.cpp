@@ -3,6 +3,7 @@
 #include "branding/branding.h"
 #include "lifecycle/sharing_services.h"
 #include "platform/fake/fake_workspace.h"
+#include "support/texts.h"
 
 using namespace halvard;
 
@@ -10,15 +11,11 @@ namespace {
 
 using Kind = SharingService::Kind;
 
-QString latin(const char* text) {
-  return QString::fromLatin1(text);
-}
-
 Branding makerWithPages() {
   Branding branding;
-  branding.productPage = QUrl(latin("https://example.com/halvard?from=share&kind=1"));
-  branding.storePage = QUrl(latin("https://store.example.com/halvard"));
-  branding.twitterHashtags = latin("#halvard #linux");
+  branding.productPage = QUrl(text("https://example.com/halvard?from=share&kind=1"));
+  branding.storePage = QUrl(text("https://store.example.com/halvard"));
+  branding.twitterHashtags = text("#halvard #linux");
   return branding;
 }
 
@@ -30,7 +27,7 @@ class TestSharingServices : public QObject {
  private Q_SLOTS:
   void textsAndAddressesGoOutEscaped() {
     FakeWorkspace workspace;
-    SharingServices sharing(workspace, makerWithPages(), latin("A&B"));
+    SharingServices sharing(workspace, makerWithPages(), text("A&B"));
     for (const Kind kind : {Kind::Twitter, Kind::Facebook, Kind::Email})
       QVERIFY(sharing.share(kind));
     QCOMPARE(workspace.opened[0].toEncoded(),
@@ -51,14 +48,14 @@ class TestSharingServices : public QObject {
 
   void serviceThatDoesNotWorkHereIsNotOffered() {
     FakeWorkspace workspace;
-    QVERIFY(SharingServices(workspace, Branding(), latin("Main")).available().empty());
-    SharingServices sharing(workspace, makerWithPages(), latin("Main"));
-    workspace.missingSchemes = {latin("mailto")};
+    QVERIFY(SharingServices(workspace, Branding(), text("Main")).available().empty());
+    SharingServices sharing(workspace, makerWithPages(), text("Main"));
+    workspace.missingSchemes = {text("mailto")};
     QCOMPARE(sharing.available().size(), 2U);
     QVERIFY(!sharing.share(Kind::Email) && workspace.opened.isEmpty());
-    workspace.missingSchemes = {latin("https")};
+    workspace.missingSchemes = {text("https")};
     QCOMPARE(sharing.available().size(), 1U);
-    QCOMPARE(sharing.available().front().title, latin("Email"));
+    QCOMPARE(sharing.available().front().title, text("Email"));
   }
 };
 

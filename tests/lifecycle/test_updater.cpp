@@ -12,6 +12,7 @@
 #include "platform/linux/network/qt_http_fetcher.h"
 #include "preferences/stored_keys.h"
 #include "support/test_web_server.h"
+#include "support/texts.h"
 
 using namespace halvard;
 using namespace std::chrono_literals;
@@ -19,10 +20,6 @@ using namespace std::chrono_literals;
 namespace {
 
 const QByteArray kPage = "https://example.com/get";
-
-QString latin(const char* text) {
-  return QString::fromLatin1(text);
-}
 
 unsigned char* bytesOf(QByteArray& data) {
   return reinterpret_cast<unsigned char*>(data.data());
@@ -34,10 +31,10 @@ struct Maker {
 
   QString publicKeyText() const { return QString::fromLatin1(publicKey.toBase64()); }
   QByteArray sign(const QByteArray& version, const QByteArray& page) {
-    QByteArray text = "halvard-update\n" + version + '\n' + page + '\n';
+    QByteArray signedText = "halvard-update\n" + version + '\n' + page + '\n';
     QByteArray signature(crypto_sign_BYTES, '\0');
-    const auto length = static_cast<unsigned long long>(text.size());
-    crypto_sign_detached(bytesOf(signature), nullptr, bytesOf(text), length, bytesOf(secretKey));
+    const auto length = static_cast<unsigned long long>(signedText.size());
+    crypto_sign_detached(bytesOf(signature), nullptr, bytesOf(signedText), length, bytesOf(secretKey));
     return signature.toBase64();
   }
   QByteArray item(const QByteArray& version, const QByteArray& page = kPage) {
@@ -65,7 +62,7 @@ void keepLine(QtMsgType, const QMessageLogContext&, const QString& line) {
 struct Desk {
   explicit Desk(const QString& key) : publicKey(key) {}
   UpdaterServices services() { return {store, fetcher, workspace, alerts, clock}; }
-  void publish(const QByteArray& body) { server.answer(latin("/feed.xml"), {.body = body}); }
+  void publish(const QByteArray& body) { server.answer(text("/feed.xml"), {.body = body}); }
 
   const QString publicKey;
   TestWebServer server;
@@ -74,7 +71,7 @@ struct Desk {
   FakeWorkspace workspace;
   FakeAlertPresenter alerts;
   FakeClock clock;
-  Updater updater{services(), server.url(latin("/feed.xml")), publicKey, latin("Main"), latin("1.2")};
+  Updater updater{services(), server.url(text("/feed.xml")), publicKey, text("Main"), text("1.2")};
 };
 
 }  // namespace
@@ -105,8 +102,8 @@ class TestUpdater : public QObject {
     const UpdateKey key = UpdateKey::fromBase64(maker.publicKeyText()).value();
     for (const auto& [bytes, outcome] : feeds) {
       const auto newest = newestUpdate(bytes, key, QVersionNumber(1, 2));
-      const QString version = newest && newest.value() ? newest.value()->version.toString() : latin("nothing");
-      QCOMPARE(newest ? version : newest.error().message, latin(outcome));
+      const QString version = newest && newest.value() ? newest.value()->version.toString() : text("nothing");
+      QCOMPARE(newest ? version : newest.error().message, text(outcome));
     }
   }
 
@@ -129,7 +126,7 @@ class TestUpdater : public QObject {
       qInstallMessageHandler(former);
       QVERIFY(ended);
       QVERIFY2(logged.size() == 1, qPrintable(logged.join(QLatin1Char('|'))));
-      QVERIFY2(logged[0].startsWith(latin(line)) && !logged[0].contains(QLatin1Char('\n')), qPrintable(logged[0]));
+      QVERIFY2(logged[0].startsWith(text(line)) && !logged[0].contains(QLatin1Char('\n')), qPrintable(logged[0]));
       QCOMPARE(desk.alerts.shown.size(), 0U);
       QCOMPARE(desk.store.keys(), QStringList{stored_keys::updaterLastCheckDate});
     }
@@ -157,25 +154,25 @@ class TestUpdater : public QObject {
     desk.alerts.answers = {{0, false}};
     desk.updater.checkForUpdates();
     QTRY_COMPARE(desk.alerts.shown.size(), 2U);
-    QCOMPARE(desk.alerts.shown.back().message, latin("Main 2.0 is available."));
+    QCOMPARE(desk.alerts.shown.back().message, text("Main 2.0 is available."));
     QCOMPARE(desk.workspace.opened, QList<QUrl>{QUrl::fromEncoded(kPage)});
     desk.publish(feed({}));
     desk.updater.checkForUpdates();
     QTRY_COMPARE(desk.alerts.shown.size(), 3U);
-    QCOMPARE(desk.alerts.shown.back().message, latin("Main is up to date."));
+    QCOMPARE(desk.alerts.shown.back().message, text("Main is up to date."));
   }
 
   void offWithoutAFeedOrAKey() {
     Maker maker;
     const QString key = maker.publicKeyText();
-    for (const QString& bad : {QString(), latin("c2hvcnQ="), key + latin("!")}) {
+    for (const QString& bad : {QString(), text("c2hvcnQ="), key + text("!")}) {
       Desk desk(bad);
       QVERIFY(!desk.updater.isOn());
       desk.updater.setAutomaticallyChecksForUpdates(true);
       desk.updater.resetUpdateCycle();
       desk.updater.checkForUpdates();
       QVERIFY(desk.clock.pendingCalls() == 0 && desk.store.writes() == 0);
-      QVERIFY(!Updater(desk.services(), {}, key, latin("Main"), latin("1")).isOn());
+      QVERIFY(!Updater(desk.services(), {}, key, text("Main"), text("1")).isOn());
     }
   }
 };
