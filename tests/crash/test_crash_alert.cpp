@@ -74,8 +74,6 @@ class TestCrashAlert : public QObject {
     installMailProgram(m_child->home);
   }
 
-  void cleanup() { m_child.reset(); }
-
   void answersAreFollowed_data() {
     QTest::addColumn<QString>("kind");
     QTest::addColumn<QString>("keys");

@@ -54,11 +54,6 @@ QByteArray feed(const QByteArray& items) {
          "</channel></rss>";
 }
 
-QStringList logged;
-void keepLine(QtMsgType, const QMessageLogContext&, const QString& line) {
-  logged << line;
-}
-
 struct Desk {
   explicit Desk(const QString& key) : publicKey(key) {}
   UpdaterServices services() { return {store, fetcher, workspace, alerts, clock}; }
@@ -109,24 +104,20 @@ class TestUpdater : public QObject {
 
   void badFeedChangesNothingAndIsOneLineOfTheLog() {
     Maker maker;
-    const std::pair<QByteArray, const char*> feeds[] = {
-        {"<html/>", "update feed: it has no channel"},
-        {feed(maker.item("1.2")), "update feed: nothing newer than 1.2"},
-        {feed(maker.item("2.0") + QByteArray(256 * 1024, ' ')), "update feed: "},
+    const std::tuple<QByteArray, QtMsgType, const char*> feeds[] = {
+        {"<html/>", QtWarningMsg, "^update feed: it has no channel$"},
+        {feed(maker.item("1.2")), QtInfoMsg, "^update feed: nothing newer than 1\\.2$"},
+        {feed(maker.item("2.0") + QByteArray(256 * 1024, ' ')), QtWarningMsg, "^update feed: [^\n]+$"},
     };
-    for (const auto& [body, line] : feeds) {
+    QTest::failOnWarning(QRegularExpression(text(".")));
+    for (const auto& [body, kind, line] : feeds) {
+      QTest::ignoreMessage(kind, QRegularExpression(text(line)));
       Desk desk(maker.publicKeyText());
       desk.publish(body);
-      logged.clear();
-      const QtMessageHandler former = qInstallMessageHandler(keepLine);
       desk.updater.setAutomaticallyChecksForUpdates(true);
       QSignalSpy checked(&desk.updater, &Updater::checked);
       desk.updater.resetUpdateCycle();
-      const bool ended = checked.wait(20000);
-      qInstallMessageHandler(former);
-      QVERIFY(ended);
-      QVERIFY2(logged.size() == 1, qPrintable(logged.join(QLatin1Char('|'))));
-      QVERIFY2(logged[0].startsWith(text(line)) && !logged[0].contains(QLatin1Char('\n')), qPrintable(logged[0]));
+      QVERIFY(checked.wait(20000));
       QCOMPARE(desk.alerts.shown.size(), 0U);
       QCOMPARE(desk.store.keys(), QStringList{stored_keys::updaterLastCheckDate});
     }

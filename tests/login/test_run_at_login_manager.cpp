@@ -1,23 +1,14 @@
 #include <QtTest>
 
-#include "login/run_at_login_manager.h"
-#include "platform/fake/fake_distributed_notification_center.h"
-#include "platform/fake/fake_login_item_service.h"
+#include "support/login_desk.h"
 #include "support/texts.h"
 
 using namespace halvard;
+using test::LoginDesk;
 
 namespace {
 
-const QString mainIdentifier = text("com.example.Main");
 const QString launcherIdentifier = text("com.example.Main.launcher");
-const QString mainProgram = text("/opt/main/main");
-
-struct Fixture {
-  FakeLoginItemService service;
-  FakeDistributedNotificationCenter notifications;
-  HalvardRunAtLoginManager manager{service, notifications, mainIdentifier, mainProgram};
-};
 
 JobDescription job(std::initializer_list<std::pair<const char*, StoredValue>> entries) {
   JobDescription description;
@@ -61,7 +52,6 @@ class TestRunAtLoginManager : public QObject {
         {{text("/absent/Contents/MacOS/helper")}, "label|-|-"},
         {{text("/named/Contents/MacOS/helper")}, "label|-|Helper"},
         {{text("/known/Contents/MacOS/helper")}, "com.example.helper|/known/Contents/MacOS/helper|-"},
-        {{text("/usr/bin/a")}, "root|/usr/bin/a|-"},
         {{text("/a")}, "root|/a|-"},
         {{true}, "label|-|-"},
     };
@@ -76,10 +66,10 @@ class TestRunAtLoginManager : public QObject {
   }
 
   void itemsKeepThePlatformsOrderWithoutItsOwnJobs() {
-    Fixture f;
+    LoginDesk desk;
     const StoredValue arguments{StoredValue::Array{}};
-    f.service.bundles[text("/x")] = {launcherIdentifier, std::nullopt};
-    f.service.jobs = {
+    desk.loginItems.bundles[text("/x")] = {launcherIdentifier, std::nullopt};
+    desk.loginItems.jobs = {
         job({{"Label", {text("z")}}}),
         job({{"Label", {text("com.apple.x")}}, {"Program", {text("/x/1/2/3")}}}),
         job({{"Label", {text("running")}}, {"PID", {std::int64_t{1}}}, {"ProgramArguments", arguments}}),
@@ -87,57 +77,57 @@ class TestRunAtLoginManager : public QObject {
         job({}),
     };
     QStringList identifiers;
-    for (const LoginItem& item : f.manager.loadSandboxedLoginItems())
+    for (const LoginItem& item : desk.startAtLogin.loadSandboxedLoginItems())
       identifiers << item.bundleIdentifier;
     QCOMPARE(identifiers, (QStringList{text("z"), text("com.applepie"), QString()}));
-    QVERIFY(!f.manager.isEnabledToAutoLaunchWithHelperApp());
-    QVERIFY(f.manager.isAppWithBundleIdentifierEnabledForAutolaunch(text("z")));
-    QVERIFY(!f.manager.isAppWithBundleIdentifierEnabledForAutolaunch(text("Z")));
+    QVERIFY(!desk.startAtLogin.isEnabledToAutoLaunchWithHelperApp());
+    QVERIFY(desk.startAtLogin.isAppWithBundleIdentifierEnabledForAutolaunch(text("z")));
+    QVERIFY(!desk.startAtLogin.isAppWithBundleIdentifierEnabledForAutolaunch(text("Z")));
   }
 
   void switchingFollowsThePlatformAndTellsItsRefusalOnce() {
-    Fixture f;
+    LoginDesk desk;
     int failures = 0;
     const auto failed = [&] { ++failures; };
-    f.manager.setIsEnabledForHelperApp(true, failed);
-    QVERIFY(f.manager.isEnabledToAutoLaunchWithHelperApp());
-    QCOMPARE(f.service.jobs.front().at(text("Label")), StoredValue{launcherIdentifier});
-    f.service.jobs.clear();
-    QVERIFY(!f.manager.isEnabledToAutoLaunchWithHelperApp());
-    f.service.refuses = true;
-    f.manager.setIsEnabledForHelperApp(true, failed);
+    desk.startAtLogin.setIsEnabledForHelperApp(true, failed);
+    QVERIFY(desk.startAtLogin.isEnabledToAutoLaunchWithHelperApp());
+    QCOMPARE(desk.loginItems.jobs.front().at(text("Label")), StoredValue{launcherIdentifier});
+    desk.loginItems.jobs.clear();
+    QVERIFY(!desk.startAtLogin.isEnabledToAutoLaunchWithHelperApp());
+    desk.loginItems.refuses = true;
+    desk.startAtLogin.setIsEnabledForHelperApp(true, failed);
     QCOMPARE(failures, 1);
-    f.manager.setIsEnabledForHelperApp(false, {});
-    f.manager.setIsEnabled(true, text("other"), failed);
+    desk.startAtLogin.setIsEnabledForHelperApp(false, {});
+    desk.startAtLogin.setIsEnabled(true, text("other"), failed);
     QCOMPARE(failures, 2);
   }
 
   void runningLauncherIsNoticedAndTerminatedOnRequest() {
-    Fixture f;
+    LoginDesk desk;
     const std::tuple<bool, bool, std::size_t> checks[] = {
         {false, true, 0}, {true, false, 0}, {true, true, 1}, {false, true, 1}};
     for (const auto& [runs, terminates, requests] : checks) {
-      f.service.running = runs ? QStringList{launcherIdentifier} : QStringList();
-      QCOMPARE(f.manager.checkWasAutolaunchedWithHelperApp_AutoTerminateHelper(terminates), runs);
-      QCOMPARE(f.manager.wasAutolaunchedWithHelperApp(), runs);
-      QCOMPARE(f.notifications.posted.size(), requests);
+      desk.loginItems.running = runs ? QStringList{launcherIdentifier} : QStringList();
+      QCOMPARE(desk.startAtLogin.checkWasAutolaunchedWithHelperApp_AutoTerminateHelper(terminates), runs);
+      QCOMPARE(desk.startAtLogin.wasAutolaunchedWithHelperApp(), runs);
+      QCOMPARE(desk.distributed.posted.size(), requests);
     }
-    const FakeDistributedNotificationCenter::Posted request{text("TERMINATEHELPER"), mainIdentifier};
-    QCOMPARE(f.notifications.posted.front(), request);
+    const FakeDistributedNotificationCenter::Posted request{text("TERMINATEHELPER"), desk.bundleIdentifier};
+    QCOMPARE(desk.distributed.posted.front(), request);
   }
 
   void olderEntryIsFoundByLocationAndToggled() {
-    Fixture f;
-    f.service.sessionItems = {{text("1"), mainProgram}, {text("2"), text("/other")}, {text("3"), mainProgram}};
+    LoginDesk desk;
+    desk.loginItems.sessionItems = {{text("1"), desk.program}, {text("2"), text("/other")}, {text("3"), desk.program}};
     for (const char* reference : {"3", "1"}) {
-      QCOMPARE(f.manager.itemRefInLoginItems()->reference, text(reference));
-      f.manager.toggleLaunchAtLoginValue_WithoutHelperApp();
+      QCOMPARE(desk.startAtLogin.itemRefInLoginItems()->reference, text(reference));
+      desk.startAtLogin.toggleLaunchAtLoginValue_WithoutHelperApp();
     }
-    QVERIFY(!f.manager.isLaunchAtStartup());
-    f.manager.toggleLaunchAtLoginValue_WithoutHelperApp();
-    QVERIFY(f.manager.isLaunchAtStartup());
-    QCOMPARE(f.service.sessionItems.back().location, mainProgram);
-    QCOMPARE(f.service.appendedHidden, std::optional(false));
+    QVERIFY(!desk.startAtLogin.isLaunchAtStartup());
+    desk.startAtLogin.toggleLaunchAtLoginValue_WithoutHelperApp();
+    QVERIFY(desk.startAtLogin.isLaunchAtStartup());
+    QCOMPARE(desk.loginItems.sessionItems.back().location, desk.program);
+    QCOMPARE(desk.loginItems.appendedHidden, std::optional(false));
   }
 };
 

