@@ -1,14 +1,10 @@
 #include <fcntl.h>
-#include <sys/prctl.h>
 #include <sys/socket.h>
-#include <sys/wait.h>
 
-#include <QProcess>
 #include <QtTest>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
-#include <iostream>
 #include <random>
 
 #include "platform/fake/fake_clock.h"
@@ -56,15 +52,6 @@ struct Purge {
   const int worker = childProcesses().value(0).toInt();
   const double idle = resident();
 };
-
-/// Started with "--hold", this test holds a filled buffer until it is killed.
-int holdUntilKilled() {
-  auto worker = WorkerProcess::start(kWorker, 30s);
-  if (!worker || worker.value()->perform(Operation::Pin, 0, 8 * kMiB) != 0) return 1;
-  std::cout << worker.value()->processId() << std::endl;
-  for (;;)
-    ::pause();
-}
 
 /// Started with "--overfill", this test purges in a control group that is four fifths full, by a guard that sees no end
 /// of memory. The purges whose worker was lost; -1 when anybody else was.
@@ -214,20 +201,8 @@ class TestPurgeWorker : public QObject {
     }
   }
 
-  void theWorkerEndsWithItsParent() {
-    // Its parent's death makes this process the parent, so that the worker's end can be waited for.
-    ::prctl(PR_SET_CHILD_SUBREAPER, 1);
-    QProcess parent;
-    parent.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--hold")});
-    QVERIFY(parent.waitForReadyRead());
-    const int worker = parent.readLine().trimmed().toInt();
-    QVERIFY(worker > 0 && mebibytes(worker, "VmRSS:") >= 8);
-    parent.kill();
-    QVERIFY(parent.waitForFinished());
-    int status = 0;
-    QCOMPARE(::waitpid(worker, &status, 0), worker);
-    ::prctl(PR_SET_CHILD_SUBREAPER, 0);
-    // One whose parent is gone already does not start.
+  /// That a running one ends with it, the test of the real program shows.
+  void theWorkerDoesNotStartWhenItsParentHasGone() {
     test::BareWorker late(kWorker, 1);
     QVERIFY(!late.receive<Answer>());
     QCOMPARE(late.finish(), int(purge_worker::kChannelClosed));
@@ -295,7 +270,6 @@ class TestPurgeWorker : public QObject {
 };
 
 int main(int argc, char** argv) {
-  if (argc == 2 && std::strcmp(argv[1], "--hold") == 0) return holdUntilKilled();
   if (argc == 4 && std::strcmp(argv[1], "--overfill") == 0) return overfill(argv[2], std::atoi(argv[3]));
   QCoreApplication application(argc, argv);
   TestPurgeWorker test;

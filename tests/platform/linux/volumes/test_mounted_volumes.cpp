@@ -1,4 +1,3 @@
-#include <QStorageInfo>
 #include <QtTest>
 
 #include "platform/linux/volumes/linux_mounted_volumes.h"
