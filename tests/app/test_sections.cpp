@@ -11,10 +11,11 @@
 #include "platform/fake/fake_status_bar_item.h"
 #include "platform/ports/window_hints.h"
 #include "preferences/preferences_model.h"
+#include "preferences/stored_keys.h"
 #include "process_manager/processes_manager.h"
 #include "promo/promo_fixture.h"
-#include "promo/ui/fake_page_window.h"
 #include "promo/ui/rate_dialog_view.h"
+#include "promo/ui/rate_star_button.h"
 #include "support/texts.h"
 
 using namespace halvard;
@@ -67,19 +68,44 @@ struct DiskProgram : DiskUsageParts {
   std::optional<PanelWindow> panel;
 };
 
+/// Page windows that only remember; the test clicks and closes.
+struct FakePages {
+  struct Window : PageWindow {
+    explicit Window(FakePages& owner) : pages(owner) { pages.window = this; }
+    void load(const std::optional<QUrl>& page, QSize size) override { pages.loads.emplace_back(page, size); }
+    void show(const std::optional<QPoint>& where) override {
+      pages.corner = where;
+      ++pages.shows;
+      pages.isOpen = true;
+    }
+    void close() override {
+      if (std::exchange(pages.isOpen, false)) Q_EMIT closed();
+    }
+    FakePages& pages;
+  };
+
+  /// The latest of them; null while there is none.
+  QPointer<PageWindow> window;
+  std::vector<std::pair<std::optional<QUrl>, QSize>> loads;
+  std::optional<QPoint> corner;
+  int shows = 0;
+  bool isOpen = false;
+};
+
 struct PromoProgram : PromoFixture {
   FakeHttpBeacon beacon;
   FakeMountedVolumes volumes;
-  FakePageWindow::Record record;
-  FakePageWindow* window = nullptr;
+  FakePages pages;
 
   std::unique_ptr<Promotion> promotion() {
     const PromotionPlatform platform{workspace, fetcher, beacon, unpacker, volumes, support.path()};
     return std::make_unique<Promotion>(
         PromotionServices{platform, clock, defaults, notifications, userNotifications, branding},
-        [this](PageWindow::Look) { return std::make_unique<FakePageWindow>(record, window); });
+        [this](PageWindow::Look) { return std::make_unique<FakePages::Window>(pages); });
   }
 };
+
+const QUrl kWebPage(text("https://a.example/"));
 
 }  // namespace
 
@@ -142,9 +168,18 @@ class TestSections : public QObject {
     f.clock.advance(0ms);
     QVERIFY2(!promotion->hasPageOpen(), "not before the interface stands");
     promotion->start();
+    QVERIFY2(!promotion->hasPageOpen(), "after the current event");
     f.clock.advance(0ms);
-    QVERIFY(f.record.isOpen && promotion->hasPageOpen());
-    Q_EMIT f.window->linkActivated(QUrl(text("app://startusingapp")));
+    QVERIFY(f.pages.isOpen && promotion->hasPageOpen() && !f.pages.corner);
+    QCOMPARE(f.pages.loads.at(0).second, QSize(713, 356));
+    f.notifications.post(ShowcaseDialogWC::ShowcaseHtmlChangedNotificationName());
+    QCOMPARE(f.pages.loads.size(), 2U);
+    promotion->showOptimizationTools();
+    f.clock.advance(0ms);
+    QCOMPARE(f.pages.shows, 2);
+    Q_EMIT f.pages.window->linkActivated(kWebPage);
+    QCOMPARE(f.workspace.opened, QList<QUrl>{kWebPage});
+    Q_EMIT f.pages.window->linkActivated(QUrl(text("app://startusingapp")));
     QVERIFY(!promotion->hasPageOpen());
     QCOMPARE(mainWindow.size(), 1);
     QTRY_COMPARE(f.beacon.requests().size(), 1);
@@ -152,12 +187,10 @@ class TestSections : public QObject {
     promotion->toolOffered(SiblingApp::None);
     promotion->toolOffered(SiblingApp::DiskAnalyzer);
     QTRY_COMPARE(f.beacon.requests().size(), 2);
-    promotion->showOptimizationTools();
-    f.clock.advance(0ms);
-    QVERIFY(f.record.isOpen);
+    QVERIFY2(!f.beacon.requests().constLast().contains("Close"), "the first window was replaced, not closed");
   }
 
-  void theNewsOpenBesideTheSettingsButton() {
+  void theNewsOpenOnceBesideTheSettingsButtonAndGoWithTheFocus() {
     const QRect screen(100, 0, 1000, 800);
     const QSize news(382, 337);
     const int last = 1100 - 28 - 382;
@@ -165,39 +198,87 @@ class TestSections : public QObject {
     QCOMPARE(Promotion::newsPosition({last + 1, 40, 26, 24}, screen, news), QPoint(last + 27 - 382 - 30, 40 + 337));
     PromoProgram f;
     const auto promotion = f.promotion();
-    promotion->newsButtonPressed({200, 40, 26, 24}, screen);
+    const auto press = [&](int x) { promotion->newsButtonPressed({x, 40, 26, 24}, screen); };
+    press(200);
     QVERIFY(promotion->hasPageOpen() && !promotion->manager().isHasFreshNews());
-    QCOMPARE(f.record.corner, QPoint(226 - 15, 40 + 337 + 15));
-    promotion->hideNews();
-    f.clock.advance(100ms);
+    QCOMPARE(f.pages.corner, QPoint(226 - 15, 40 + 337 + 15));
+    QCOMPARE(f.pages.loads.at(0).second, news);
+    press(100);
+    QCOMPARE(f.pages.shows, 1);
+    f.notifications.post(NewsDialogWC::NewsHtmlChangedNotificationName());
+    QCOMPARE(f.pages.loads.size(), 2U);
+    Q_EMIT f.pages.window->linkActivated(kWebPage);
+    QCOMPARE(f.workspace.opened, QList<QUrl>{kWebPage});
+    QVERIFY2(f.pages.isOpen && f.pages.loads.size() == 2, "web links leave the window alone");
+    Q_EMIT f.pages.window->resignedKey();
+    QVERIFY(!f.pages.isOpen);
+    f.clock.advance(99ms);
+    press(200);
+    QVERIFY2(promotion->hasPageOpen() && !f.pages.isOpen, "the click that closed it does not open it");
+    f.clock.advance(1ms);
     QVERIFY(!promotion->hasPageOpen());
+    press(200);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    Q_EMIT f.pages.window->linkActivated(QUrl(text("app://close")));
+    QVERIFY(!f.pages.isOpen);
+    f.clock.advance(100ms);
+    press(200);
+    promotion->hideNews();
+    QVERIFY(!f.pages.isOpen);
+    f.notifications.post(NewsDialogWC::NewsHtmlChangedNotificationName());
+    QCOMPARE(f.pages.loads.size(), 4U);
   }
 
-  void theRateDialogComesOnlyWhereEveryStarLeadsSomewhere() {
-    for (const bool hasAddresses : {false, true}) {
+  void theRateDialogComesWhereEveryStarLeadsSomewhereAndEachLeadsThere() {
+    // 0: without addresses none does.
+    for (int star = 0; star <= RateDialogView::kStars; ++star) {
       PromoProgram f;
-      if (hasAddresses) f.giveAddresses();
+      if (star > 0) f.giveAddresses();
       const auto promotion = f.promotion();
+      RateDialgoWC& rate = promotion->rateDialog();
       f.defaults.setCleanedSize(524'288'000);
       for (const bool isTime : {false, true}) {
         promotion->showRateDialogAutomaticallyIfNeeded();
+        QVERIFY2(!rate.window(), "after the current event");
         f.clock.advance(0ms);
-        QCOMPARE(promotion->rateDialog().window() != nullptr, hasAddresses && isTime);
+        QCOMPARE(rate.window() && rate.window()->isVisible(), star > 0 && isTime);
         f.clock.advance(14 * 24h);
       }
+      QVERIFY(!f.defaults.isUserAlreadyСlickedOnStar());
+      if (star == 0) continue;
+      rate.view()->starButton(star).click();
+      QCOMPARE(f.workspace.opened.size(), 1);
+      QCOMPARE(f.workspace.opened.constFirst().scheme(), star < 4 ? text("mailto") : text("https"));
+      QVERIFY(f.defaults.isUserAlreadyСlickedOnStar() && !rate.window());
     }
   }
 
-  void aClickOnTheWarningAsksForTheDiskSection() {
+  void theWarningComesOnceAnIntervalInRotatingTextsAndLeadsToTheDiskSection() {
     PromoProgram f;
-    f.volumes.add(text("/data"), {64'000'000'000, 1});
+    f.store.setObject(stored_keys::testTimeBetweenRealDiskChecks, {59.9});
+    QCOMPARE(f.promotion()->manager().settings().TIME_BETWEEN_REAL_DISK_CHECKS, 59s);
+    f.store.removeObject(stored_keys::testTimeBetweenRealDiskChecks);
+    f.volumes.add(text("/data"), {64'000'000'000, 1'500'000'000});
     const auto promotion = f.promotion();
-    QSignalSpy diskUsage(promotion.get(), &Promotion::diskUsageRequested);
-    QVERIFY(f.userNotifications.delivered.empty());
+    const auto& delivered = f.userNotifications.delivered;
+    QVERIFY(delivered.empty());
     promotion->start();
-    QCOMPARE(f.userNotifications.delivered.size(), std::size_t{1});
-    f.userNotifications.click(0);
-    QCOMPARE(diskUsage.size(), 1);
+    f.clock.advance(432000s - 1s);
+    QCOMPARE(delivered.size(), 1U);
+    QVERIFY2(f.volumes.listings == 1, "no disk is looked at before its time");
+    f.clock.advance(24h * 10 + 1s);
+    QCOMPARE(delivered.size(), 4U);
+    QSet<QString> messages;
+    for (const UserNotification& notification : delivered) {
+      const QString& message = notification.informativeText;
+      messages << message;
+      QVERIFY2(message.contains(text("1.5 GB")) && message.contains(text("/data")), qPrintable(message));
+    }
+    QCOMPARE(messages.size(), FreeSpaceWarning::kTextCount);
+    QSignalSpy diskUsage(promotion.get(), &Promotion::diskUsageRequested);
+    for (std::size_t number = 0; number < delivered.size(); ++number)
+      f.userNotifications.click(number);
+    QCOMPARE(diskUsage.size(), 4);
   }
 };
 

@@ -9,6 +9,7 @@
 #include "files_searcher/walk_metadata_queries.h"
 #include "platform/linux/files/linux_application_catalog.h"
 #include "support/captured_output.h"
+#include "support/test_folder.h"
 #include "support/texts.h"
 #include "support/zip_builder.h"
 
@@ -45,17 +46,6 @@ class TestScanParts : public QObject {
     QVERIFY(isParentPathForPath("/a/b", "/a/b/"));
     for (const char* other : {"/a/bc", "/a/b", "/a"})
       QVERIFY2(!isParentPathForPath("/a/b", other), other);
-    QCOMPARE(numberOccurencesSubstring("/A.app/B.app", ".app"), 2u);
-    QCOMPARE(numberOccurencesSubstring("aaa", "aa"), 1u);
-    QCOMPARE(numberOccurencesSubstring("aa", ""), 0u);
-  }
-
-  void systemApplicationsAreKnownInAnyCase() {
-    const BundleExcludeList list;
-    for (const char* known : {"COM.APPLE.SAFARI", "org.gnome.nautilus"})
-      QVERIFY2(list.isSystemBundleID(text(known)), known);
-    QVERIFY(list.isSystemBundleID(std::nullopt) && !list.isSystemBundleID(QString()));
-    QVERIFY(!list.isSystemBundleID(text("org.gimp.GIMP")));
   }
 
   void duplicatesShareExtensionAndSize() {
@@ -110,18 +100,15 @@ class TestScanParts : public QObject {
 
   void shippedToolsAreUnpackedOnce() {
     if (QStandardPaths::findExecutable(text("unzip")).isEmpty()) QSKIP("unzip is not installed");
-    DiskTree tree;
+    const TestFolder folder, resources;
     const LinuxApplicationCatalog catalog;
-    const QString resources = QFile::decodeName(tree.addFolder("resources"));
-    const QString support = QFile::decodeName(tree.path()) + text("/it's \"my\" $HOME");
-    const CopyApplicationsTask task(resources, support, catalog);
+    const QString support = folder.path("it's \"my\" $HOME");
+    const CopyApplicationsTask task(resources.path(), support, catalog);
     task.copyApplications();
     QVERIFY(!QFile::exists(support));
     QVERIFY(!task.findAppPathForBundleIDs({text("org.x.Tool")}));
 
-    tree.addFolder("resources/Applications");
-    QVERIFY(writeFile(resources + text("/Applications/Tool.zip"),
-                      zipArchive({{.name = "Tool.app/org.x.Tool.desktop", .content = "tool"}})));
+    resources.write("Applications/Tool.zip", zipArchive({{"Tool.app/org.x.Tool.desktop", "tool"}}));
     task.copyApplications();
     const QString unpacked = support + text("/Applications/Tool.app");
     const QString entry = unpacked + text("/org.x.Tool.desktop");
@@ -133,7 +120,7 @@ class TestScanParts : public QObject {
     QVERIFY(QFile::remove(entry));
     task.copyApplications();
     QVERIFY(QDir(unpacked).isEmpty());
-    CopyApplicationsTask(resources, std::nullopt, catalog).copyApplications();
+    CopyApplicationsTask(resources.path(), std::nullopt, catalog).copyApplications();
   }
 
   void wrongWordsAreOneLineAndTwo() {
@@ -147,15 +134,21 @@ class TestScanParts : public QObject {
     QVERIFY2(line.run({"status"}) == -1 && line.errors.isEmpty(), "not its own");
   }
 
-  void sizeIsAllocatedBytes() {
+  void sizeIsAllocatedBytesAndOnlyTheRootDsStoreIsIgnored() {
     Line line;
     const QByteArray downloads = line.tree.at("Downloads");
-    line.tree.addFile("Downloads/.DS_Store", 5000);
-    const QByteArray film = line.tree.addFile("Downloads/\xff film", 50000);
-    QCOMPARE(line.run({"size", downloads}), 0);
-    QCOMPARE(line.output, QByteArray::number(sizeByDu(downloads)) + '\n');
+    const ByteCount own = line.reader.attributes(line.tree.addFile("Downloads/.DS_Store", 5000))->allocatedSize;
     QCOMPARE(line.run({"size", downloads, "--ignore-root-ds-store"}), 0);
-    QCOMPARE(line.output, QByteArray::number(line.reader.attributes(film)->allocatedSize) + '\n');
+    QCOMPARE(line.output, QByteArray("0\n"));
+    for (const char* folder : {"below", "other", "other/.DS_Store"})
+      line.tree.addFolder(QByteArray("Downloads/") + folder);
+    for (const char* file : {"\xff film", "below/.DS_Store", "other/.DS_Store/file"})
+      line.tree.addFile(QByteArray("Downloads/") + file, 50000);
+    const ByteCount all = sizeByDu(downloads);
+    QCOMPARE(line.run({"size", downloads}), 0);
+    QCOMPARE(line.output, QByteArray::number(all) + '\n');
+    QCOMPARE(line.run({"size", downloads, "--ignore-root-ds-store"}), 0);
+    QCOMPARE(line.output, QByteArray::number(all - own) + '\n');
     QCOMPARE(line.run({"size", line.tree.at("missing")}), 1);
     QVERIFY(line.output.isEmpty() && line.errors.contains("missing"));
   }

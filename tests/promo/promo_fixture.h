@@ -1,7 +1,5 @@
 #pragma once
 
-#include <QTemporaryDir>
-
 #include "core/notification_center.h"
 #include "platform/fake/fake_clock.h"
 #include "platform/fake/fake_defaults_store.h"
@@ -10,6 +8,7 @@
 #include "platform/fake/fake_workspace.h"
 #include "platform/ports/zip_unpacker.h"
 #include "promo/promo_manager.h"
+#include "support/test_folder.h"
 #include "support/texts.h"
 
 namespace halvard {
@@ -31,7 +30,7 @@ struct PromoFixture {
   FakeUserNotificationCenter userNotifications;
   NotificationCenter notifications;
   Branding branding;
-  QTemporaryDir support;
+  TestFolder support;
 
   void giveAddresses() {
     branding.storePage = QUrl(text("https://store.example/halvard"));

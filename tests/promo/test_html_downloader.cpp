@@ -1,5 +1,3 @@
-#include <QProcess>
-#include <QStandardPaths>
 #include <QtTest>
 
 #include "news_page.h"
@@ -26,7 +24,7 @@ struct HangingFetcher : FakeHttpFetcher {
 /// A user's machine and what the maker publishes.
 struct Fixture : PromoFixture {
   MinizipUnpacker minizip;
-  QTemporaryDir resources;
+  TestFolder resources;
   QObject observer;
   int changes = 0;
   HTMLDownloaderInitData data = newsPage();
@@ -35,7 +33,7 @@ struct Fixture : PromoFixture {
     notifications.addObserver(kNewsChanged, &observer, [this](const QVariant&) { ++changes; });
     data.embedded_folder = resources.path();
     data.embedded_file_name = data.file_name_to_load;
-    writeFile(resources.filePath(data.embedded_file_name), "embedded");
+    resources.write(data.embedded_file_name, "embedded");
   }
 
   void announce(int version) { publish(fetcher, version, "<width>500</width><height>400</height>"); }
@@ -54,7 +52,7 @@ struct Fixture : PromoFixture {
 
   /// What lies in the folder of the pages, or below it.
   QString folders(const QString& below = {}) const {
-    const QDir place(support.filePath(text("Halvard")) + below);
+    const QDir place(support.path("Halvard") + below);
     return place.entryList(QDir::AllEntries | QDir::NoDotAndDotDot, QDir::Name).join(u' ');
   }
 };
@@ -93,21 +91,23 @@ class TestHtmlDownloader : public QObject {
     QCOMPARE(f.changes, 2);
     QCOMPARE(f.folders(), text("News2_v4"));
     QCOMPARE(f.folders(text("/News2_v4")), text("a.css img news.html"));
+    f.data.embedded_version = 5;
+    QVERIFY2(shownBy(*f.start()) == "embedded", "a newer one has come with the program");
   }
 
   void aLeftoverFolderIsAvoidedAndThenRemoved() {
     Fixture f;
-    const QDir place(f.support.filePath(text("Halvard")));
+    const QDir place(f.support.path("Halvard"));
     for (const char* name : {"News2_v2", "News2_v2_1", "News2_v1", "News2_v", "News2_vx", "Showcase_v2", "Documents"})
       place.mkpath(text(name));
-    QVERIFY(writeFile(place.filePath(text("News2_v2/news.html")), "leftover"));
+    f.support.write("Halvard/News2_v2/news.html", "leftover");
     QVERIFY(QFile::link(f.resources.path(), place.filePath(text("News2_v7"))));
     f.announce(2);
     const auto downloader = f.start();
     QCOMPARE(downloader->getHtmlURL()->toLocalFile(), place.filePath(text("News2_v2_1/news.html")));
     QCOMPARE(shownBy(*downloader), QByteArray("page 2"));
     QCOMPARE(f.folders(), text("Documents News2_v News2_v2_1 News2_v7 News2_vx Showcase_v2"));
-    QVERIFY2(QFile::exists(f.resources.filePath(text("news.html"))), "links are not followed");
+    QVERIFY2(QFile::exists(f.resources.path("news.html")), "links are not followed");
   }
 
   void theInstalledPageSurvivesEveryFailure() {
@@ -160,7 +160,7 @@ class TestHtmlDownloader : public QObject {
     QCOMPARE(f.fetcher.requests().size(), 2);
     QCOMPARE(f.startWhenDue()->getVersion(), 3);
     QVERIFY2(f.fetcher.requests().size() == 3, "the feed alone: its version is not newer");
-    QVERIFY(QFile::remove(f.resources.filePath(text("news.html"))));
+    QVERIFY(QFile::remove(f.resources.path("news.html")));
     QVERIFY2(shownBy(*f.start()) == "page 3", "without any page the feed is read at once, and its version taken");
     QCOMPARE(f.folders(), text("News2_v3_1"));
   }

@@ -1,6 +1,3 @@
-#include <QProcess>
-#include <QTemporaryDir>
-#include <QTextStream>
 #include <QtTest>
 #include <atomic>
 #include <csignal>

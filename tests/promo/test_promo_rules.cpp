@@ -1,12 +1,11 @@
-#include <QSignalSpy>
 #include <QtTest>
 
 #include "news_page.h"
 #include "platform/fake/fake_mounted_volumes.h"
 #include "preferences/stored_keys.h"
 #include "promo/feed_document.h"
-#include "promo/free_space_warning.h"
 #include "promo/page_links.h"
+#include "promo/promo_free_space_checker.h"
 #include "promo/promo_xml.h"
 #include "promo/showcase_schedule.h"
 #include "promo_fixture.h"
@@ -81,10 +80,10 @@ class TestPromoRules : public QObject {
     const auto manager = f.manager();
     const LocalItems& items = manager->localItems();
     const QString item = text("pages/news/news.html");
-    const QString local = f.support.path() + text("/Halvard/") + item;
+    const QString local = f.support.path(text("Halvard/") + item);
     QCOMPARE(items.getLocalPathOfItem(item, true), text(":/halvard/") + item);
     QCOMPARE(items.getLocalPathOfItem(item, false), local);
-    QVERIFY(LocalItems::saveLocalyData("in the way", f.support.path() + text("/Halvard/pages/news")));
+    QVERIFY(LocalItems::saveLocalyData("in the way", f.support.path("Halvard/pages/news")));
     QVERIFY(LocalItems::saveLocalyData("two", local));
     const QUrl url(text("https://a.example/x"));
     QCOMPARE(items.loadDataFromURL(url, item, f.fetcher).data, QByteArray("two"));
@@ -195,33 +194,6 @@ class TestPromoRules : public QObject {
     QVERIFY2(!isFull(), "without a text the file system's own figure counts");
     volumes.mounted.reset();
     QVERIFY(!isFull());
-  }
-
-  void theWarningComesOnceAnIntervalInRotatingTexts() {
-    Fixture f;
-    f.store.setObject(stored_keys::testTimeBetweenRealDiskChecks, {59.9});
-    QCOMPARE(PromoSettings::LoadHalvardData(f.branding, f.store).TIME_BETWEEN_REAL_DISK_CHECKS, 59s);
-    f.store.removeObject(stored_keys::testTimeBetweenRealDiskChecks);
-    const auto interval = PromoSettings::LoadHalvardData(f.branding, f.store).TIME_BETWEEN_REAL_DISK_CHECKS;
-    FakeMountedVolumes volumes;
-    volumes.add(text("/data"), {64'000'000'000, 1'500'000'000});
-    PromoFreeSpaceChecker checker(volumes, f.defaults, f.clock, interval);
-    FreeSpaceWarning warning(checker, f.defaults, f.userNotifications, f.clock);
-    warning.start();
-    QCOMPARE(checker.getTimeToWaitBeforeShowLackOfMemoryWarning(), 432000.0f);
-    f.clock.advance(432000s - 1s);
-    QCOMPARE(f.userNotifications.delivered.size(), std::size_t{1});
-    QVERIFY2(volumes.listings == 1, "no disk is looked at before its time");
-    f.clock.advance(24h * 10 + 1s);
-    QCOMPARE(f.userNotifications.delivered.size(), std::size_t{4});
-    QSet<QString> texts;
-    for (const UserNotification& notification : f.userNotifications.delivered) {
-      const QString& text = notification.informativeText;
-      texts << text;
-      QVERIFY2(text.contains(QLatin1String("1.5 GB")) && text.contains(QLatin1String("/data")), qPrintable(text));
-      QVERIFY(notification.userInfo.value(promo_notifications::kNeedOpenDiskUsage).toBool());
-    }
-    QCOMPARE(texts.size(), FreeSpaceWarning::kTextCount);
   }
 };
 

@@ -43,10 +43,4 @@ inline QByteArray markedEncrypted(QByteArray archive) {
   return archive;
 }
 
-/// Writes `content` to a new file at `path`; false when that fails.
-inline bool writeFile(const QString& path, const QByteArray& content) {
-  QFile file(path);
-  return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
-}
-
 }  // namespace halvard

@@ -1,4 +1,3 @@
-#include <QSignalSpy>
 #include <QWebEngineView>
 #include <QtTest>
 #include <csignal>
@@ -62,6 +61,12 @@ QByteArray pageWithLink(const QByteArray& address, const QByteArray& more = {}) 
 class TestPageViewer : public QObject {
   Q_OBJECT
 
+ public:
+  static void initMain() {
+    // The engine's own sandbox does not work for root.
+    if (geteuid() == 0) qputenv("QTWEBENGINE_DISABLE_SANDBOX", "1");
+  }
+
  private:
   TestWebServer m_server;
   const TestFolder m_outer;
@@ -122,11 +127,5 @@ class TestPageViewer : public QObject {
   }
 };
 
-int main(int argc, char** argv) {
-  // The engine's own sandbox does not work for root.
-  if (geteuid() == 0) qputenv("QTWEBENGINE_DISABLE_SANDBOX", "1");
-  QApplication application(argc, argv);
-  TestPageViewer test;
-  return QTest::qExec(&test, argc, argv);
-}
+QTEST_MAIN(TestPageViewer)
 #include "test_page_viewer.moc"

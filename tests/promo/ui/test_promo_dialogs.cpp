@@ -1,97 +1,21 @@
-#include <QSignalSpy>
 #include <QtTest>
 
-#include "fake_page_window.h"
-#include "promo/promo_fixture.h"
-#include "promo/ui/news_dialog_wc.h"
+#include "platform/fake/fake_clock.h"
+#include "promo/application_facts.h"
 #include "promo/ui/page_frame.h"
 #include "promo/ui/page_text_view.h"
 #include "promo/ui/rate_dialog_view.h"
-#include "promo/ui/rate_dialog_wc.h"
 #include "promo/ui/rate_star_button.h"
-#include "promo/ui/showcase_dialog_wc.h"
 #include "support/test_folder.h"
+#include "support/texts.h"
 
 using namespace halvard;
 using namespace std::chrono_literals;
-
-namespace {
-
-struct Fixture : PromoFixture {
-  FakePageWindow::Record record;
-  FakePageWindow* window = nullptr;
-  std::unique_ptr<PromoManager> promo;
-
-  Fixture() {
-    giveAddresses();
-    promo = manager();
-  }
-  PageWindow::Make maker() {
-    return [this](PageWindow::Look) { return std::make_unique<FakePageWindow>(record, window); };
-  }
-};
-
-const QUrl kWebPage(text("https://a.example/"));
-
-}  // namespace
 
 class TestPromoDialogs : public QObject {
   Q_OBJECT
 
  private Q_SLOTS:
-  void theNewsOpenOnceAndGoWithTheFocus() {
-    Fixture f;
-    NewsDialogWC news(*f.promo, f.workspace, f.notifications, f.clock, f.maker());
-    news.showAtPosition({100, 50});
-    QVERIFY(news.visible() && !f.promo->isHasFreshNews());
-    QCOMPARE(f.record.corner, QPoint(85, 65));
-    QCOMPARE(f.record.loads.at(0).second, QSize(382, 337));
-    news.showAtPosition({1, 1});
-    QCOMPARE(f.record.shows, 1);
-    f.notifications.post(NewsDialogWC::NewsHtmlChangedNotificationName());
-    QCOMPARE(f.record.loads.size(), std::size_t{2});
-    Q_EMIT f.window->linkActivated(kWebPage);
-    Q_EMIT f.window->linkActivated(QUrl(text("app://startusingapp")));
-    QCOMPARE(f.workspace.opened, QList<QUrl>{kWebPage});
-    QVERIFY2(f.record.isOpen && f.record.loads.size() == 2, "web links leave the window alone");
-    Q_EMIT f.window->resignedKey();
-    QVERIFY(!f.record.isOpen);
-    f.clock.advance(99ms);
-    news.showAtPosition({100, 50});
-    QVERIFY2(news.visible() && !f.record.isOpen, "the click that closed it does not open it");
-    f.clock.advance(1ms);
-    QVERIFY(!news.visible());
-    news.showAtPosition({100, 50});
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    Q_EMIT f.window->linkActivated(QUrl(text("app://close")));
-    QVERIFY(!f.record.isOpen);
-    f.notifications.post(NewsDialogWC::NewsHtmlChangedNotificationName());
-    QCOMPARE(f.record.loads.size(), std::size_t{3});
-  }
-
-  void theShowcaseOpensReloadsAndLeadsToTheMainWindow() {
-    Fixture f;
-    ShowcaseDialogWC showcase(*f.promo, f.workspace, f.notifications, f.clock, f.maker());
-    QSignalSpy mainWindow(&showcase, &ShowcaseDialogWC::mainWindowRequested);
-    QSignalSpy closed(&showcase, &ShowcaseDialogWC::closed);
-    showcase.pleaseShowWindow();
-    QVERIFY2(!showcase.isOpen(), "after the current event");
-    f.clock.advance(0ms);
-    QCOMPARE(f.record.loads.at(0).second, QSize(713, 356));
-    QVERIFY(!f.record.corner);
-    f.notifications.post(ShowcaseDialogWC::ShowcaseHtmlChangedNotificationName());
-    QCOMPARE(f.record.loads.size(), std::size_t{2});
-    showcase.pleaseShowWindowSafe();
-    QCOMPARE(f.record.shows, 2);
-    QVERIFY2(closed.isEmpty(), "replaced, not closed");
-    Q_EMIT f.window->linkActivated(kWebPage);
-    QCOMPARE(f.workspace.opened, QList<QUrl>{kWebPage});
-    Q_EMIT f.window->linkActivated(QUrl(text("app://startusingapp")));
-    QVERIFY(!showcase.isOpen());
-    QCOMPARE(mainWindow.size(), 1);
-    QCOMPARE(closed.size(), 1);
-  }
-
   void starsFollowThePointer() {
     FakeClock clock;
     RateDialogView view({}, 0, clock);
@@ -106,23 +30,6 @@ class TestPromoDialogs : public QObject {
     Q_EMIT view.starButton(4).mouseExited();
     clock.advance(0ms);
     QVERIFY(!view.starButton(1).isGold());
-  }
-
-  void aStarLeadsToTheStoreOrToAMail() {
-    for (int star = 1; star <= RateDialogView::kStars; ++star) {
-      Fixture f;
-      RateDialgoWC rate(*f.promo, f.defaults, f.clock);
-      rate.pleaseShowWindow();
-      QVERIFY(!rate.window());
-      f.clock.advance(0ms);
-      QVERIFY(rate.window() && rate.window()->isVisible());
-      QVERIFY(!f.defaults.isUserAlreadyСlickedOnStar());
-      rate.view()->starButton(star).click();
-      QCOMPARE(f.workspace.opened.size(), 1);
-      QCOMPARE(f.workspace.opened.constFirst().scheme(), star < 4 ? text("mailto") : text("https"));
-      QVERIFY(f.defaults.isUserAlreadyСlickedOnStar());
-      QVERIFY(!rate.window());
-    }
   }
 
   void thePageFrameStaysOnTheScreenAndKeepsItsCentre() {

@@ -1,5 +1,3 @@
-#include <QProcess>
-#include <QSignalSpy>
 #include <QtTest>
 #include <csignal>
 
@@ -25,6 +23,12 @@ QByteArray startedProcesses() {
 
 class TestViewerProcess : public QObject {
   Q_OBJECT
+
+ public:
+  static void initMain() {
+    // The engine's own sandbox does not work for root.
+    if (geteuid() == 0) qputenv("QTWEBENGINE_DISABLE_SANDBOX", "1");
+  }
 
  private:
   const TestFolder m_folder;
@@ -80,11 +84,5 @@ class TestViewerProcess : public QObject {
   }
 };
 
-int main(int argc, char** argv) {
-  // The engine's own sandbox does not work for root.
-  if (geteuid() == 0) qputenv("QTWEBENGINE_DISABLE_SANDBOX", "1");
-  QApplication application(argc, argv);
-  TestViewerProcess test;
-  return QTest::qExec(&test, argc, argv);
-}
+QTEST_MAIN(TestViewerProcess)
 #include "test_viewer_process.moc"
