@@ -26,8 +26,6 @@ class TestBranding : public QObject {
       for (const Tool& tool : sibling.alternatives)
         QVERIFY(!tool.name.isEmpty() && !tool.identifiers.isEmpty() && !tool.appStreamId.isEmpty());
     }
-    const Tool& cleaner = branding.siblings.at(SiblingApp::JunkCleaner).alternatives.front();
-    QCOMPARE(cleaner.identifiers, texts({"org.bleachbit.BleachBit", "bleachbit"}));
   }
 
   void theFirstDirectoryThatHasAValueWins() {

@@ -167,7 +167,7 @@ class TestSearchers : public QObject {
       disk.tree.addFile(QByteArray(bundle) + "/AppRun", 10000);
     }
     const QByteArray system = disk.tree.at("opt/System.app");
-    disk.catalog.identifiers = {{system, text("com.apple.safari")}, {"/u/NoId.app", std::nullopt}};
+    disk.catalog.identifiers = {{system, text("COM.APPLE.SAFARI")}, {"/u/NoId.app", std::nullopt}};
     disk.start();
     for (int warning = 0; warning < 2; ++warning)
       QTest::ignoreMessage(QtWarningMsg, "Returned size is impossibly small.");

@@ -96,22 +96,6 @@ class TestSizeCalculation : public QObject {
       QCOMPARE(sizeOf(path), ByteCount(0));
   }
 
-  void onlyTheRootDsStoreIsIgnored() {
-    DiskTree tree;
-    const LinuxFolderReader reader;
-    const SizeCalculation sizes(reader);
-    const ByteCount own = reader.attributes(tree.addFile(".DS_Store", 6000))->allocatedSize;
-    QCOMPARE(sizes.sizeIgnoreRootDSStoreForFolderAtPath(tree.path()), ByteCount(0));
-    QCOMPARE(sizes.fastSizeOfFolderAtPath(tree.path()), own);
-    for (const char* folder : {"below", "other", "other/.DS_Store"})
-      tree.addFolder(folder);
-    tree.addFile("below/.DS_Store", 6000);
-    tree.addFile("other/.DS_Store/file", 6000);
-    QCOMPARE(sizes.fastFolderSizeOfItemWithPath(tree.path(), true), 2 * own);
-    QCOMPARE(sizes.fastFolderSizeOfItemWithPath(tree.path(), false), 3 * own);
-    QCOMPARE(sizes.fastFolderSizeOfItemWithPath(tree.at("other"), true), own);
-  }
-
   void unreadableFolderIsSkipped() {
     DiskTree tree;
     const QByteArray closed = tree.addFolder("closed");

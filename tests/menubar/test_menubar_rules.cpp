@@ -119,32 +119,26 @@ class TestMenubarRules : public QObject {
   }
 
   void panelOpensOnTheFreeSideOfTheItem() {
-    const QRect underTopBar(0, 28, 1280, 772);
-    const std::tuple<QRect, QRect, QPoint, TriangleEdge, int> places[] = {
-        {{600, 2, 24, 24}, underTopBar, {487, 31}, TriangleEdge::Top, 125},
-        {{600, 774, 24, 24}, {0, 0, 1280, 772}, {487, 549}, TriangleEdge::Bottom, 125},
-        {{1250, 2, 24, 24}, underTopBar, {1030, 31}, TriangleEdge::Top, 232},
-        {{0, 2, 24, 24}, underTopBar, {0, 31}, TriangleEdge::Top, 16},
+    const QSize panel(250, 220), offer(320, 164);
+    const QRect screen(0, 0, 1280, 800), underTopBar(0, 28, 1280, 772);
+    const std::tuple<QRect, QRect, QPoint, TriangleEdge, int, QSize> places[] = {
+        {{600, 2, 24, 24}, underTopBar, {487, 31}, TriangleEdge::Top, 125, panel},
+        {{600, 774, 24, 24}, {0, 0, 1280, 772}, {487, 549}, TriangleEdge::Bottom, 125, panel},
+        {{1250, 2, 24, 24}, underTopBar, {1030, 31}, TriangleEdge::Top, 232, panel},
+        {{0, 2, 24, 24}, underTopBar, {0, 31}, TriangleEdge::Top, 16, panel},
         // A second screen to the right, and one narrower than the panel.
-        {{2000, 1002, 24, 24}, {1280, 1000, 1024, 768}, {1887, 1031}, TriangleEdge::Top, 125},
-        {{50, 2, 24, 24}, {0, 28, 200, 772}, {0, 31}, TriangleEdge::Top, 62},
+        {{2000, 1002, 24, 24}, {1280, 1000, 1024, 768}, {1887, 1031}, TriangleEdge::Top, 125, panel},
+        {{50, 2, 24, 24}, {0, 28, 200, 772}, {0, 31}, TriangleEdge::Top, 62, panel},
+        // An offer below the open panel, or above it.
+        {panel_placement::middleOf({900, 31, 250, 220}), screen, {865, 256}, TriangleEdge::Top, 160, offer},
+        {panel_placement::middleOf({900, 549, 250, 220}), screen, {865, 380}, TriangleEdge::Bottom, 160, offer},
     };
-    for (const auto& [item, available, topLeft, edge, apex] : places) {
-      const auto placement = panel_placement::besideItem(item, QSize(250, 220), available);
+    for (const auto& [item, available, topLeft, edge, apex, size] : places) {
+      const auto placement = panel_placement::besideItem(item, size, available);
       QCOMPARE(placement.topLeft, topLeft);
       QCOMPARE(placement.edge, edge);
       QCOMPARE(placement.apex, apex);
     }
-  }
-
-  void anOfferStandsBelowTheOpenPanelOrAboveIt() {
-    const QRect screen(0, 0, 1280, 800);
-    const auto below = panel_placement::besideItem(panel_placement::middleOf({900, 31, 250, 220}), {320, 164}, screen);
-    QCOMPARE(below.topLeft, QPoint(865, 256));
-    QVERIFY(below.edge == TriangleEdge::Top && below.apex == 160);
-    const auto above = panel_placement::besideItem(panel_placement::middleOf({900, 549, 250, 220}), {320, 164}, screen);
-    QCOMPARE(above.topLeft, QPoint(865, 549 - 5 - 164));
-    QVERIFY(above.edge == TriangleEdge::Bottom);
   }
 
   void savedPlaceIsPulledBackOntoTheScreen() {

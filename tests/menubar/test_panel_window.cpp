@@ -298,14 +298,6 @@ class TestPanelWindow : public QObject {
     QVERIFY(!first->isVisible() && !second->isVisible());
   }
 
-  void losingTheFocusClosesOnlyAnAttachedPanel() {
-    Panel panel;
-    panel.window.bringToFront();
-    panel.window.showTriangle(false);
-    loseFocus(panel);
-    QVERIFY(panel.window.isVisible());
-  }
-
   void percentageIsColouredAboveTheThreshold() {
     const QColor calm(0, 75, 94);
     const std::tuple<double, const char*, QColor> figures[] = {

@@ -24,17 +24,6 @@ struct Fixture {
   std::optional<StoredValue> stored(const char* name) const { return store.objectForKey(text(name)); }
 };
 
-DownloadedHTMLData newsPage() {
-  DownloadedHTMLData data;
-  ShowcaseDefaults::initNewsDownloaderData(data);
-  data.seconds_between_update = 3600;
-  data.embedded_version = 4;
-  data.embedded_width = 382;
-  data.embedded_height = 337;
-  data.file_name_to_load = text("index.html");
-  return data;
-}
-
 }  // namespace
 
 class TestShowcaseDefaults : public QObject {
@@ -66,6 +55,9 @@ class TestShowcaseDefaults : public QObject {
   void everySaverWritesTheKindAndSynchronises() {
     using Save = std::function<void(ShowcaseDefaults&)>;
     const auto at = [](std::chrono::seconds delay) { return Fixture().dateIn(delay); };
+    DownloadedHTMLData news;
+    ShowcaseDefaults::initNewsDownloaderData(news);
+    news.seconds_between_update = 3600;
     const std::tuple<const char*, Save, StoredValue> savers[] = {
         {"main_window:state:lock", [](auto& d) { d.saveWindowLockedState(false); }, {false}},
         {"main_window:state:detailed", [](auto& d) { d.saveWindowDetailedState(false); }, {false}},
@@ -76,8 +68,7 @@ class TestShowcaseDefaults : public QObject {
         {"PROMO_MANAGER:notifications_next_update_date",
          [](auto& d) { d.notifyPromoManagerDataThatNotificationsWasUpdated(86400s); }, at(24h)},
         {"PROMO_MANAGER:LackOfSpaceWarningDate", [](auto& d) { d.setNowAsLastLackOfSpaceWarningDate(); }, at(0s)},
-        {"PROMO_MANAGER:news:next_update_date", [](auto& d) { d.notifyThatHTMLWasDownloadedUsingData(newsPage()); },
-         at(1h)},
+        {"PROMO_MANAGER:news:next_update_date", [&](auto& d) { d.notifyThatHTMLWasDownloadedUsingData(news); }, at(1h)},
         {"RATE_DIALOG_DATA:next_show_date",
          [](auto& d) { d.notifyRateDialogDataThatRateDialogShowedAutomatically(false); }, at(30 * 24h)},
         {"RATE_DIALOG_DATA:count_of_auto_show",
@@ -112,24 +103,6 @@ class TestShowcaseDefaults : public QObject {
     QVERIFY(!isDueAt({QDateTime(QDate(9999, 1, 1), QTime(), Qt::UTC)}));
     QVERIFY(isDueAt({QDateTime(QDate(-4000, 1, 1), QTime(), Qt::UTC)}));
     QVERIFY(isDueAt({text("tomorrow")}) && !f.defaults.isShowcaseShowedBefore());
-  }
-
-  void pageFallsBackToTheEmbeddedOneUnlessNewer() {
-    Fixture f;
-    const DownloadedHTMLData page = newsPage();
-    ShowcaseDefaults& defaults = f.defaults;
-    QVERIFY(!defaults.isNeedLoadFromServerNewHTMLWithVersion(4, page));
-    QVERIFY(!defaults.saveNewHTMLFolder(text("/a"), 3, 500, 400.7, page));
-    QCOMPARE(defaults.getDownloadedHTMLVersionUsingData(page), 4);
-    QVERIFY(!defaults.getDownloadedHTMLFolderPathUsingData(page) && !defaults.getDownloadedHTMLFilePathUsingData(page));
-    QCOMPARE(defaults.getDownloadedHTMLWindowWidthUsingData(page), 382);
-
-    QCOMPARE(defaults.saveNewHTMLFolder(text("/b"), 6, 500, 400.7, page), text("/a"));
-    QVERIFY(!defaults.saveNewHTMLFolder(text("/b"), 6, 500, 400.7, page));
-    QCOMPARE(defaults.getDownloadedHTMLFilePathUsingData(page), text("/b/index.html"));
-    QCOMPARE(defaults.getDownloadedHTMLWindowHeightUsingData(page), 400);
-    f.store.removeObject(page.prefs_window_height_key);
-    QCOMPARE(defaults.getDownloadedHTMLWindowHeightUsingData(page), 337);
   }
 
   void eachPageHasItsOwnSixKeys() {

@@ -1,4 +1,3 @@
-#include <QThread>
 #include <QtTest>
 #include <cerrno>
 #include <latch>
