@@ -153,16 +153,19 @@ class TestHtmlDownloader : public QObject {
   }
 
   void aDeletedPageFallsBackToTheEmbeddedOne() {
-    Fixture f;
-    f.announce(3);
-    QVERIFY(QFile::remove(f.start()->getHtmlURL()->toLocalFile()));
-    QCOMPARE(shownBy(*f.start()), QByteArray("embedded"));
-    QCOMPARE(f.fetcher.requests().size(), 2);
-    QCOMPARE(f.startWhenDue()->getVersion(), 3);
-    QVERIFY2(f.fetcher.requests().size() == 3, "the feed alone: its version is not newer");
-    QVERIFY(QFile::remove(f.resources.path("news.html")));
-    QVERIFY2(shownBy(*f.start()) == "page 3", "without any page the feed is read at once, and its version taken");
-    QCOMPARE(f.folders(), text("News2_v3_1"));
+    for (const bool withItsFolder : {false, true}) {
+      Fixture f;
+      f.announce(3);
+      const QFileInfo page(f.start()->getHtmlURL()->toLocalFile());
+      QVERIFY(withItsFolder ? page.dir().removeRecursively() : QFile::remove(page.filePath()));
+      QCOMPARE(shownBy(*f.start()), QByteArray("embedded"));
+      QCOMPARE(f.fetcher.requests().size(), 2);
+      QCOMPARE(f.startWhenDue()->getVersion(), 3);
+      QVERIFY2(f.fetcher.requests().size() == 3, "the feed alone: its version is not newer");
+      QVERIFY(QFile::remove(f.resources.path("news.html")));
+      QVERIFY2(shownBy(*f.start()) == "page 3", "without any page the feed is read at once, and its version taken");
+      QCOMPARE(f.folders(), withItsFolder ? text("News2_v3") : text("News2_v3_1"));
+    }
   }
 
   void withoutAFeedOrReadyDataNothingIsAskedFor() {

@@ -143,18 +143,16 @@ class TestPromoRules : public QObject {
 
   void theShowcaseShowsItselfOncePerVersionAndAtMostOnceAWeek() {
     Fixture f;
-    HTMLDownloaderInitData data = newsPage();
-    data.xml_url = QUrl();
     // When a start is, of which version, how long it lasts, and whether it shows the page.
     const std::tuple<std::chrono::hours, std::int64_t, std::chrono::seconds, bool> starts[] = {
         {0h, 0, 0s, true},      {0h, 0, 400s, false}, {0h, 2, 400s, false},
         {168h, 2, 299s, false}, {0h, 2, 300s, true},  {500h, 2, 400s, false}};
     for (const auto& [after, version, length, shows] : starts) {
       f.clock.advance(after);
-      if (version > 0) f.store.setObject(data.prefs_version_key, {version});
-      HTMLDownloader downloader({f.defaults, f.fetcher, f.unpacker, f.notifications, std::nullopt}, data);
+      if (version > 0) f.store.setObject(newsPage().prefs_version_key, {version});
+      const auto manager = f.manager();
       bool shown = false;
-      ShowcaseSchedule schedule(f.defaults, downloader, f.clock, [&] { shown = true; });
+      ShowcaseSchedule schedule(f.defaults, manager->getNewsDowloader(), f.clock, [&] { shown = true; });
       schedule.pleaseShowWindowIfNeedAutomaticallyWithDelay();
       f.clock.advance(length);
       QCOMPARE(shown, shows);
