@@ -15,11 +15,11 @@ namespace {
 
 /// The item over a preferred one and substitutes that are on no screen.
 struct Items {
-  explicit Items(bool preferredIsShown, bool hasTrayManager = true) {
+  explicit Items(bool preferredIsShown) {
     preferred.setShown(preferredIsShown);
-    const auto makeSubstitute = [this, hasTrayManager] {
+    const auto makeSubstitute = [this] {
       auto made = std::make_unique<FakeStatusBarItem>();
-      made->setShown(hasTrayManager);
+      made->setShown(true);
       substitute = made.get();
       ++substitutes;
       return made;
@@ -36,6 +36,7 @@ struct Items {
 
 }  // namespace
 
+/// Clicks, places and late trays are those of tests/desktop, with real trays.
 class TestDesktopStatusBarItem : public QObject {
   Q_OBJECT
 
@@ -98,33 +99,13 @@ class TestDesktopStatusBarItem : public QObject {
     QCOMPARE(items.substitutes, 0);
   }
 
-  void withoutAnyTrayNothingIsShownUntilOneComes() {
-    Items items(false, false);
-    items.clock.advance(1h);
-    QVERIFY(!items.item->isShown());
-    items.substitute->setShown(true);
-    QVERIFY(items.item->isShown());
-
+  void withoutAnySubstituteNothingIsShown() {
+    Items items(false);
     DesktopStatusBarItem none(
         items.preferred, [] { return nullptr; }, items.clock);
     items.clock.advance(1h);
     QVERIFY(!none.isShown());
     none.setImage(text("image"));
-  }
-
-  void clicksAndPlacesComeFromTheItemThatIsShown() {
-    Items items(true);
-    const QSignalSpy clicks(items.item.get(), &StatusBarItem::activated);
-    items.preferred.press(StatusBarItem::MouseButton::Right);
-    QCOMPARE(clicks.value(0).value(0).value<StatusBarItem::MouseButton>(), StatusBarItem::MouseButton::Right);
-    QCOMPARE(items.item->geometry(), items.preferred.rect);
-
-    items.preferred.setShown(false);
-    items.clock.advance(1s);
-    items.substitute->rect = QRect(7, 7, 16, 16);
-    items.substitute->press(StatusBarItem::MouseButton::Left);
-    QCOMPARE(clicks.size(), 2);
-    QCOMPARE(items.item->geometry(), QRect(7, 7, 16, 16));
   }
 
   void aPanelsPointIsReadTheWayThatAgreesWithThePointer() {
