@@ -60,6 +60,14 @@ void preferXWayland() {
   if (isWayland && hasX && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "xcb");
 }
 
+/// The toolkit takes a display as an argument, too; whatever else looks for one looks here.
+void adoptDisplayArgument(int count, char** arguments) {
+  for (int place = 1; place + 1 < count; ++place) {
+    const QByteArrayView argument(arguments[place]);
+    if (argument == "-display" || argument == "--display") qputenv("DISPLAY", arguments[place + 1]);
+  }
+}
+
 /// The toolkit aborts where it finds none.
 bool hasDisplay() {
   for (const char* name : {"QT_QPA_PLATFORM", "WAYLAND_DISPLAY", "DISPLAY"}) {
@@ -236,6 +244,7 @@ int beLauncher() {
 
 int main(int argc, char* argv[]) {
   if (argc > 1 && kBeLauncher == QLatin1String(argv[1])) return beLauncher();
+  adoptDisplayArgument(argc, argv);
   if (!hasDisplay()) {
     std::fputs("halvard: there is no display; halvardctl does the same work in a terminal\n", stderr);
     return 1;

@@ -84,6 +84,7 @@ void MainInterface::addObservers() {
   }
   notifications.addObserver(NewsDialogWC::NewsHtmlChangedNotificationName(), this,
                             [this](const QVariant&) { updatePreferencesButton(); });
+  connect(&m_panel, &PanelWindow::didShow, &m_controller, &ZPPurgeController::readAnew);
   connect(&m_panel, &PanelWindow::willClose, this, [this] {
     if (m_bShowInfo) saveShowInfoState(false);
   });
@@ -237,6 +238,7 @@ void MainInterface::resetUserDefaults() {
 }
 
 QJsonObject MainInterface::status() {
+  m_controller.readAnew();
   const auto cpuUsage = static_cast<double>(m_services.reportedCpuUsage.getCPUUsage());
   return memoryStatus(m_controller.snapshot(),
                       {std::isnan(cpuUsage) ? 0 : cpuUsage, m_controller.isPurging(), m_controller.lastPurgedSize(),
@@ -285,6 +287,10 @@ void MainInterface::updateStatusItem(const MemorySnapshot& snapshot) {
   m_statusItem.updateStatusItem(snapshot);
   if (m_theMenu->isVisible()) m_theMenu->setInformation(status_item_text::information(snapshot));
   if (m_panel.isOpen()) m_panel.updateContentData();
+}
+
+bool MainInterface::isWatched() const {
+  return m_panel.isOpen();
 }
 
 void MainInterface::fillInfoPanel(const MemorySnapshot& snapshot) {

@@ -114,6 +114,7 @@ class MainInterface final : public QObject,
   void setCleanButtonTitle(const QString& title) override;
   void showCleaningIcon() override;
   void updateStatusItem(const MemorySnapshot& snapshot) override;
+  bool isWatched() const override;
   void fillInfoPanel(const MemorySnapshot& snapshot) override;
   void fillLastCleanedLabelWithSize(std::int64_t size, const QString& timeDescription) override;
   void onPurgedMemory() override;

@@ -8,8 +8,7 @@ using namespace std::chrono_literals;
 
 void ZPPurgeController::checkMemory(bool repeat) {
   if (!m_bPurging) {
-    const bool isReadingAtHand = repeat && m_bChecked && m_services.hostStatistics.isUnmoved();
-    if (!isReadingAtHand && m_snapshot.updateMemoryStatictics() != HostStatistics::kSuccess) return;
+    if (!(repeat && isReadingAtHand()) && m_snapshot.updateMemoryStatictics() != HostStatistics::kSuccess) return;
     fillInfoPanel();
     m_view.updateStatusItem(m_snapshot);
     updateLastFreeLabel();
@@ -19,6 +18,14 @@ void ZPPurgeController::checkMemory(bool repeat) {
   if (!repeat) return;
   ++m_lTicksFromLastFree;
   m_services.clock.callAfter(1s, this, [this] { checkMemory(true); });
+}
+
+bool ZPPurgeController::isReadingAtHand() {
+  return m_bChecked && !m_view.isWatched() && m_services.hostStatistics.isUnmoved();
+}
+
+void ZPPurgeController::readAnew() {
+  if (!m_bPurging && m_snapshot.updateMemoryStatictics() == HostStatistics::kSuccess) fillInfoPanel();
 }
 
 void ZPPurgeController::fillInfoPanel() {

@@ -29,6 +29,9 @@ class PurgeControllerView {
   /// A new reading is there.
   virtual void updateStatusItem(const MemorySnapshot& /*snapshot*/) {}
 
+  /// True while somebody may follow the figures: then every round reads the counters.
+  virtual bool isWatched() const { return false; }
+
   // The panel, and the text beside the status item.
   virtual void fillInfoPanel(const MemorySnapshot& /*snapshot*/) {}
   /// `size` is in bytes, -1 when nothing was cleaned yet; `timeDescription` is empty when the cleaning was not today.

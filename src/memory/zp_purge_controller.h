@@ -87,8 +87,12 @@ class ZPPurgeController final : public QObject,
   /// Starts a purge. Does nothing while one runs.
   void onFreeMemory(Sender sender);
 
-  /// One refresh round; with `repeat` the next one follows a second later. A failed counter read ends the chain.
+  /// One refresh round. Reads the counters unless it is one of the chain, nobody watches, and nothing has moved since
+  /// the round before. With `repeat` the next one follows a second later. A failed counter read ends the chain.
   void checkMemory(bool repeat);
+
+  /// Reads the counters and fills in what they come to, for whoever wants to know now. Does nothing while a purge runs.
+  void readAnew();
 
   /// Refills the texts of the panel and the status item from the reading at hand.
   void fillInfoPanel();
@@ -115,6 +119,7 @@ class ZPPurgeController final : public QObject,
   void purgeFinished(const halvard::PurgeReport& report);
 
  private:
+  bool isReadingAtHand();
   void checkAutoPurge();
   void hugeProcessTerminated();
   void startTaskPurge();

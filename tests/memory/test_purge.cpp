@@ -32,10 +32,12 @@ struct RecordingView : PurgeControllerView {
     cleanedSize = size;
     cleanedDescription = description;
   }
+  bool isWatched() const override { return watched; }
   void onPurgedMemory() override { steps << "purged"; }
   void showRateDialogAutomaticallyIfNeeded() override { ++rateInvitations; }
   void showAutostartPopupWindow(ByteCount size) override { autostartOffers.push_back(size); }
 
+  bool watched = false;
   QByteArrayList steps;
   ByteCount shownBytes = 0;
   std::int64_t cleanedSize = -2;
@@ -226,9 +228,17 @@ class TestPurge : public QObject {
     QCOMPARE(program.controller.ticksFromLastFree(), 4);
     program.controller.checkMemory(false);
     QCOMPARE(program.view.shownBytes, kTotal / 4);
-    program.host.setUnmoved(false);
+    program.view.watched = true;
     program.clock.advance(1s);
     QCOMPARE(program.host.readings(), 3);
+    program.view.watched = false;
+    program.controller.readAnew();
+    QCOMPARE(program.host.readings(), 4);
+    program.clock.advance(1s);
+    QCOMPARE(program.host.readings(), 4);
+    program.host.setUnmoved(false);
+    program.clock.advance(1s);
+    QCOMPARE(program.host.readings(), 5);
   }
 
   void failedReadingEndsTheChain() {

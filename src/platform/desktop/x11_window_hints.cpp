@@ -37,7 +37,8 @@ void X11WindowHints::setPlace(std::uint64_t windowId, Desktops desktops, WindowL
 bool X11WindowHints::blendsWindows() const {
   xcb_connection_t* connection = toolkitConnection();
   if (!connection) return QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
-  const auto cookie = xcb_get_selection_owner(connection, internAtom(connection, "_NET_WM_CM_S0"));
+  const QByteArray manager = "_NET_WM_CM_S" + QByteArray::number(screenNumber());
+  const auto cookie = xcb_get_selection_owner(connection, internAtom(connection, manager.constData()));
   const XcbAnswer<xcb_get_selection_owner_reply_t> reply(xcb_get_selection_owner_reply(connection, cookie, nullptr));
   return reply && reply->owner != XCB_WINDOW_NONE;
 }

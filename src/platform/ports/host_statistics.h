@@ -65,8 +65,9 @@ class HostStatistics {
   virtual KernelReturn hostStatistics64(VmStatistics64& statistics, std::uint32_t& wordCount) = 0;
   virtual KernelReturn hostStatistics(VmStatistics& statistics, std::uint32_t& wordCount) = 0;
 
-  /// True when no memory and no swap was taken or given back since the last call, so that a reading made right after
-  /// that one stands. For whoever reads again and again; false where a reading costs no more than this.
+  /// True when a look that costs less than a reading finds nothing taken or given back since the last look, so that a
+  /// reading made after that one will do. Not exact: the implementation says what escapes it, and for how many looks in
+  /// a row at most. For one caller that comes again and again; false where there is no such look.
   virtual bool isUnmoved() { return false; }
 
   /// Bytes; nothing when the machine does not say.

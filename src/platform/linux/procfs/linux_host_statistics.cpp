@@ -73,7 +73,8 @@ VmStatistics64 toVmStatistics64(const MemoryInfo& info, const MemoryBeside& besi
 std::optional<MemoryLevels> currentMemoryLevels() {
   struct sysinfo info {};
   if (::sysinfo(&info) != 0) return std::nullopt;
-  return MemoryLevels{info.totalram, info.freeram, info.sharedram, info.bufferram, info.totalswap, info.freeswap};
+  return MemoryLevels{info.totalram,  info.freeram,  info.sharedram, info.bufferram,
+                      info.totalswap, info.freeswap, info.procs};
 }
 
 LinuxHostStatistics::LinuxHostStatistics(const std::string& procRoot, const std::string& sysRoot, Levels levels)
@@ -152,6 +153,8 @@ bool LinuxHostStatistics::isUnmoved() {
   const std::optional<MemoryLevels> levels = m_levels();
   const bool isSame = levels && std::exchange(m_lastLevels, levels) == levels;
   m_timesUnmoved = isSame && m_timesUnmoved < kMostUnmoved ? m_timesUnmoved + 1 : 0;
+  // A round without a reading counts as one for the lists, which nothing else tells of.
+  if (m_timesUnmoved > 0 && m_readingsToListing > 0) --m_readingsToListing;
   return m_timesUnmoved > 0;
 }
 

@@ -27,7 +27,7 @@ struct MemoryBeside {
 /// Differences stop at 0, for the lines of one reading are not taken at one instant.
 VmStatistics64 toVmStatistics64(const MemoryInfo& info, const MemoryBeside& beside, std::uint32_t pageSize);
 
-/// What sysinfo(2) tells of memory and swap, in its own unit.
+/// What sysinfo(2) tells of memory and swap, in its own unit, and the number of threads.
 struct MemoryLevels {
   std::uint64_t total = 0;
   std::uint64_t free = 0;
@@ -35,6 +35,7 @@ struct MemoryLevels {
   std::uint64_t buffers = 0;
   std::uint64_t swapTotal = 0;
   std::uint64_t swapFree = 0;
+  std::uint64_t threads = 0;
   bool operator==(const MemoryLevels&) const = default;
 };
 
@@ -42,8 +43,8 @@ struct MemoryLevels {
 std::optional<MemoryLevels> currentMemoryLevels();
 
 /// Memory counters from /proc/meminfo, /proc/zoneinfo and the zram pools: one pread of each a reading. One thread an
-/// instance. While the memory that no list shows stays within 1 MiB, /proc/zoneinfo is read every thirtieth time alone;
-/// the pools are read while there is swap.
+/// instance. While the memory that no list shows stays within the larger of 1 MiB and a 4096th of all, /proc/zoneinfo
+/// is read every thirtieth time alone, times that isUnmoved() spared included; the pools are read while there is swap.
 ///
 /// Pools are listed at the first reading, when SwapTotal differs from the reading before, and when a pool cannot be
 /// read: a device joins or leaves the swap areas in no other way. A pool missed for another reason (a file system on
@@ -51,8 +52,9 @@ std::optional<MemoryLevels> currentMemoryLevels();
 class LinuxHostStatistics : public HostStatistics {
  public:
   using Levels = std::function<std::optional<MemoryLevels>()>;
-  /// How often in a row nothing has moved, at most: what passes from one list to another shows in a reading alone.
-  static constexpr int kMostUnmoved = 4;
+  /// How often in a row nothing has moved, at most: what is taken from the processors' own lists or passes from one
+  /// list to another shows in a reading alone.
+  static constexpr int kMostUnmoved = 2;
 
   explicit LinuxHostStatistics(const std::string& procRoot = "/proc", const std::string& sysRoot = "/sys",
                                Levels levels = currentMemoryLevels);
@@ -61,8 +63,7 @@ class LinuxHostStatistics : public HostStatistics {
   KernelReturn hostStatistics64(VmStatistics64& statistics, std::uint32_t& wordCount) override;
   KernelReturn hostStatistics(VmStatistics& statistics, std::uint32_t& wordCount) override;
   std::optional<std::uint32_t> pageSize() const override { return m_pageSize; }
-  /// Compares what sysinfo(2) tells, which costs a tenth of a reading. On a machine at rest nothing moves in two seconds
-  /// of three.
+  /// Compares what sysinfo(2) tells, which costs a tenth of a reading.
   bool isUnmoved() override;
   /// As of the latest good reading; one is made at construction.
   ByteCount physicalMemory() const override { return m_physicalMemory; }
