@@ -1,4 +1,5 @@
 // The adapters against a real panel, a real tray and a real notification daemon. Runs inside tests/desktop/session.
+#include <QAbstractNativeEventFilter>
 #include <QBitmap>
 #include <QDBusConnection>
 #include <QScreen>
@@ -6,6 +7,8 @@
 #include <QtTest>
 #include <csignal>
 #include <memory>
+
+#include <xcb/xcb.h>
 
 #include "platform/desktop/desktop_status_bar_item.h"
 #include "platform/desktop/x11_window_list_watch.h"
@@ -89,6 +92,16 @@ bool isShownAndClicked(RealItem& real, int button) {
   return arrives && rect && (QPointF(rect->center()) - clicked).manhattanLength() <= 24;
 }
 
+/// How many properties the toolkit has heard of.
+struct PropertyEvents : QAbstractNativeEventFilter {
+  PropertyEvents() { qGuiApp->installNativeEventFilter(this); }
+  bool nativeEventFilter(const QByteArray&, void* message, qintptr*) override {
+    if (*static_cast<const std::uint8_t*>(message) == XCB_PROPERTY_NOTIFY) ++count;
+    return false;
+  }
+  int count = 0;
+};
+
 }  // namespace
 
 class TestDesktop : public QObject {
@@ -148,11 +161,12 @@ class TestDesktop : public QObject {
     if (m_tray != QLatin1String("none")) QSKIP("one kind of session is enough");
     const X11WindowListWatch watch;
     QVERIFY(watch.changes());
-    const auto anotherPropertyCountsNothing = [&watch] {
+    PropertyEvents events;
+    const auto anotherPropertyCountsNothing = [&] {
       const std::uint32_t before = *watch.changes();
-      const int status = QProcess::execute(text("xprop"), text("-root -f _OTHER 8s -set _OTHER 1").split(u' '));
-      QGuiApplication::sync();
-      return status == 0 && *watch.changes() == before;
+      const int seen = events.count;
+      QProcess::execute(text("xprop"), text("-root -f _OTHER 8s -set _OTHER 1").split(u' '));
+      return QTest::qWaitFor([&] { return events.count > seen; }, kPatience) && *watch.changes() == before;
     };
     // The tray of the case before may still be leaving the list.
     QVERIFY(QTest::qWaitFor(anotherPropertyCountsNothing, kPatience));
