@@ -3,6 +3,8 @@
 #include <QGuiApplication>
 #include <QMouseEvent>
 #include <QPainter>
+#include <algorithm>
+#include <numbers>
 
 #include "core/size_format.h"
 #include "widgets/hint_window.h"
@@ -14,6 +16,8 @@ namespace {
 constexpr float kRadius = 105.0F;
 constexpr float kRingWidth = 20.0F;
 constexpr std::chrono::milliseconds kTick{1000 / 30};
+/// A shorter way of an edge along the rim is not drawn before others add to it; in pixels of the screen.
+constexpr double kSeenPixels = 0.25;
 
 QRectF squareAround(qreal radius) {
   return {-radius, -radius, 2 * radius, 2 * radius};
@@ -50,7 +54,7 @@ void PieChartView::setSystemUsagePercent(double systemUsage, double userUsage) {
   const bool isSame = m_systemUsage.target() == systemUsage && m_userUsage.target() == userUsage;
   m_systemUsage.setTarget(systemUsage);
   m_userUsage.setTarget(userUsage);
-  if (!isVisible() || isSame) return;
+  if (!isVisible() || isSame || !isMoveSeen()) return;
   if (QGuiApplication::applicationState() == Qt::ApplicationActive) {
     startAnimatingUpdate();
     return;
@@ -59,6 +63,12 @@ void PieChartView::setSystemUsagePercent(double systemUsage, double userUsage) {
   m_userUsage.jump();
   rebuildPaths();
   update();
+}
+
+// The counters tremble each second by less than any eye could see on the ring.
+bool PieChartView::isMoveSeen() const {
+  const double circumference = std::numbers::pi * width() * devicePixelRatioF();
+  return std::max(m_systemUsage.rest(), m_userUsage.rest()) * circumference >= kSeenPixels;
 }
 
 void PieChartView::setWiredSize(ByteCount wired, ByteCount user, ByteCount free) {

@@ -22,7 +22,7 @@ class PieChartView : public QWidget {
   PieChartView(Clock& clock, HintWindow& hint, QWidget* parent = nullptr);
 
   /// Stores the targets (0 to 1) and moves to them: animated in an active program, at once in an inactive one, not at
-  /// all while the chart is hidden.
+  /// all while the chart is hidden, nor before an edge has a quarter of a pixel to go.
   void setSystemUsagePercent(double systemUsage, double userUsage);
   /// Bytes, for the hover texts.
   void setWiredSize(ByteCount wired, ByteCount user, ByteCount free);
@@ -47,6 +47,7 @@ class PieChartView : public QWidget {
   void showEvent(QShowEvent* event) override;
 
  private:
+  bool isMoveSeen() const;
   void startAnimatingUpdate();
   void tick();
   void rebuildPaths();

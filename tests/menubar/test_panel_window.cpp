@@ -408,7 +408,10 @@ class TestPanelWindow : public QObject {
     QVERIFY(!hidden->isAnimating());
     panel.showDetailed(true);
     QCOMPARE(hidden->sizeForSegmentByIndex(0), 0.25);
-    panel.summary.fillChart(2 * kGiB, kGiB, kGiB);
+    const auto moveBy = [&panel](ByteCount bytes) { panel.summary.fillChart(kGiB + bytes, kGiB, 2 * kGiB - bytes); };
+    moveBy(7 << 20);
+    QVERIFY2(!hidden->isAnimating(), "less than a quarter of a pixel");
+    moveBy(8 << 20);
     QVERIFY(hidden->isAnimating());
     panel.window.close();
 
