@@ -9,7 +9,7 @@ class EasedShare {
  public:
   double current() const { return m_current; }
   double target() const { return m_target; }
-  double rest() const { return std::abs(m_target - m_current); }
+  double rest() const { return m_target - m_current; }
   void setTarget(double target) { m_target = target; }
   void jump() { m_current = m_target; }
   void restartFromZero() { m_current = 0; }

@@ -4,6 +4,7 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <algorithm>
+#include <cmath>
 #include <numbers>
 
 #include "core/size_format.h"
@@ -68,7 +69,9 @@ void PieChartView::setSystemUsagePercent(double systemUsage, double userUsage) {
 // The counters tremble each second by less than any eye could see on the ring.
 bool PieChartView::isMoveSeen() const {
   const double circumference = std::numbers::pi * width() * devicePixelRatioF();
-  return std::max(m_systemUsage.rest(), m_userUsage.rest()) * circumference >= kSeenPixels;
+  const double systemEdge = m_systemUsage.rest();
+  const double userEdge = systemEdge + m_userUsage.rest();
+  return std::max(std::abs(systemEdge), std::abs(userEdge)) * circumference >= kSeenPixels;
 }
 
 void PieChartView::setWiredSize(ByteCount wired, ByteCount user, ByteCount free) {
