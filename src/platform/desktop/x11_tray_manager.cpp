@@ -3,6 +3,7 @@
 #include <QGuiApplication>
 
 #include "platform/desktop/toolkit_connection.h"
+#include "platform/linux/xcb/xcb_requests.h"
 
 namespace halvard {
 
@@ -19,12 +20,12 @@ X11TrayManager::~X11TrayManager() = default;
 
 std::uint32_t X11TrayManager::watchedOwner() const {
   const auto question = xcb_get_selection_owner(m_connection, m_selection);
-  const XcbAnswer<xcb_get_selection_owner_reply_t> answer(
+  const XcbReply<xcb_get_selection_owner_reply_t> answer(
       xcb_get_selection_owner_reply(m_connection, question, nullptr));
   if (!answer || answer->owner == XCB_NONE) return XCB_NONE;
   const std::uint32_t mask = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
   const auto watch = xcb_change_window_attributes_checked(m_connection, answer->owner, XCB_CW_EVENT_MASK, &mask);
-  const XcbAnswer<xcb_generic_error_t> error(xcb_request_check(m_connection, watch));
+  const XcbReply<xcb_generic_error_t> error(xcb_request_check(m_connection, watch));
   return error ? std::uint32_t{XCB_NONE} : answer->owner;  // an error: it went away meanwhile
 }
 

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "platform/desktop/toolkit_connection.h"
+#include "platform/linux/xcb/xcb_requests.h"
 
 namespace halvard {
 namespace {
@@ -39,7 +40,7 @@ bool X11WindowHints::blendsWindows() const {
   if (!connection) return QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
   const QByteArray manager = "_NET_WM_CM_S" + QByteArray::number(screenNumber());
   const auto cookie = xcb_get_selection_owner(connection, internAtom(connection, manager.constData()));
-  const XcbAnswer<xcb_get_selection_owner_reply_t> reply(xcb_get_selection_owner_reply(connection, cookie, nullptr));
+  const XcbReply<xcb_get_selection_owner_reply_t> reply(xcb_get_selection_owner_reply(connection, cookie, nullptr));
   return reply && reply->owner != XCB_WINDOW_NONE;
 }
 

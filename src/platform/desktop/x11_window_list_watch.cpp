@@ -3,6 +3,7 @@
 #include <QGuiApplication>
 
 #include "platform/desktop/toolkit_connection.h"
+#include "platform/linux/xcb/xcb_requests.h"
 
 namespace halvard {
 

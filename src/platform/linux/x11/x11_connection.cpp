@@ -3,8 +3,6 @@
 #include <QByteArrayList>
 #include <algorithm>
 #include <array>
-#include <cstdlib>
-#include <cstring>
 
 #include <sys/socket.h>
 #include <xcb/res.h>
@@ -22,10 +20,6 @@ bool knowsPeer(int descriptor) {
 }
 
 }  // namespace
-
-void XcbFree::operator()(void* memory) const {
-  std::free(memory);
-}
 
 std::unique_ptr<X11Windows::Connection> X11Windows::Connection::open(const QByteArray& display) {
   int screen = 0;
@@ -53,8 +47,8 @@ bool X11Windows::Connection::initialise() {
   m_hasAtoms = ::xcb_ewmh_init_atoms_replies(&m_ewmh, ::xcb_ewmh_init_atoms(m_connection, &m_ewmh), nullptr);
   if (!m_hasAtoms || m_screen >= m_ewmh.nb_screens) return false;
   m_root = m_ewmh.screens[m_screen]->root;
-  m_gtkApplicationId = atom("_GTK_APPLICATION_ID");
-  m_deleteWindow = atom("WM_DELETE_WINDOW");
+  m_gtkApplicationId = internAtom(m_connection, "_GTK_APPLICATION_ID");
+  m_deleteWindow = internAtom(m_connection, "WM_DELETE_WINDOW");
   const xcb_query_extension_reply_t* extension = ::xcb_get_extension_data(m_connection, &xcb_res_id);
   if (extension && extension->present) {
     const XcbReply<xcb_res_query_version_reply_t> version(
@@ -63,13 +57,6 @@ bool X11Windows::Connection::initialise() {
         version && (version->server_major > 1 || (version->server_major == 1 && version->server_minor >= 2));
   }
   return isAlive();
-}
-
-xcb_atom_t X11Windows::Connection::atom(const char* name) {
-  const auto length = static_cast<std::uint16_t>(std::strlen(name));
-  const XcbReply<xcb_intern_atom_reply_t> reply(
-      ::xcb_intern_atom_reply(m_connection, ::xcb_intern_atom(m_connection, 0, length, name), nullptr));
-  return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
 }
 
 xcb_get_property_cookie_t X11Windows::Connection::askProperty(xcb_window_t window, xcb_atom_t property,
@@ -203,8 +190,9 @@ std::vector<xcb_window_t> X11Windows::Connection::windowsOfServants() {
   auto result = numbers(askProperty(m_root, m_ewmh._NET_SUPPORTING_WM_CHECK, XCB_ATOM_WINDOW));
   const QByteArray screen = QByteArray::number(m_screen);
   for (const char* const selection : {"_NET_WM_CM_S", "_NET_SYSTEM_TRAY_S"})
-    result.push_back(selectionOwner(atom(selection + screen)));
-  for (const std::uint32_t inputMethod : numbers(askProperty(m_root, atom("XIM_SERVERS"), XCB_ATOM_ATOM)))
+    result.push_back(selectionOwner(internAtom(m_connection, selection + screen)));
+  for (const std::uint32_t inputMethod :
+       numbers(askProperty(m_root, internAtom(m_connection, "XIM_SERVERS"), XCB_ATOM_ATOM)))
     result.push_back(selectionOwner(inputMethod));
   return result;
 }

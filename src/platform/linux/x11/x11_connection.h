@@ -7,15 +7,9 @@
 #include <xcb/xcb_ewmh.h>
 
 #include "platform/linux/x11/x11_windows.h"
+#include "platform/linux/xcb/xcb_requests.h"
 
 namespace halvard {
-
-/// Owns what xcb allocates for a reply.
-struct XcbFree {
-  void operator()(void* memory) const;
-};
-template <class Reply>
-using XcbReply = std::unique_ptr<Reply, XcbFree>;
 
 /// One connection to an X server with what is remembered about its windows. One thread at a time. Answers that do not
 /// come, because the window or the server has gone, are empty.
@@ -65,7 +59,6 @@ class X11Windows::Connection {
 
   Connection(xcb_connection_t* connection, int screen);
   bool initialise();
-  xcb_atom_t atom(const char* name);
   xcb_get_property_cookie_t askProperty(xcb_window_t window, xcb_atom_t property, xcb_atom_t type);
   std::vector<std::uint32_t> numbers(xcb_get_property_cookie_t cookie);
   QByteArray text(xcb_get_property_cookie_t cookie);

@@ -13,6 +13,7 @@
 #include "core/clock.h"
 #include "platform/linux/reclaim/victim_source.h"
 #include "platform/linux/x11/x11_windows.h"
+#include "platform/linux/xcb/xcb_requests.h"
 #include "support/texts.h"
 #include "support/virtual_display.h"
 
@@ -23,10 +24,6 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr std::array kNobody{99'999'999};
-
-struct Free {
-  void operator()(void* memory) const { std::free(memory); }
-};
 
 // The display as ssh -X shows it: an address, behind which what passes is passed on to the server.
 class Relay : public QTcpServer {
@@ -83,14 +80,11 @@ class Client {
     ::xcb_destroy_window(m_connection, window);
     ::xcb_flush(m_connection);
   }
-  xcb_atom_t atom(const char* name) {
-    const auto cookie = ::xcb_intern_atom(m_connection, 0, static_cast<std::uint16_t>(qstrlen(name)), name);
-    return std::unique_ptr<xcb_intern_atom_reply_t, Free>(::xcb_intern_atom_reply(m_connection, cookie, nullptr))->atom;
-  }
+  xcb_atom_t atom(const char* name) { return internAtom(m_connection, name); }
   // True when a request to close `window` has come.
   bool wasAskedToClose(xcb_window_t window) {
     const xcb_atom_t wanted = atom("WM_DELETE_WINDOW");
-    while (const auto event = std::unique_ptr<xcb_generic_event_t, Free>(::xcb_poll_for_event(m_connection))) {
+    while (const XcbReply<xcb_generic_event_t> event{::xcb_poll_for_event(m_connection)}) {
       const auto* message = reinterpret_cast<const xcb_client_message_event_t*>(event.get());
       const bool isMessage = (event->response_type & 0x7f) == XCB_CLIENT_MESSAGE;
       if (isMessage && message->window == window && message->data.data32[0] == wanted) return true;
